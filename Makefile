@@ -1,0 +1,36 @@
+# The front door. `make demo` runs the reference host on the example program;
+# `make test` builds every configuration and runs every test in it.
+PRESETS := native asan-ubsan tsan armhf
+JOBS ?= $(shell nproc)
+
+.PHONY: all deps demo test check-binaries bench bench-instructions clean \
+        $(addprefix build-,$(PRESETS)) $(addprefix test-,$(PRESETS))
+
+all: test
+
+deps:
+	./cmake/install-deps.sh
+
+$(addprefix build-,$(PRESETS)): build-%: deps
+	cmake --preset $* >/dev/null
+	cmake --build --preset $* -j $(JOBS)
+
+$(addprefix test-,$(PRESETS)): test-%: build-%
+	ctest --preset $* -j $(JOBS)
+
+# ThreadSanitizer needs a fixed address-space layout; setarch -R switches off
+# address randomisation for ctest and every test it starts.
+test-tsan: build-tsan
+	setarch $$(uname -m) -R ctest --preset tsan -j $(JOBS)
+
+test: $(addprefix test-,$(PRESETS))
+	./cmake/check-binaries.sh
+
+check-binaries:
+	./cmake/check-binaries.sh
+
+demo: build-native
+	cd build/native && ./stephost classes
+
+clean:
+	rm -rf build

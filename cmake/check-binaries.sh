@@ -1,0 +1,40 @@
+#!/bin/sh
+# Checks what a host relies on in the built module: exactly the two entry
+# points are exported, in every configuration, and the armhf build is a
+# 32-bit ARM hard-float (ARMv7-A, VFPv3-D16) shared object.
+set -eu
+cd "$(dirname "$0")/.."
+
+status=0
+fail() { echo "FAIL: $*" >&2; status=1; }
+
+expected="CreateFunction
+InitializeModule"
+
+for preset in native asan-ubsan tsan armhf; do
+    so="build/$preset/_binlinux/Flukokzad.so"
+    [ -f "$so" ] || { fail "$so was not built"; continue; }
+    nm=nm
+    [ "$preset" = armhf ] && nm=arm-linux-gnueabihf-nm
+    exported=$($nm -D --defined-only "$so" | awk '{print $3}' | sort)
+    if [ "$exported" = "$expected" ]; then
+        echo "ok: $so exports exactly InitializeModule and CreateFunction"
+    else
+        fail "$so exports:"; echo "$exported" >&2
+    fi
+done
+
+so=build/armhf/_binlinux/Flukokzad.so
+if [ -f "$so" ]; then
+    header=$(readelf -h "$so")
+    attributes=$(arm-linux-gnueabihf-readelf -A "$so")
+    echo "$header" | grep -q "Class:.*ELF32" || fail "$so is not ELF32"
+    echo "$header" | grep -q "Machine:.*ARM" || fail "$so is not ARM"
+    echo "$header" | grep -q "Type:.*DYN" || fail "$so is not a shared object"
+    echo "$header" | grep -q "hard-float ABI" || fail "$so is not hard-float"
+    echo "$attributes" | grep -q "Tag_CPU_arch: v7" || fail "$so is not ARMv7"
+    echo "$attributes" | grep -q "Tag_FP_arch: VFPv3-D16" || fail "$so is not VFPv3-D16"
+    echo "$attributes" | grep -q "Tag_ABI_VFP_args: VFP registers" || fail "$so does not pass floats in VFP registers"
+    [ $status -eq 0 ] && echo "ok: $so is a 32-bit ARMv7-A hard-float (VFPv3-D16) shared object"
+fi
+exit $status

@@ -1,0 +1,39 @@
+#!/bin/sh
+# Installs what the build, the tests and the tools need, and nothing that is
+# already there. Safe to run again; `make deps` calls it before every build.
+set -eu
+
+need=""
+have_cmd() { command -v "$1" >/dev/null 2>&1; }
+have_pkg() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"; }
+want_pkg() { have_pkg "$1" || need="$need $1"; }
+
+want_pkg cmake
+want_pkg ninja-build
+want_pkg g++
+want_pkg make
+want_pkg binutils
+want_pkg file
+want_pkg util-linux            # setarch, for ThreadSanitizer without address randomisation
+want_pkg googletest            # GoogleTest sources, built by every preset
+want_pkg libbenchmark-dev      # Google Benchmark (bench/)
+want_pkg valgrind              # instruction counts (make bench-instructions)
+want_pkg g++-arm-linux-gnueabihf
+want_pkg binutils-arm-linux-gnueabihf
+want_pkg qemu-user             # runs the armhf tests
+
+if [ -n "$need" ]; then
+    echo "installing:$need"
+    SUDO=""
+    if [ "$(id -u)" != "0" ]; then SUDO="sudo"; fi
+    export DEBIAN_FRONTEND=noninteractive
+    $SUDO apt-get update -q
+    # shellcheck disable=SC2086
+    $SUDO apt-get install -y -q --no-install-recommends $need
+fi
+
+for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf; do
+    have_cmd "$tool" || { echo "missing after install: $tool" >&2; exit 1; }
+done
+[ -f /usr/src/googletest/CMakeLists.txt ] || { echo "missing: /usr/src/googletest" >&2; exit 1; }
+echo "dependencies present"
