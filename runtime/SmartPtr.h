@@ -1,0 +1,129 @@
+// SmartPtr<I>: owns one reference to an interface pointer.
+//
+// Construction and assignment from a raw pointer take a reference of their own
+// (the caller keeps theirs); `adopt` takes over a reference the caller owns,
+// as returned by a factory; `put()` hands the pointer's address to a callee
+// that writes an interface with one reference. Optional interfaces are asked
+// for with `query<J>()`, which gives an empty pointer when J is not offered.
+#pragma once
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "runtime/Interfaces.h"
+
+template <class I>
+class SmartPtr {
+public:
+    using element_type = I;
+
+    SmartPtr() noexcept = default;
+    SmartPtr(std::nullptr_t) noexcept {}
+    SmartPtr(I* pointer) noexcept : m_pointer(pointer) {
+        if (m_pointer) m_pointer->AddRef();
+    }
+    SmartPtr(const SmartPtr& other) noexcept : SmartPtr(other.m_pointer) {}
+    SmartPtr(SmartPtr&& other) noexcept : m_pointer(other.m_pointer) { other.m_pointer = nullptr; }
+    template <class J, class = std::enable_if_t<std::is_convertible_v<J*, I*>>>
+    SmartPtr(const SmartPtr<J>& other) noexcept : SmartPtr(static_cast<I*>(other.get())) {}
+    template <class J, class = std::enable_if_t<std::is_convertible_v<J*, I*>>>
+    SmartPtr(SmartPtr<J>&& other) noexcept : m_pointer(other.detach()) {}
+
+    ~SmartPtr() { reset(); }
+
+    SmartPtr& operator=(I* pointer) noexcept {
+        if (pointer) pointer->AddRef();
+        I* old = m_pointer;
+        m_pointer = pointer;
+        if (old) old->Release();
+        return *this;
+    }
+    SmartPtr& operator=(const SmartPtr& other) noexcept { return *this = other.m_pointer; }
+    SmartPtr& operator=(SmartPtr&& other) noexcept {
+        if (this != &other) {
+            I* old = m_pointer;
+            m_pointer = other.m_pointer;
+            other.m_pointer = nullptr;
+            if (old) old->Release();
+        }
+        return *this;
+    }
+    SmartPtr& operator=(std::nullptr_t) noexcept {
+        reset();
+        return *this;
+    }
+
+    // Takes over a reference that the caller owns.
+    static SmartPtr adopt(I* pointer) noexcept {
+        SmartPtr result;
+        result.m_pointer = pointer;
+        return result;
+    }
+
+    I* get() const noexcept { return m_pointer; }
+    I* operator->() const noexcept { return m_pointer; }
+    explicit operator bool() const noexcept { return m_pointer != nullptr; }
+
+    // For an out-parameter: the old pointer is released first.
+    I** put() noexcept {
+        reset();
+        return &m_pointer;
+    }
+    void** put_void() noexcept { return reinterpret_cast<void**>(put()); }
+
+    // Gives the reference to the caller.
+    I* detach() noexcept {
+        I* pointer = m_pointer;
+        m_pointer = nullptr;
+        return pointer;
+    }
+
+    void reset() noexcept {
+        if (I* old = m_pointer) {
+            m_pointer = nullptr;
+            old->Release();
+        }
+    }
+
+    // Stores a new reference in an out-parameter.
+    HRESULT copy_to(I** out) const noexcept {
+        if (!out) return E_POINTER;
+        *out = m_pointer;
+        if (m_pointer) m_pointer->AddRef();
+        return S_OK;
+    }
+
+    // The object's interface J, or an empty pointer when it is not offered.
+    template <class J>
+    SmartPtr<J> query() const noexcept {
+        SmartPtr<J> result;
+        if (m_pointer) m_pointer->QueryInterface(iidOf<J>(), result.put_void());
+        return result;
+    }
+
+private:
+    I* m_pointer = nullptr;
+};
+
+// The object's interface J, or an empty pointer when it is not offered.
+template <class J>
+SmartPtr<J> queryInterface(IUnknown* object) noexcept {
+    SmartPtr<J> result;
+    if (object) object->QueryInterface(iidOf<J>(), result.put_void());
+    return result;
+}
+
+// Object identity: both asked for IUnknown, the answers compared.
+inline bool isSameObject(IUnknown* a, IUnknown* b) noexcept {
+    if (a == nullptr || b == nullptr) return a == b;
+    if (a == b) return true;
+    SmartPtr<IUnknown> identityA = queryInterface<IUnknown>(a);
+    SmartPtr<IUnknown> identityB = queryInterface<IUnknown>(b);
+    return identityA.get() == identityB.get();
+}
+
+inline bool operator==(const SmartPtr<IUnknown>& a, const SmartPtr<IUnknown>& b) noexcept {
+    return isSameObject(a.get(), b.get());
+}
+inline bool operator!=(const SmartPtr<IUnknown>& a, const SmartPtr<IUnknown>& b) noexcept { return !(a == b); }
