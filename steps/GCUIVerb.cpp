@@ -1,0 +1,31 @@
+// The Verb step: runs one of the verbs that another object offers, and offers
+// its own verbs "Run" and "Edit".
+#include "module/Registry.h"
+#include "steps/StepBase.h"
+
+// The parameters of the chosen verb, offered as a collection made on demand.
+template <class T>
+class IParametricImpl : public IParametricObject {
+public:
+    HRESULT GetParameters(INamedCollection** out, int32_t) override {
+        if (out) *out = nullptr;
+        return E_NOTIMPL;
+    }
+    HRESULT SetParameters(INamedCollection*) override { return E_NOTIMPL; }
+};
+
+class CGCUIVerb final : public StepBase<CGCUIVerb, IParameters, IStepImplSynchronous, IParametricImpl<CGCUIVerb>,
+                                        IUIVerbCollectionSpecify> {
+public:
+    static constexpr wchar_t kRegisteredName[] = L"GCUIVerb";
+    using Interfaces = StepInterfaces<IParametricObject, IUIVerbCollectionSpecify>;
+
+    // The verbs are not built yet: both say so.
+    int32_t DoAction(int32_t, IUnknown*) override { return E_NOTIMPL; }
+    HRESULT GetVerbs(int32_t, IUnknown*, IUIVerbCollection** out) override {
+        if (out) *out = nullptr;
+        return E_NOTIMPL;
+    }
+};
+
+extern const ModuleClass gGCUIVerbClass = moduleClassOf<CGCUIVerb>();
