@@ -1,0 +1,213 @@
+#include "host/Components.h"
+
+#include "host/Collections.h"
+#include "host/Inputs.h"
+#include "host/Values.h"
+
+namespace host {
+
+namespace {
+
+struct ClassTable {
+    std::mutex mutex;
+    std::map<std::wstring, ClassRegistry::Factory> factories;
+};
+
+ClassTable& classTable() {
+    static ClassTable* table = [] {
+        auto* standard = new ClassTable;
+        standard->factories[L"CreatableString"] = [] { return SmartPtr<IUnknown>(make<String>()); };
+        standard->factories[L"Variant"] = [] { return SmartPtr<IUnknown>(make<Variant>()); };
+        standard->factories[L"SuperCollection"] = [] { return SmartPtr<IUnknown>(make<SuperCollection>()); };
+        standard->factories[L"ComponentString"] = [] { return SmartPtr<IUnknown>(make<ComponentString>()); };
+        standard->factories[L"InputParameters"] = [] { return SmartPtr<IUnknown>(make<InputParameters>()); };
+        standard->factories[L"InputParameter"] = [] { return SmartPtr<IUnknown>(make<InputParameter>()); };
+        standard->factories[L"GlobalComponentCollection"] = [] {
+            return SmartPtr<IUnknown>(makeStandardComponents());
+        };
+        return standard;
+    }();
+    return *table;
+}
+
+}  // namespace
+
+void ClassRegistry::add(const std::wstring& className, Factory factory) {
+    ClassTable& table = classTable();
+    std::lock_guard<std::mutex> lock(table.mutex);
+    table.factories[className] = std::move(factory);
+}
+
+SmartPtr<IUnknown> ClassRegistry::create(const std::wstring& className) {
+    Factory factory;
+    {
+        ClassTable& table = classTable();
+        std::lock_guard<std::mutex> lock(table.mutex);
+        auto found = table.factories.find(className);
+        if (found == table.factories.end()) return nullptr;
+        factory = found->second;
+    }
+    return factory();
+}
+
+ComponentString::ComponentString(const std::wstring& moduleName, const std::wstring& className) {
+    m_Parts[4] = moduleName;
+    m_Parts[1] = className;
+}
+
+HRESULT ComponentString::SetFromObject(IUnknown* object) {
+    SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(object);
+    if (!info) return E_FAIL;
+    tagREFString name = {0, nullptr};
+    if (info->GetName(0, &name) < 0) return E_FAIL;
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Parts[1] = textOf(name);
+    return S_OK;
+}
+
+HRESULT ComponentString::get_Part(int32_t part, IString** out) {
+    if (!out) return E_POINTER;
+    std::wstring text;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        auto found = m_Parts.find(part);
+        if (found != m_Parts.end()) text = found->second;
+    }
+    *out = makeString(text).detach();
+    return S_OK;
+}
+
+HRESULT ComponentString::CreateInstance(const IID* iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (!iid) return E_POINTER;
+    std::wstring className;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        className = m_Parts[1];
+    }
+    record("CreateInstance(" + narrow(className) + ")");
+    SmartPtr<IUnknown> object = ClassRegistry::create(className);
+    if (!object) return E_FAIL;
+    return object->QueryInterface(*iid, out);
+}
+
+HRESULT ComponentString::put_Part(int32_t part, int32_t length, const wchar_t* text) {
+    if (length < 0) return E_INVALIDARG;
+    if (length > 0 && !text) return E_POINTER;
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Parts[part] = length > 0 ? std::wstring(text, static_cast<size_t>(length)) : std::wstring();
+    return S_OK;
+}
+
+bool ComponentCollection::find(const std::wstring& name, Entry& entry) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (const Entry& candidate : m_Entries) {
+        if (candidate.name == name) {
+            entry = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
+HRESULT ComponentCollection::get_Item(int32_t index, IUnknown** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    Entry entry;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (index < 0 || static_cast<size_t>(index) >= m_Entries.size()) return E_INVALIDARG;
+        entry = m_Entries[static_cast<size_t>(index)];
+    }
+    if (entry.object) {
+        *out = entry.object.detach();
+    } else {
+        *out = static_cast<IComponentString*>(make<ComponentString>(L"Collections", entry.className).detach());
+    }
+    return S_OK;
+}
+
+HRESULT ComponentCollection::get_Index(IString* name, int32_t* index) {
+    if (!index) return E_POINTER;
+    *index = -1;
+    const std::wstring wanted = textOf(name);
+    record("get_Index(" + narrow(wanted) + ")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (size_t i = 0; i < m_Entries.size(); ++i) {
+        if (m_Entries[i].name == wanted) {
+            *index = static_cast<int32_t>(i);
+            return S_OK;
+        }
+    }
+    return E_FAIL;
+}
+
+HRESULT ComponentCollection::GetComponent(int32_t nameLength, const wchar_t* name, const IID* iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (nameLength < 0) return E_INVALIDARG;
+    if (nameLength > 0 && !name) return E_POINTER;
+    const std::wstring wanted = nameLength > 0 ? std::wstring(name, static_cast<size_t>(nameLength)) : std::wstring();
+    record("GetComponent(" + narrow(wanted) + ")");
+    Entry entry;
+    if (!find(wanted, entry)) return E_FAIL;
+    if (entry.object) {
+        if (!iid) {
+            *out = entry.object.detach();
+            return S_OK;
+        }
+        return entry.object->QueryInterface(*iid, out);
+    }
+    if (!iid) {
+        *out = static_cast<IComponentString*>(make<ComponentString>(L"Collections", entry.className).detach());
+        return S_OK;
+    }
+    SmartPtr<IUnknown> object = ClassRegistry::create(entry.className);
+    if (!object) return E_FAIL;
+    return object->QueryInterface(*iid, out);
+}
+
+void ComponentCollection::addObject(const std::wstring& name, IUnknown* object) {
+    remove(name);
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Entries.push_back({name, SmartPtr<IUnknown>(object), std::wstring()});
+}
+
+void ComponentCollection::addClass(const std::wstring& name, const std::wstring& className) {
+    remove(name);
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Entries.push_back({name, nullptr, className});
+}
+
+void ComponentCollection::remove(const std::wstring& name) {
+    std::vector<Entry> removed;
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (auto it = m_Entries.begin(); it != m_Entries.end();) {
+        if (it->name == name) {
+            removed.push_back(std::move(*it));
+            it = m_Entries.erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
+
+void ComponentCollection::clear() {
+    std::vector<Entry> removed;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        removed.swap(m_Entries);
+    }
+}
+
+SmartPtr<ComponentCollection> makeStandardComponents() {
+    SmartPtr<ComponentCollection> components = make<ComponentCollection>();
+    for (const wchar_t* name : {L"CreatableString", L"Variant", L"SuperCollection", L"ComponentString",
+                                L"InputParameters", L"InputParameter"}) {
+        components->addClass(name, name);
+    }
+    return components;
+}
+
+}  // namespace host

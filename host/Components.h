@@ -1,0 +1,78 @@
+// The host's component model: classes by name, component paths that create
+// them, and the global component collection.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/HostObject.h"
+
+namespace host {
+
+// The stand-in's classes, created by name (a component path's class part).
+class ClassRegistry {
+public:
+    using Factory = std::function<SmartPtr<IUnknown>()>;
+    static void add(const std::wstring& className, Factory factory);
+    // A new object of the class, or null when the class is unknown.
+    static SmartPtr<IUnknown> create(const std::wstring& className);
+};
+
+// A component path: parts by number (1 class name, 4 module name).
+class ComponentString final : public Object<ComponentString, IComponentString> {
+public:
+    static constexpr char kLedgerName[] = "ComponentString";
+    using Answered = Answers<IComponentString>;
+
+    ComponentString() = default;
+    ComponentString(const std::wstring& moduleName, const std::wstring& className);
+
+    HRESULT SetFromObject(IUnknown* object) override;
+    HRESULT get_Part(int32_t part, IString** out) override;
+    HRESULT CreateInstance(const IID* iid, void** out) override;
+    HRESULT put_Part(int32_t part, int32_t length, const wchar_t* text) override;
+
+private:
+    std::mutex m_Mutex;
+    std::map<int32_t, std::wstring> m_Parts;
+};
+
+// Components by name. A component is either one object, handed out as it is
+// or asked for the interface, or a class: the class's component path when
+// asked for as it is, a new object of the class when asked for an interface.
+class ComponentCollection final : public Object<ComponentCollection, IComponentCollection> {
+public:
+    static constexpr char kLedgerName[] = "ComponentCollection";
+    using Answered = Answers<IComponentCollection>;
+
+    HRESULT get_Item(int32_t index, IUnknown** out) override;
+    HRESULT get_Index(IString* name, int32_t* index) override;
+    HRESULT GetComponent(int32_t nameLength, const wchar_t* name, const IID* iid, void** out) override;
+
+    void addObject(const std::wstring& name, IUnknown* object);
+    void addClass(const std::wstring& name, const std::wstring& className);
+    void remove(const std::wstring& name);
+    // Releases the components, breaking cycles through objects that hold the collection.
+    void clear();
+
+private:
+    struct Entry {
+        std::wstring name;
+        SmartPtr<IUnknown> object;
+        std::wstring className;
+    };
+    bool find(const std::wstring& name, Entry& entry);
+
+    std::mutex m_Mutex;
+    std::vector<Entry> m_Entries;
+};
+
+// The global collection with the standard components: "CreatableString",
+// "Variant", "SuperCollection", "ComponentString", "InputParameters" and
+// "InputParameter".
+SmartPtr<ComponentCollection> makeStandardComponents();
+
+}  // namespace host

@@ -1,0 +1,138 @@
+#include "host/HostObject.h"
+
+#include <map>
+#include <mutex>
+
+namespace host {
+
+namespace {
+
+// Trivially destructible counters and a never-freed map, so that objects that
+// a module releases while the process exits can still check out.
+std::atomic<int32_t> gLiveObjects{0};
+std::atomic<bool> gRecording{true};
+
+struct LedgerTable {
+    std::mutex mutex;
+    std::map<std::string, int32_t> byType;
+};
+LedgerTable& ledgerTable() {
+    static LedgerTable* table = new LedgerTable;
+    return *table;
+}
+
+struct RecorderLog {
+    std::mutex mutex;
+    std::vector<std::string> calls;
+};
+RecorderLog& recorderLog() {
+    static RecorderLog* log = new RecorderLog;
+    return *log;
+}
+
+}  // namespace
+
+void Ledger::add(const char* type) {
+    ++gLiveObjects;
+    LedgerTable& table = ledgerTable();
+    std::lock_guard<std::mutex> lock(table.mutex);
+    ++table.byType[type];
+}
+
+void Ledger::remove(const char* type) {
+    --gLiveObjects;
+    LedgerTable& table = ledgerTable();
+    std::lock_guard<std::mutex> lock(table.mutex);
+    --table.byType[type];
+}
+
+int32_t Ledger::live() { return gLiveObjects.load(); }
+
+std::string Ledger::report() {
+    LedgerTable& table = ledgerTable();
+    std::lock_guard<std::mutex> lock(table.mutex);
+    std::string text;
+    for (const auto& [type, count] : table.byType) {
+        if (count == 0) continue;
+        if (!text.empty()) text += ", ";
+        text += type + ": " + std::to_string(count);
+    }
+    return text;
+}
+
+void Recorder::record(const std::string& call) {
+    RecorderLog& log = recorderLog();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    log.calls.push_back(call);
+}
+
+std::vector<std::string> Recorder::take() {
+    RecorderLog& log = recorderLog();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    std::vector<std::string> calls;
+    calls.swap(log.calls);
+    return calls;
+}
+
+std::vector<std::string> Recorder::calls() {
+    RecorderLog& log = recorderLog();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    return log.calls;
+}
+
+void Recorder::clear() { take(); }
+void Recorder::setEnabled(bool enabled) { gRecording = enabled; }
+bool Recorder::enabled() { return gRecording.load(std::memory_order_relaxed); }
+
+std::wstring textOf(IString* string) {
+    if (!string) return {};
+    const wchar_t* text = nullptr;
+    int32_t length = 0;
+    if (string->get_Text(&text, &length) < 0 || !text || length <= 0) return {};
+    return std::wstring(text, static_cast<size_t>(length));
+}
+
+std::wstring textOf(const tagREFString& text) {
+    if (!text.text || text.count <= 0) return {};
+    return std::wstring(text.text, static_cast<size_t>(text.count));
+}
+
+std::string narrow(const std::wstring& text) {
+    std::string result;
+    for (wchar_t c : text) {
+        const uint32_t code = static_cast<uint32_t>(c);
+        if (code < 0x80) {
+            result += static_cast<char>(code);
+        } else if (code < 0x800) {
+            result += static_cast<char>(0xC0 | (code >> 6));
+            result += static_cast<char>(0x80 | (code & 0x3F));
+        } else if (code < 0x10000) {
+            result += static_cast<char>(0xE0 | (code >> 12));
+            result += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            result += static_cast<char>(0x80 | (code & 0x3F));
+        } else {
+            result += static_cast<char>(0xF0 | ((code >> 18) & 0x07));
+            result += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+            result += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+            result += static_cast<char>(0x80 | (code & 0x3F));
+        }
+    }
+    return result;
+}
+
+std::wstring widen(const std::string& text) {
+    std::wstring result;
+    for (size_t i = 0; i < text.size();) {
+        const unsigned char lead = static_cast<unsigned char>(text[i]);
+        int extra = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+        uint32_t code = extra == 0 ? lead : lead & (0x3F >> extra);
+        ++i;
+        for (; extra > 0 && i < text.size(); --extra, ++i) {
+            code = (code << 6) | (static_cast<unsigned char>(text[i]) & 0x3F);
+        }
+        result += static_cast<wchar_t>(code);
+    }
+    return result;
+}
+
+}  // namespace host

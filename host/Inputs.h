@@ -1,0 +1,68 @@
+// A step's input list and its input bindings.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/HostObject.h"
+
+namespace host {
+
+// One input or parameter binding: the interface it requires, the bound
+// object, and an item name and index inside the bound collection.
+class InputParameter final : public Object<InputParameter, IInputParameter> {
+public:
+    static constexpr char kLedgerName[] = "InputParameter";
+    using Answered = Answers<IInputParameter>;
+
+    InputParameter() = default;
+    InputParameter(const std::wstring& name, const IID& iid, int32_t flags);
+
+    // The bound object's required interface; the object as it is when it
+    // does not offer that interface or none is required.
+    HRESULT get_Value(IUnknown** out) override;
+    HRESULT get_IID(IID* out) override;
+    HRESULT put_IID(IID iid) override;
+    HRESULT get_ItemName(IString** out) override;
+    HRESULT put_ItemName(IString* name) override;
+    HRESULT get_Object(IUnknown** out) override;
+    HRESULT put_Object(IUnknown* object) override;
+    HRESULT get_ItemIndex(int32_t* out) override;
+    HRESULT put_ItemIndex(int32_t index) override;
+
+    std::wstring name() const;
+    int32_t flags() const { return m_Flags; }
+    IID iid();
+
+private:
+    std::mutex m_Mutex;
+    std::wstring m_Name;
+    IID m_Iid = IID_NULL;
+    int32_t m_Flags = 0;
+    SmartPtr<IUnknown> m_Object;
+    std::wstring m_ItemName;
+    bool m_HasItemName = false;
+    int32_t m_ItemIndex = -1;
+};
+
+class InputParameters final : public Object<InputParameters, IInputParameters> {
+public:
+    static constexpr char kLedgerName[] = "InputParameters";
+    using Answered = Answers<IInputParameters>;
+
+    HRESULT get_Count(int32_t* count) override;
+    HRESULT get_Item(int32_t index, IUnknown** out) override;
+    HRESULT AddInput(IString* name, IID iid, int32_t flags) override;
+    HRESULT get_InputObject(int32_t index, IUnknown** out) override;
+
+    // The binding of the input with this name, or null.
+    SmartPtr<InputParameter> input(const std::wstring& name);
+    std::vector<SmartPtr<InputParameter>> inputs();
+
+private:
+    std::mutex m_Mutex;
+    std::vector<SmartPtr<InputParameter>> m_Inputs;
+};
+
+}  // namespace host
