@@ -1,0 +1,60 @@
+// The fixture every test uses: a stand-in host installed as the module's
+// global component collection, and the ledger of live host objects checked
+// when the test ends.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cwchar>
+#include <string>
+
+#include "host/Components.h"
+#include "host/HostObject.h"
+#include "module/Flukokzad.h"
+#include "runtime/ComponentAccess.h"
+#include "runtime/SmartPtr.h"
+
+inline tagREFString refText(const wchar_t* text) {
+    return {static_cast<int32_t>(std::wcslen(text)), text};
+}
+
+class HostTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_LiveAtStart = host::Ledger::live();
+        host::Recorder::clear();
+        components = host::makeStandardComponents();
+        InitializeModule(nullptr, components.get());
+    }
+
+    void TearDown() override {
+        InitializeModule(nullptr, nullptr);
+        if (components) components->clear();
+        components = nullptr;
+        MODULEReleaseComponents();
+        host::Recorder::clear();
+        EXPECT_EQ(host::Ledger::live(), m_LiveAtStart) << "live host objects: " << host::Ledger::report();
+    }
+
+    // A new step of the registered class, as the host makes it.
+    template <class I = IUnknown>
+    SmartPtr<I> createStep(const wchar_t* name) {
+        CREATEFUNCTION creator = nullptr;
+        if (CreateFunction(refText(name), &creator) != S_OK || !creator) return nullptr;
+        SmartPtr<I> step;
+        creator(nullptr, &iidOf<I>(), step.put_void());
+        return step;
+    }
+
+    SmartPtr<host::ComponentCollection> components;
+
+private:
+    int32_t m_LiveAtStart = 0;
+};
+
+// The fourteen registered names, in the registry's order.
+inline const wchar_t* const kRegisteredNames[] = {
+    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",   L"GCUIEdit",         L"GCUIInput",
+    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead",  L"GCUIPropWrite",    L"GCUIRefresh",
+    L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",   L"GCUIVerb",
+};
