@@ -1,0 +1,19 @@
+// Portable file names: "[InstallPath]/..." and "[Mapping]/..." forms, and
+// paths relative to or absolute from the installation or application path.
+// Every out string carries one reference for the caller.
+#pragma once
+
+#include <cstdint>
+
+#include "runtime/Interfaces.h"
+
+constexpr HRESULT E_NO_SETTINGS_STORE = static_cast<HRESULT>(0x80040010u);
+
+HRESULT FILENAMEGetInstallPath(IString** out);
+HRESULT FILENAMEGetAppPath(IString** out);
+HRESULT FILENAMEMap(IString* path, IString** out, int16_t relative);
+HRESULT FILENAMEUnmap(IString* portable, IString** out);
+// selector 0: relative to the installation path; other: the application path.
+HRESULT FILENAMECreateRelative(IString* path, IString** out, int16_t selector);
+HRESULT FILENAMECreateRelative(IString* base, IString* path, IString** out);
+HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector);
