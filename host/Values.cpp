@@ -36,7 +36,7 @@ HRESULT String::Append(int32_t length, const wchar_t* text) {
 HRESULT String::assign(const wchar_t* head, int32_t headLength, const wchar_t* tail, int32_t tailLength) {
     const size_t total = static_cast<size_t>(headLength) + static_cast<size_t>(tailLength);
     std::unique_ptr<wchar_t[]> buffer(new (std::nothrow) wchar_t[total]);
-    if (!buffer) return static_cast<HRESULT>(0x8007000Eu);
+    if (!buffer) return E_OUTOFMEMORY;
     if (headLength > 0) std::memcpy(buffer.get(), head, static_cast<size_t>(headLength) * sizeof(wchar_t));
     if (tailLength > 0) {
         std::memcpy(buffer.get() + headLength, tail, static_cast<size_t>(tailLength) * sizeof(wchar_t));

@@ -169,7 +169,7 @@ HRESULT CObject<T>::_CreateInstance(void* /*reserved*/, const IID* iid, void** o
     *out = nullptr;
     if (!iid) return E_POINTER;
     T* object = new (std::nothrow) T();
-    if (!object) return static_cast<HRESULT>(0x8007000Eu);  // out of memory
+    if (!object) return E_OUTOFMEMORY;
     HRESULT result = object->FinalConstruct();
     if (result == S_OK) {
         result = object->QueryInterface(*iid, out);
