@@ -1,11 +1,37 @@
 // The Activate step: makes one object of the host's interface active or inactive.
 #include "module/Registry.h"
+#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
+
+namespace {
+
+const InputDeclaration kInputs[] = {
+    {L"ActivateObject", &IID_IActivatableObject, 0},
+};
+
+const ParameterDeclaration kParameters[] = {
+    {L"Activate", Integer(1), 0x13},
+};
+
+const PageDeclaration kPages[] = {
+    {L"UIPropPages.UIInputParametersPropPage", true},
+    {L"UIPropPages.UIParametersPropPage", true},
+};
+
+}  // namespace
 
 class CGCUIActivate final : public StepBase<CGCUIActivate, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIActivate";
     using Interfaces = StepInterfaces<>;
+
+    HRESULT FinalConstruct() override {
+        return Declare(kInputs, kParameters);
+    }
+
+    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
+        return PAGESBuild(kPages, nullptr, pages);
+    }
 };
 
 extern const ModuleClass gGCUIActivateClass = moduleClassOf<CGCUIActivate>();

@@ -1,11 +1,40 @@
-// The Scroll step: reads and sets the scroll position of a scrollable object.
+// The Scroll step: reads or sets the scroll position and page size of one axis of a scrollable object.
 #include "module/Registry.h"
+#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
+
+namespace {
+
+const InputDeclaration kInputs[] = {
+    {L"ScrollableObject", &IID_IUIScrollableObject, 0},
+};
+
+const ParameterDeclaration kParameters[] = {
+    {L"Operation", Integer(0), 0x43, L"Read|SetPos|SetSize|SetPosAndSize"},
+    {L"Axis", Integer(0), 3},
+    {L"Pos", Integer(0), 5},
+    {L"PageSize", Integer(0), 5},
+};
+
+const PageDeclaration kPages[] = {
+    {L"UIInputParametersPropPage", true},
+    {L"UIParametersPropPage", true},
+};
+
+}  // namespace
 
 class CGCUIScroll final : public StepBase<CGCUIScroll, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIScroll";
     using Interfaces = StepInterfaces<>;
+
+    HRESULT FinalConstruct() override {
+        return Declare(kInputs, kParameters);
+    }
+
+    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
+        return PAGESBuild(kPages, nullptr, pages);
+    }
 };
 
 extern const ModuleClass gGCUIScrollClass = moduleClassOf<CGCUIScroll>();

@@ -26,8 +26,7 @@ public:
     uint32_t AddRef() override { return IUnknownImpl<T>::addRef(this); }
     uint32_t Release() override { return IUnknownImpl<T>::release(static_cast<T*>(this)); }
 
-    // Property pages and the step's work are not built yet: each says so.
-    HRESULT GetPages(int32_t, INamedCollection**, IUnknown**) override { return E_NOTIMPL; }
+    // A step whose work is not built yet says so.
     HRESULT Execute(void* /*context*/) { return E_NOTIMPL; }
 
 protected:

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <thread>
 
-#include "steps/StepBase.h"
+#include "support/TestStep.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -67,7 +67,7 @@ struct Script {
 };
 Script gScript;
 
-class CTestSyncStep final : public StepBase<CTestSyncStep, IParameters, IStepImplSynchronous> {
+class CTestSyncStep final : public TestStep<CTestSyncStep, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"TestSyncStep";
     using Interfaces = StepInterfaces<>;
@@ -83,7 +83,7 @@ public:
     }
 };
 
-class CTestAsyncStep final : public StepBase<CTestAsyncStep, IParameters, IStepImplAsynchronous> {
+class CTestAsyncStep final : public TestStep<CTestAsyncStep, IParameters, IStepImplAsynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"TestAsyncStep";
     using Interfaces = StepInterfaces<>;

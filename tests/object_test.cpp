@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "host/Inputs.h"
-#include "steps/StepBase.h"
+#include "support/TestStep.h"
 #include "support/HostTest.h"
 
 using StepObject = HostTest;
@@ -229,7 +229,7 @@ namespace {
 std::atomic<int> gFinalReleases{0};
 std::atomic<HRESULT> gFinalConstructResult{S_OK};
 
-class CTestHookStep final : public StepBase<CTestHookStep, IParameters, IStepImplSynchronous> {
+class CTestHookStep final : public TestStep<CTestHookStep, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"TestHookStep";
     using Interfaces = StepInterfaces<>;
