@@ -59,6 +59,21 @@ int PARAMETERSCompareByName(const void* a, const void* b);
 // ASCII letters A to Z folded to a to z and nothing else.
 bool PARAMETERSNamesMatch(const wchar_t* a, int32_t aLength, const wchar_t* b, int32_t bLength);
 
+// The persistence of a collection, defined in FolderPersistence.h and
+// XmlPersistence.h.
+template <class Collection>
+HRESULT PARAMSSaveFolderStream(Collection& parameters, IUnknown* self, IDataStream* stream, int32_t mode);
+template <class Collection>
+HRESULT PARAMSLoadFolderStream(Collection& parameters, IDataStream* stream, int32_t mode);
+template <class Collection>
+HRESULT PARAMSSaveXML(Collection& parameters, IDataStream* stream, int32_t mode);
+template <class Collection>
+HRESULT PARAMSLoadXML(Collection& parameters, IDataStream* stream, int32_t mode);
+template <class Collection>
+HRESULT PARAMSSaveXMLUnk(Collection& parameters, IDataStream* stream, int32_t mode);
+template <class Collection>
+HRESULT PARAMSLoadXMLUnk(Collection& parameters, IDataStream* stream, int32_t mode, bool creatable);
+
 template <class T, class I>
 class IParametersImpl : public I {
     static_assert(std::is_same_v<I, IParameters> || std::is_same_v<I, IParametersCreatable>,
@@ -463,6 +478,27 @@ public:
         return S_OK;
     }
 
+    // Folder streams: the compact bit (0x800000) reduces what is written to
+    // what the declaration cannot restore; the rebuild bit (0x1000000)
+    // re-creates the parameter set on loading.
+    HRESULT Params_SaveFolderStream(IDataStream* stream, int32_t mode) {
+        return PARAMSSaveFolderStream(*this, identity(), stream, mode);
+    }
+    HRESULT Params_LoadFolderStream(IDataStream* stream, int32_t mode) {
+        return PARAMSLoadFolderStream(*this, stream, mode);
+    }
+    // XML: every parameter with its value as text.
+    HRESULT Params_SaveXML(IDataStream* stream, int32_t mode) { return PARAMSSaveXML(*this, stream, mode); }
+    HRESULT Params_LoadXML(IDataStream* stream, int32_t mode, int32_t /*reserved*/) {
+        return PARAMSLoadXML(*this, stream, mode);
+    }
+    // XML: only the parameters whose value is a persistable object; with the
+    // reuse bit (0x2000000) the current objects load themselves.
+    HRESULT Params_SaveXMLUnk(IDataStream* stream, int32_t mode) { return PARAMSSaveXMLUnk(*this, stream, mode); }
+    HRESULT Params_LoadXMLUnk(IDataStream* stream, int32_t mode) {
+        return PARAMSLoadXMLUnk(*this, stream, mode, kCreatable);
+    }
+
     int32_t PARAMInteger(int32_t index, int32_t defaultValue) {
         SmartPtr<IVariant> value;
         if (get_ItemVariant(index, value.put()) < 0 || !value) return defaultValue;
@@ -508,6 +544,8 @@ private:
             writeText(stream, text, length);
         }
     }
+
+    IUnknown* identity() { return static_cast<T*>(this)->identityOfStep(); }
 
     bool inRange(int32_t index) {
         std::lock_guard<std::mutex> guard(m_Guard);

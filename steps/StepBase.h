@@ -26,6 +26,9 @@ public:
     uint32_t AddRef() override { return IUnknownImpl<T>::addRef(this); }
     uint32_t Release() override { return IUnknownImpl<T>::release(static_cast<T*>(this)); }
 
+    // The step's identity (its IUnknown), without a reference.
+    IUnknown* identityOfStep() { return IUnknownImpl<T>::primary(static_cast<T*>(this)); }
+
     // A step whose work is not built yet says so.
     HRESULT Execute(void* /*context*/) { return E_NOTIMPL; }
 
