@@ -10,6 +10,7 @@
 
 #include "host/Components.h"
 #include "host/HostObject.h"
+#include "host/Registry.h"
 
 namespace {
 
@@ -81,14 +82,22 @@ int listClasses(const Module& module) {
 
 void usage() {
     std::printf(
-        "usage: stephost classes\n"
+        "usage: stephost [--settings FILE] classes\n"
         "  Loads ./_binlinux/Flukokzad.so, gives it the stand-in host, and lists the\n"
-        "  step classes it registers with the interfaces each one answers.\n");
+        "  step classes it registers with the interfaces each one answers.\n"
+        "  --settings FILE  the host's settings store (\"Registry\"), read from an\n"
+        "                   INI-style file with [Workspace] and [Mappings] sections\n");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const char* settings = nullptr;
+    if (argc >= 3 && std::strcmp(argv[1], "--settings") == 0) {
+        settings = argv[2];
+        argv += 2;
+        argc -= 2;
+    }
     if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
         usage();
         return argc < 2 ? 2 : 0;
@@ -104,6 +113,12 @@ int main(int argc, char** argv) {
     int result = 0;
     {
         SmartPtr<host::ComponentCollection> components = host::makeStandardComponents();
+        SmartPtr<host::Registry> registry = host::make<host::Registry>();
+        if (settings && !registry->load(settings)) {
+            std::fprintf(stderr, "stephost: cannot read the settings file %s\n", settings);
+            return 1;
+        }
+        components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
         module.initialize(nullptr, components.get());
         result = listClasses(module);
         module.initialize(nullptr, nullptr);
