@@ -1,7 +1,5 @@
 #include "runtime/ComponentAccess.h"
 
-#include "runtime/CREFString.h"
-
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -9,6 +7,8 @@
 #include <cstring>
 #include <mutex>
 #include <vector>
+
+#include "runtime/CREFString.h"
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 
