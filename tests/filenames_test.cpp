@@ -134,6 +134,7 @@ TEST_F(FileNames, RelativeFormsGoUpFromTheBase) {
         {L"/a/b", L"/a/b/c", L"c"},
         {L"/opt/app", L"/opt/app", L""},      // nothing after the base
         {L"/opt/app", L"/opt/apple/x", L""},  // shares only one separator
+        {L"/opt/ab", L"/opt/a/x", L""},       // the common part ends before the first difference
         {L"/opt/app", L"/other/x", L""},
         {L"", L"/opt/x", L""},
         {L"/opt/app", L"", L""},

@@ -190,6 +190,8 @@ TEST_F(Values, VariantsShownWithPrecisionOrFormatCode) {
         {real(0.125), -1, L"0.125"},
         {real(-1.75), -1, L"-1.75"},
         {real(0.3), -1, L"0.3"},
+        {real(1.0001), -1, L"1.0001"},
+        {real(2.000000001), -1, L"2"},  // a remainder below 1e-08 is not shown
         {real(1.0 / 3.0), -1, L"0.333333333"},  // no fewer decimals show it: nine
         {real(1.5), 3, L"1.500"},
         {real(2.4), 0, L"2"},
