@@ -15,6 +15,7 @@
 namespace {
 
 struct Module {
+    void* library = nullptr;
     INITIALIZEMODULEFUNCTION initialize = nullptr;
     CREATEFUNCTIONFUNCTION create = nullptr;
 };
@@ -25,6 +26,7 @@ bool loadModule(const char* path, Module& module) {
         std::fprintf(stderr, "stephost: cannot load %s: %s\n", path, dlerror());
         return false;
     }
+    module.library = library;
     module.initialize = reinterpret_cast<INITIALIZEMODULEFUNCTION>(dlsym(library, "InitializeModule"));
     module.create = reinterpret_cast<CREATEFUNCTIONFUNCTION>(dlsym(library, "CreateFunction"));
     if (!module.initialize || !module.create) {
@@ -124,6 +126,9 @@ int main(int argc, char** argv) {
         module.initialize(nullptr, nullptr);
         components->clear();
     }
+    // Unloading the module releases what it keeps for its lifetime (its
+    // cached string, variant and collection factories).
+    dlclose(module.library);
     if (host::Ledger::live() != 0) {
         std::fprintf(stderr, "stephost: host objects still alive: %s\n", host::Ledger::report().c_str());
         result = 1;
