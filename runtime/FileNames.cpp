@@ -55,13 +55,12 @@ SmartPtr<IString> joined(std::initializer_list<tagREFString> parts) {
 // is none to turn, else a new string.
 SmartPtr<IString> withForwardSlashes(IString* string) {
     const CREFString text(string);
-    if (std::find(text.text, text.text + (text.empty() ? 0 : text.count), L'\\') == text.text + text.count) {
-        return string;
-    }
-    std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[static_cast<size_t>(text.count)]);
+    const int32_t length = text.empty() ? 0 : text.count;
+    if (std::find(text.text, text.text + length, L'\\') == text.text + length) return string;
+    std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[static_cast<size_t>(length)]);
     if (!copy) return nullptr;
-    std::replace_copy(text.text, text.text + text.count, copy.get(), L'\\', L'/');
-    return ISCreate(tagREFString{text.count, copy.get()});
+    std::replace_copy(text.text, text.text + length, copy.get(), L'\\', L'/');
+    return ISCreate(tagREFString{length, copy.get()});
 }
 
 // Hands result to the caller: 0, or 0x80004005 when the host made no string.

@@ -189,6 +189,21 @@ TEST_F(FileNames, AbsoluteFormsClimbTheBase) {
     }
 }
 
+TEST_F(FileNames, LongPathsAreHandledWhole) {
+    const std::wstring tail(10000, L'a');
+    SmartPtr<IString> out;
+    EXPECT_EQ(FILENAMEMap(text((L"/opt/inspect/" + tail).c_str()).get(), out.put(), 0), S_OK);
+    EXPECT_EQ(textOf(out), L"[InstallPath]/" + tail);
+    EXPECT_EQ(FILENAMEUnmap(text((L"[Images]\\" + tail).c_str()).get(), out.put()), S_OK);
+    EXPECT_EQ(textOf(out), L"/media/img/" + tail);
+    EXPECT_EQ(FILENAMECreateRelative(text((L"/opt/app/sub/" + tail).c_str()).get(), out.put(), 1), S_OK);
+    EXPECT_EQ(textOf(out), tail);
+    EXPECT_EQ(FILENAMECreateAbsolute(text((L"..\\" + tail).c_str()).get(), out.put(), 1), S_OK);
+    EXPECT_EQ(textOf(out), L"/opt/app/" + tail);
+    const std::wstring longName(10000, L'n');
+    EXPECT_EQ(FILENAMEUnmap(text((L"[" + longName + L"]/x").c_str()).get(), out.put()), E_FAIL);
+}
+
 TEST_F(FileNames, WorkspacePathsAreReadIntoABoundedBuffer) {
     host::Recorder::clear();
     SmartPtr<IString> path;

@@ -82,6 +82,9 @@ TEST_F(Values, Utf8IsDecodedLeniently) {
         EXPECT_EQ(textOf(made.get()), c.expected) << "bytes " << c.bytes.size() << " count " << count;
     }
     EXPECT_EQ(textOf(ISCreate(static_cast<const char*>(nullptr), 4).get()), L"");
+    // Ten thousand lead bytes: each takes the next as its continuation.
+    const std::string leads(10000, '\xC3');
+    EXPECT_EQ(textOf(ISCreate(leads.data(), 10000).get()), std::wstring(5000, L'\xC3'));
 }
 
 TEST_F(Values, IntegersAreReadDigitByDigit) {
@@ -191,7 +194,7 @@ TEST_F(Values, VariantsShownWithPrecisionOrFormatCode) {
         {real(-1.75), -1, L"-1.75"},
         {real(0.3), -1, L"0.3"},
         {real(1.0001), -1, L"1.0001"},
-        {real(2.000000001), -1, L"2"},  // a remainder below 1e-08 is not shown
+        {real(2.000000001), -1, L"2"},          // a remainder below 1e-08 is not shown
         {real(1.0 / 3.0), -1, L"0.333333333"},  // no fewer decimals show it: nine
         {real(1.5), 3, L"1.500"},
         {real(2.4), 0, L"2"},
