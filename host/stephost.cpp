@@ -10,10 +10,12 @@
 
 #include "host/Components.h"
 #include "host/HostObject.h"
+#include "host/Registry.h"
 
 namespace {
 
 struct Module {
+    void* library = nullptr;
     INITIALIZEMODULEFUNCTION initialize = nullptr;
     CREATEFUNCTIONFUNCTION create = nullptr;
 };
@@ -24,6 +26,7 @@ bool loadModule(const char* path, Module& module) {
         std::fprintf(stderr, "stephost: cannot load %s: %s\n", path, dlerror());
         return false;
     }
+    module.library = library;
     module.initialize = reinterpret_cast<INITIALIZEMODULEFUNCTION>(dlsym(library, "InitializeModule"));
     module.create = reinterpret_cast<CREATEFUNCTIONFUNCTION>(dlsym(library, "CreateFunction"));
     if (!module.initialize || !module.create) {
@@ -81,14 +84,22 @@ int listClasses(const Module& module) {
 
 void usage() {
     std::printf(
-        "usage: stephost classes\n"
+        "usage: stephost [--settings FILE] classes\n"
         "  Loads ./_binlinux/Flukokzad.so, gives it the stand-in host, and lists the\n"
-        "  step classes it registers with the interfaces each one answers.\n");
+        "  step classes it registers with the interfaces each one answers.\n"
+        "  --settings FILE  the host's settings store (\"Registry\"), read from an\n"
+        "                   INI-style file with [Workspace] and [Mappings] sections\n");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const char* settings = nullptr;
+    if (argc >= 3 && std::strcmp(argv[1], "--settings") == 0) {
+        settings = argv[2];
+        argv += 2;
+        argc -= 2;
+    }
     if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
         usage();
         return argc < 2 ? 2 : 0;
@@ -104,11 +115,20 @@ int main(int argc, char** argv) {
     int result = 0;
     {
         SmartPtr<host::ComponentCollection> components = host::makeStandardComponents();
+        SmartPtr<host::Registry> registry = host::make<host::Registry>();
+        if (settings && !registry->load(settings)) {
+            std::fprintf(stderr, "stephost: cannot read the settings file %s\n", settings);
+            return 1;
+        }
+        components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
         module.initialize(nullptr, components.get());
         result = listClasses(module);
         module.initialize(nullptr, nullptr);
         components->clear();
     }
+    // Unloading the module releases what it keeps for its lifetime (its
+    // cached string, variant and collection factories).
+    dlclose(module.library);
     if (host::Ledger::live() != 0) {
         std::fprintf(stderr, "stephost: host objects still alive: %s\n", host::Ledger::report().c_str());
         result = 1;

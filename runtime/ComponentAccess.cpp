@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+#include "runtime/CREFString.h"
+
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 
 namespace {
@@ -54,18 +56,107 @@ bool buildModulePath(tagREFString name, char (&path)[kPathCapacity]) {
     return true;
 }
 
+// The global collection as it is now, without making one.
+SmartPtr<IComponentCollection> currentGlobal() {
+    std::lock_guard<std::mutex> lock(globalCollectionMutex());
+    return gGlobalComponentCollection;
+}
+
+template <size_t N>
+constexpr tagREFString literal(const wchar_t (&text)[N]) {
+    return {static_cast<int32_t>(N - 1), text};
+}
+
+constexpr tagREFString kCollectionsEx = literal(L"CollectionsEx");
+
+// One cached host factory: a component path that makes one kind of object.
+// Found or made once and kept until unload; while it is missing, every call
+// tries again. The mutex guards only the exchange of the pointer: lookups,
+// library loading and CreateInstance run outside it, so two threads that find
+// it empty at once may both look it up, and the first to store it wins.
+struct CachedFactory {
+    const tagREFString className;  // the component name and the class part
+    std::mutex mutex;
+    SmartPtr<IComponentString> factory;
+};
+
+enum FactoryKind { kStringFactory, kVariantFactory, kCollectionFactory, kFactoryKinds };
+
+CachedFactory& cachedFactory(FactoryKind kind) {
+    static CachedFactory factories[kFactoryKinds] = {
+        {literal(L"CreatableString"), {}, nullptr},
+        {literal(L"Variant"), {}, nullptr},
+        {literal(L"SuperCollection"), {}, nullptr},
+    };
+    return factories[kind];
+}
+
+// The global collection's component of that name, or else a fresh component
+// path from CollectionsEx naming the class in Collections.
+SmartPtr<IComponentString> findFactory(const tagREFString& className) {
+    if (SmartPtr<IComponentCollection> global = currentGlobal()) {
+        SmartPtr<IUnknown> component;
+        global->GetComponent(className.count, className.text, nullptr, component.put_void());
+        // The component comes as it is; it is only used as a component path
+        // when it says it is one.
+        if (SmartPtr<IComponentString> found = component.query<IComponentString>()) return found;
+    }
+    const CREATEFUNCTION creator = MODULECreateFunction(kCollectionsEx, literal(L"ComponentString"));
+    if (!creator) return nullptr;
+    SmartPtr<IComponentString> made;
+    creator(nullptr, &IID_IComponentString, made.put_void());
+    if (!made) return nullptr;
+    const tagREFString module = literal(L"Collections");
+    made->put_Part(4, module.count, module.text);
+    made->put_Part(1, className.count, className.text);
+    return made;
+}
+
+SmartPtr<IComponentString> factoryFor(FactoryKind kind) {
+    CachedFactory& cache = cachedFactory(kind);
+    {
+        std::lock_guard<std::mutex> lock(cache.mutex);
+        if (cache.factory) return cache.factory;
+    }
+    SmartPtr<IComponentString> found = findFactory(cache.className);
+    if (!found) return nullptr;
+    std::lock_guard<std::mutex> lock(cache.mutex);
+    if (!cache.factory) cache.factory = std::move(found);
+    return cache.factory;
+}
+
+template <class I>
+SmartPtr<I> createFrom(FactoryKind kind) {
+    SmartPtr<IComponentString> factory = factoryFor(kind);
+    if (!factory) return nullptr;
+    SmartPtr<I> made;
+    factory->CreateInstance(&iidOf<I>(), made.put_void());
+    return made;
+}
+
+void releaseFactories() {
+    for (int kind = 0; kind < kFactoryKinds; ++kind) {
+        CachedFactory& cache = cachedFactory(static_cast<FactoryKind>(kind));
+        SmartPtr<IComponentString> released;
+        std::lock_guard<std::mutex> lock(cache.mutex);
+        std::swap(released, cache.factory);
+    }
+}
+
 }  // namespace
+
+SmartPtr<IString> CREFString::CreateString() { return createFrom<ICreatableString>(kStringFactory); }
+
+SmartPtr<IVariant> CREFString::CreateVariant() { return createFrom<IVariant>(kVariantFactory); }
+
+SmartPtr<ISuperCollection> CREFString::CreateCollection() { return createFrom<ISuperCollection>(kCollectionFactory); }
 
 SmartPtr<IComponentCollection> GLOBALComponents() {
     {
         std::lock_guard<std::mutex> lock(globalCollectionMutex());
         if (gGlobalComponentCollection) return gGlobalComponentCollection;
     }
-    static const wchar_t kModule[] = L"CollectionsEx";
-    static const wchar_t kClass[] = L"GlobalComponentCollection";
-    const CREATEFUNCTION creator =
-        MODULECreateFunction({static_cast<int32_t>(std::wcslen(kModule)), kModule},
-                             {static_cast<int32_t>(std::wcslen(kClass)), kClass});
+    const CREATEFUNCTION creator = MODULECreateFunction(kCollectionsEx, literal(L"GlobalComponentCollection"));
     if (!creator) return nullptr;
     SmartPtr<IComponentCollection> made;
     creator(nullptr, &IID_IComponentCollection, made.put_void());
@@ -103,12 +194,7 @@ CREATEFUNCTION MODULECreateFunction(tagREFString moduleName, tagREFString classN
     if (!createFunction) return nullptr;
 
     if (initializeModule) {
-        SmartPtr<IComponentCollection> global;
-        {
-            std::lock_guard<std::mutex> lock(globalCollectionMutex());
-            global = gGlobalComponentCollection;
-        }
-        if (global) initializeModule(nullptr, global.get());
+        if (SmartPtr<IComponentCollection> global = currentGlobal()) initializeModule(nullptr, global.get());
     }
     CREATEFUNCTION creator = nullptr;
     if (createFunction(className, &creator) != S_OK) return nullptr;
@@ -133,4 +219,7 @@ SmartPtr<IComponentString> GetComponentString(IString* name) {
     return component.query<IComponentString>();
 }
 
-void MODULEReleaseComponents() { GLOBALSetComponents(nullptr); }
+void MODULEReleaseComponents() {
+    releaseFactories();
+    GLOBALSetComponents(nullptr);
+}

@@ -102,6 +102,16 @@ public:
         return result;
     }
 
+    // The object's interface J into an out-parameter (null when it is not
+    // offered); the result of QueryInterface, or E_NOINTERFACE when empty.
+    template <class J>
+    HRESULT query_to(J** out) const noexcept {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (!m_pointer) return E_NOINTERFACE;
+        return m_pointer->QueryInterface(iidOf<J>(), reinterpret_cast<void**>(out));
+    }
+
 private:
     I* m_pointer = nullptr;
 };
@@ -123,7 +133,29 @@ inline bool isSameObject(IUnknown* a, IUnknown* b) noexcept {
     return identityA.get() == identityB.get();
 }
 
-inline bool operator==(const SmartPtr<IUnknown>& a, const SmartPtr<IUnknown>& b) noexcept {
+// Two pointers are equal when they reach the same object, through whichever
+// interfaces they hold.
+template <class A, class B>
+bool operator==(const SmartPtr<A>& a, const SmartPtr<B>& b) noexcept {
     return isSameObject(a.get(), b.get());
 }
-inline bool operator!=(const SmartPtr<IUnknown>& a, const SmartPtr<IUnknown>& b) noexcept { return !(a == b); }
+template <class A, class B>
+bool operator!=(const SmartPtr<A>& a, const SmartPtr<B>& b) noexcept {
+    return !(a == b);
+}
+template <class I>
+bool operator==(const SmartPtr<I>& a, std::nullptr_t) noexcept {
+    return !a;
+}
+template <class I>
+bool operator==(std::nullptr_t, const SmartPtr<I>& a) noexcept {
+    return !a;
+}
+template <class I>
+bool operator!=(const SmartPtr<I>& a, std::nullptr_t) noexcept {
+    return static_cast<bool>(a);
+}
+template <class I>
+bool operator!=(std::nullptr_t, const SmartPtr<I>& a) noexcept {
+    return static_cast<bool>(a);
+}
