@@ -29,6 +29,13 @@ bool eventually(const std::function<bool()>& condition) {
 }
 
 int threadsOfThisProcess() {
+    // Some runtimes (ThreadSanitizer's among them) start a helper thread of their
+    // own with the first thread the process creates; let that happen first.
+    static const bool runtimeSettled = [] {
+        std::thread([] {}).join();
+        return true;
+    }();
+    (void)runtimeSettled;
     int count = 0;
     if (DIR* tasks = opendir("/proc/self/task")) {
         while (dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
@@ -288,11 +295,15 @@ TEST_F(Execution, ThousandsOfRunsLeaveNoThreadsBehind) {
             step->TurnOff();
         }
     }
-    EXPECT_LE(threadsOfThisProcess(), threadsBefore + 1) << "at most the last finished worker";
+    // A joined thread can linger in /proc for a moment after the join returns
+    // (the kernel reaps it a little later), so the counts are awaited.
+    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore + 1; }))
+        << "at most the last finished worker";
     EXPECT_EQ(host::Ledger::live(), liveBefore);
     EXPECT_EQ(gScript.with([] { return gScript.executions; }), 10000);
     SmartPtr<IUnknown> identity = step.query<IUnknown>();
     step = nullptr;
     EXPECT_EQ(identity.detach()->Release(), 0u);
-    EXPECT_EQ(threadsOfThisProcess(), threadsBefore) << "teardown joined the last worker";
+    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() == threadsBefore; }))
+        << "no worker outlives its step";
 }
