@@ -21,13 +21,23 @@ want_pkg valgrind              # instruction counts (make bench-instructions)
 want_pkg g++-arm-linux-gnueabihf
 want_pkg binutils-arm-linux-gnueabihf
 want_pkg qemu-user             # runs the armhf tests
+want_pkg libtinyxml2-dev       # the stand-in host's XML streams and program files
+
+# The armhf build links the same XML library, from Debian's armhf packages.
+if ! dpkg --print-foreign-architectures | grep -qx armhf; then
+    SUDO=""
+    if [ "$(id -u)" != "0" ]; then SUDO="sudo"; fi
+    $SUDO dpkg --add-architecture armhf
+fi
+want_pkg libtinyxml2-dev:armhf
 
 if [ -n "$need" ]; then
     echo "installing:$need"
     SUDO=""
     if [ "$(id -u)" != "0" ]; then SUDO="sudo"; fi
     export DEBIAN_FRONTEND=noninteractive
-    $SUDO apt-get update -q
+    # A mirror caught mid-sync can fail one index; the rest still serve the install.
+    $SUDO apt-get update -q || echo "apt-get update reported errors; trying the install anyway"
     # shellcheck disable=SC2086
     $SUDO apt-get install -y -q --no-install-recommends $need
 fi
@@ -35,5 +45,7 @@ fi
 for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf; do
     have_cmd "$tool" || { echo "missing after install: $tool" >&2; exit 1; }
 done
+[ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
+[ -f /usr/lib/arm-linux-gnueabihf/libtinyxml2.so ] || { echo "missing: armhf libtinyxml2" >&2; exit 1; }
 [ -f /usr/src/googletest/CMakeLists.txt ] || { echo "missing: /usr/src/googletest" >&2; exit 1; }
 echo "dependencies present"
