@@ -18,4 +18,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${FLUKO_ARM_SYSROOT})
+# Debian's armhf packages (tinyxml2, for the stand-in host) bring their own
+# C library into /usr/lib/arm-linux-gnueabihf, which the loader's cache also
+# lists; LD_LIBRARY_PATH keeps the C and C++ runtimes those of the sysroot the
+# loader comes from, so loader and C library always match.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${FLUKO_ARM_SYSROOT} -E LD_LIBRARY_PATH=${FLUKO_ARM_SYSROOT}/lib)
