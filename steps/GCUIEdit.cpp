@@ -72,6 +72,31 @@ public:
         return result;
     }
 
+    // Folder streams only: the parameters in compact form, the input list
+    // beside them, then the remembered window area as 16 raw bytes "Rect".
+    HRESULT Save(IDataStream* stream, int32_t mode) override {
+        SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+        if (!folder) return E_NOTIMPL;
+        Params_SaveFolderStream(stream, mode | MODE_COMPACT);
+        SaveInputs(stream, mode | MODE_COMPACT);
+        folder->WriteBinary(ISCreate(L"Rect").get(), m_Rect, sizeof m_Rect, 0);
+        return S_OK;
+    }
+
+    // A stream without "Rect" (or with a block of another size) keeps the
+    // area the step has.
+    HRESULT Load(IDataStream* stream, int32_t mode) override {
+        SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+        if (!folder) return E_NOTIMPL;
+        Params_LoadFolderStream(stream, mode | MODE_COMPACT);
+        LoadInputs(stream, mode);
+        int32_t area[4] = {0, 0, 0, 0};
+        if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
+            for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
+        }
+        return S_OK;
+    }
+
     // The frame's events are not handled yet.
     HRESULT EditClosed(IUnknown*) override { return E_NOTIMPL; }
     HRESULT EditApply(IUnknown*) override { return E_NOTIMPL; }

@@ -32,6 +32,27 @@ public:
         return PAGESBuild(kPages, nullptr, pages);
     }
 
+    // The parameters come from the object read, so only XML keeps them; a
+    // folder stream gets the input list alone ("Inputs" in the split layout).
+    // Loading is the common one. Always 0.
+    HRESULT Save(IDataStream* stream, int32_t mode) override {
+        if (!stream) return S_OK;
+        if (queryInterface<IXMLStream>(stream)) {
+            Params_SaveXML(stream, MODE_COMPACT);
+            return S_OK;
+        }
+        SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+        if (!folder) return S_OK;
+        if (m_SplitLayout == 0) {
+            SaveInputs(stream, mode | MODE_COMPACT);
+            return S_OK;
+        }
+        SmartPtr<IFolderStream> inputs;
+        folder->CreateFolder(ISCreate(L"Inputs").get(), 0, inputs.put());
+        if (inputs) SaveInputs(inputs.get(), mode | MODE_COMPACT);
+        return S_OK;
+    }
+
     // The only step whose collection lock is a real mutex.
     void Lock() override { m_ResourceLock.Lock(); }
     void Unlock() override { m_ResourceLock.Unlock(); }
