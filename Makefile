@@ -32,5 +32,13 @@ check-binaries:
 demo: build-native
 	cd build/native && ./stephost classes
 
+# Google Benchmark timings with each scenario's ratio to its baseline.
+bench: build-native
+	./build/native/bench/flukokzad_bench --benchmark_color=false
+
+# The same scenarios under callgrind: instruction counts, stable on a busy machine.
+bench-instructions: build-native
+	./bench/instructions.sh build/native/bench/flukokzad_bench
+
 clean:
 	rm -rf build

@@ -125,17 +125,17 @@ public:
 
     HRESULT CollectionLock() override {
         static_cast<T*>(this)->Lock();
-        m_Locked = 1;
+        m_Locked.store(1, std::memory_order_relaxed);
         return S_OK;
     }
 
     HRESULT CollectionUnlock() override {
         static_cast<T*>(this)->Unlock();
-        m_Locked = 0;
+        m_Locked.store(0, std::memory_order_relaxed);
         return S_OK;
     }
 
-    HRESULT IsCollectionLocked() override { return m_Locked.load() != 0 ? 1 : 0; }
+    HRESULT IsCollectionLocked() override { return m_Locked.load(std::memory_order_relaxed) != 0 ? 1 : 0; }
 
     HRESULT Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor,
                     int32_t* flags) override {
@@ -164,9 +164,24 @@ public:
         if (!out) return E_POINTER;
         *out = nullptr;
         CollectionLock();
+        // Only the value and the descriptor are needed: the name's reference
+        // is not taken, and a value without a binding is handed out as it is.
         Snapshot record;
+        bool found = false;
+        {
+            std::lock_guard<std::mutex> guard(m_Guard);
+            if (index < m_Count) {
+                const PARAMETEROBJECT& item = *m_Items[index];
+                record.value = item.value;
+                if (item.descriptor) record.descriptor = item.descriptor;
+                found = true;
+            }
+        }
         HRESULT result = E_INVALIDARG;
-        if (snapshot(index, record)) {
+        if (found && !record.descriptor) {
+            *out = record.value.detach();
+            result = *out ? S_OK : E_FAIL;
+        } else if (found) {
             SmartPtr<IVariant> variant;
             result = variantOf(record, variant);
             *out = variant.detach();
@@ -519,7 +534,9 @@ protected:
     IParametersImpl& operator=(const IParametersImpl&) = delete;
 
     PARAMETEROBJECT** m_Items = nullptr;
-    int32_t m_Count = 0;
+    // Changed only under the guard; read without it for the range checks
+    // that come before the collection lock.
+    std::atomic<int32_t> m_Count{0};
     int32_t m_Capacity = 0;
     // Read by other threads without the collection lock, so atomic.
     std::atomic<int32_t> m_Locked{0};
@@ -547,10 +564,9 @@ private:
 
     IUnknown* identity() { return static_cast<T*>(this)->identityOfStep(); }
 
-    bool inRange(int32_t index) {
-        std::lock_guard<std::mutex> guard(m_Guard);
-        return index >= 0 && index < m_Count;
-    }
+    // A first check, before the collection lock; readers check again under
+    // the guard, as a parameter may have been removed in between.
+    bool inRange(int32_t index) const { return index >= 0 && index < m_Count.load(std::memory_order_acquire); }
 
     bool snapshot(int32_t index, Snapshot& out) {
         std::lock_guard<std::mutex> guard(m_Guard);

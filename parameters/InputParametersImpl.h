@@ -95,15 +95,14 @@ public:
     // The object bound to the input at index, or null (unbound, no input list).
     SmartPtr<IUnknown> InputObject(int32_t index) const {
         SmartPtr<IUnknown> bound;
-        if (SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(m_InputList)) {
-            inputs->get_InputObject(index, bound.put());
-        }
+        if (m_Inputs) m_Inputs->get_InputObject(index, bound.put());
         return bound;
     }
 
 protected:
-    InputParametersImpl() : m_InputList(createInputList()) {}
+    InputParametersImpl() : m_InputList(createInputList()), m_Inputs(queryInterface<IInputParameters>(m_InputList)) {}
     ~InputParametersImpl() {
+        m_Inputs = nullptr;
         IUnknown* inputs = m_InputList;
         m_InputList = nullptr;
         if (inputs) inputs->Release();
@@ -156,6 +155,9 @@ protected:
 
     IUnknown* m_InputList;
     int32_t m_SplitLayout = 0;
+    // The input list's IInputParameters, asked for once: steps read their
+    // inputs on every run. Whatever replaces m_InputList must renew it.
+    SmartPtr<IInputParameters> m_Inputs;
 
 private:
     void ReplicateParameters(IParameters* target) {

@@ -121,9 +121,25 @@ bool answerInterface(T* object, const IID& iid, void** out, HRESULT& result) {
     return true;
 }
 
+// A one-word summary of a table's identifiers: an identifier whose bit is
+// not set is in no table entry, and is refused without walking the table.
+constexpr uint64_t filterBit(const IID& iid) {
+    uint32_t mixed = iid.words[0] ^ iid.words[3];
+    mixed ^= mixed >> 16;
+    mixed ^= mixed >> 8;
+    return uint64_t{1} << (mixed & 63u);
+}
+
+template <class... Interfaces>
+constexpr uint64_t filterOf() {
+    return (uint64_t{0} | ... | filterBit(iidOf<Interfaces>()));
+}
+
 template <class T, class... Interfaces>
 HRESULT queryInterfaceTable(T* object, const IID& iid, void** out, InterfaceList<Interfaces...>) {
     static_assert((isListedOnce<Interfaces, Interfaces...>() && ...), "an interface is listed twice");
+    constexpr uint64_t kFilter = filterOf<Interfaces...>();
+    if ((kFilter & filterBit(iid)) == 0) return E_NOINTERFACE;
     HRESULT result = E_NOINTERFACE;
     (answerInterface<T, Interfaces>(object, iid, out, result) || ...);
     return result;
