@@ -1,5 +1,7 @@
 #include "host/Components.h"
 
+#include "host/FolderStream.h"
+
 #include "host/Collections.h"
 #include "host/Inputs.h"
 #include "host/Values.h"
@@ -20,8 +22,10 @@ ClassTable& classTable() {
         standard->factories[L"Variant"] = [] { return SmartPtr<IUnknown>(make<Variant>()); };
         standard->factories[L"SuperCollection"] = [] { return SmartPtr<IUnknown>(make<SuperCollection>()); };
         standard->factories[L"ComponentString"] = [] { return SmartPtr<IUnknown>(make<ComponentString>()); };
-        standard->factories[L"InputParameters"] = [] { return SmartPtr<IUnknown>(make<InputParameters>()); };
-        standard->factories[L"InputParameter"] = [] { return SmartPtr<IUnknown>(make<InputParameter>()); };
+        standard->factories[L"InputParameters"] = [] { return make<InputParameters>().query<IUnknown>(); };
+        standard->factories[L"InputParameter"] = [] { return make<InputParameter>().query<IUnknown>(); };
+        standard->factories[L"CollectionMoniker"] = [] { return make<CollectionMoniker>().query<IUnknown>(); };
+        standard->factories[L"FolderStream"] = [] { return make<FolderStream>().query<IUnknown>(); };
         standard->factories[L"GlobalComponentCollection"] = [] {
             return SmartPtr<IUnknown>(makeStandardComponents());
         };
@@ -204,7 +208,7 @@ void ComponentCollection::clear() {
 SmartPtr<ComponentCollection> makeStandardComponents() {
     SmartPtr<ComponentCollection> components = make<ComponentCollection>();
     for (const wchar_t* name : {L"CreatableString", L"Variant", L"SuperCollection", L"ComponentString",
-                                L"InputParameters", L"InputParameter"}) {
+                                L"InputParameters", L"InputParameter", L"CollectionMoniker", L"FolderStream"}) {
         components->addClass(name, name);
     }
     return components;

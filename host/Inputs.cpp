@@ -18,6 +18,13 @@ HRESULT InputParameter::get_Value(IUnknown** out) {
         required = m_Iid;
     }
     if (!object) return E_FAIL;
+    // A moniker stands for the object it names.
+    if (SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object.get())) {
+        void* named = nullptr;
+        if (moniker->GetObject(required != IID_NULL ? required : IID_IUnknown, &named) < 0 || !named) return E_FAIL;
+        *out = static_cast<IUnknown*>(named);
+        return S_OK;
+    }
     if (required != IID_NULL) {
         void* answer = nullptr;
         if (object->QueryInterface(required, &answer) == S_OK && answer) {
@@ -150,6 +157,129 @@ SmartPtr<InputParameter> InputParameters::input(const std::wstring& name) {
 std::vector<SmartPtr<InputParameter>> InputParameters::inputs() {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Inputs;
+}
+
+namespace {
+
+SmartPtr<IString> entryName(const wchar_t* name) { return makeString(name); }
+
+}  // namespace
+
+HRESULT InputParameter::Save(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    IID iid;
+    std::wstring itemName;
+    bool hasItemName;
+    int32_t itemIndex;
+    SmartPtr<IUnknown> object;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        iid = m_Iid;
+        itemName = m_ItemName;
+        hasItemName = m_HasItemName;
+        itemIndex = m_ItemIndex;
+        object = m_Object;
+    }
+    folder->WriteBinary(entryName(L"IID").get(), &iid, sizeof iid, 0);
+    if (hasItemName) folder->WriteValue(entryName(L"ItemName").get(), makeVariant(itemName).get());
+    folder->WriteScalar(entryName(L"ItemIndex").get(), &itemIndex, 3);
+    if (object) folder->WriteObject(entryName(L"Object").get(), object.get(), 0);
+    return S_OK;
+}
+
+HRESULT InputParameter::Load(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    IID iid;
+    if (folder->ReadBinary(entryName(L"IID").get(), &iid, sizeof iid, 0) >= 0) put_IID(iid);
+    SmartPtr<IVariant> itemName = make<Variant>();
+    if (folder->ReadValue(entryName(L"ItemName").get(), itemName.get()) >= 0 && itemName->IsString()) {
+        SmartPtr<IString> text;
+        itemName->get_String(text.put());
+        put_ItemName(text.get());
+    }
+    int32_t itemIndex = -1;
+    if (folder->ReadScalar(entryName(L"ItemIndex").get(), &itemIndex, 3) >= 0) put_ItemIndex(itemIndex);
+    SmartPtr<IUnknown> object;
+    if (folder->ReadObject(entryName(L"Object").get(), object.put(), 0) >= 0) put_Object(object.get());
+    return S_OK;
+}
+
+HRESULT InputParameters::Save(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    const std::vector<SmartPtr<InputParameter>> all = inputs();
+    for (size_t i = 0; i < all.size(); ++i) {
+        const std::wstring name = L"Input" + std::to_wstring(i);
+        folder->WriteObject(makeString(name).get(), static_cast<IInputParameter*>(all[i].get()), 0);
+    }
+    return S_OK;
+}
+
+HRESULT InputParameters::Load(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    const std::vector<SmartPtr<InputParameter>> all = inputs();
+    for (size_t i = 0; i < all.size(); ++i) {
+        const std::wstring name = L"Input" + std::to_wstring(i);
+        IUnknown* into = static_cast<IInputParameter*>(all[i].get());
+        folder->ReadObject(makeString(name).get(), &into, 0);
+    }
+    return S_OK;
+}
+
+HRESULT CollectionMoniker::BindToCollection(INamedCollection* collection, int32_t) {
+    SmartPtr<INamedCollection> replaced(collection);
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    std::swap(m_Collection, replaced);
+    return S_OK;
+}
+
+HRESULT CollectionMoniker::GetObject(const IID& iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    SmartPtr<INamedCollection> collection;
+    std::wstring name;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        collection = m_Collection;
+        name = m_Name;
+    }
+    if (!collection) return E_FAIL;
+    int32_t index = -1;
+    if (collection->get_Index(makeString(name).get(), &index) < 0 || index < 0) return E_FAIL;
+    SmartPtr<IUnknown> item;
+    if (collection->get_Item(index, item.put()) < 0 || !item) return E_FAIL;
+    return item->QueryInterface(iid, out);
+}
+
+HRESULT CollectionMoniker::Save(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    return folder->WriteValue(entryName(L"Name").get(), makeVariant(name()).get());
+}
+
+HRESULT CollectionMoniker::Load(IDataStream* stream, int32_t) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return E_NOTIMPL;
+    SmartPtr<IVariant> value = make<Variant>();
+    if (folder->ReadValue(entryName(L"Name").get(), value.get()) < 0 || !value->IsString()) return E_FAIL;
+    SmartPtr<IString> text;
+    value->get_String(text.put());
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Name = textOf(text.get());
+    return S_OK;
+}
+
+std::wstring CollectionMoniker::name() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Name;
+}
+
+bool CollectionMoniker::bound() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return static_cast<bool>(m_Collection);
 }
 
 }  // namespace host

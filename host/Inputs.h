@@ -11,10 +11,14 @@ namespace host {
 
 // One input or parameter binding: the interface it requires, the bound
 // object, and an item name and index inside the bound collection.
-class InputParameter final : public Object<InputParameter, IInputParameter> {
+//
+// It saves itself into a folder stream: the required interface ("IID", 16
+// bytes), the item name and index, and the bound object when that can save
+// itself (a collection moniker).
+class InputParameter final : public Object<InputParameter, IInputParameter, IDataPersist> {
 public:
     static constexpr char kLedgerName[] = "InputParameter";
-    using Answered = Answers<IInputParameter>;
+    using Answered = Answers<IInputParameter, IDataPersist>;
 
     InputParameter() = default;
     InputParameter(const std::wstring& name, const IID& iid, int32_t flags);
@@ -31,6 +35,9 @@ public:
     HRESULT get_ItemIndex(int32_t* out) override;
     HRESULT put_ItemIndex(int32_t index) override;
 
+    HRESULT Save(IDataStream* stream, int32_t mode) override;
+    HRESULT Load(IDataStream* stream, int32_t mode) override;
+
     std::wstring name() const;
     int32_t flags() const { return m_Flags; }
     IID iid();
@@ -46,15 +53,20 @@ private:
     int32_t m_ItemIndex = -1;
 };
 
-class InputParameters final : public Object<InputParameters, IInputParameters> {
+// A step's inputs. Saved as one stored binding per input, "Input0",
+// "Input1", ...; loaded by position into the inputs the step declared.
+class InputParameters final : public Object<InputParameters, IInputParameters, IDataPersist> {
 public:
     static constexpr char kLedgerName[] = "InputParameters";
-    using Answered = Answers<IInputParameters>;
+    using Answered = Answers<IInputParameters, IDataPersist>;
 
     HRESULT get_Count(int32_t* count) override;
     HRESULT get_Item(int32_t index, IUnknown** out) override;
     HRESULT AddInput(IString* name, IID iid, int32_t flags) override;
     HRESULT get_InputObject(int32_t index, IUnknown** out) override;
+
+    HRESULT Save(IDataStream* stream, int32_t mode) override;
+    HRESULT Load(IDataStream* stream, int32_t mode) override;
 
     // The binding of the input with this name, or null.
     SmartPtr<InputParameter> input(const std::wstring& name);
@@ -63,6 +75,31 @@ public:
 private:
     std::mutex m_Mutex;
     std::vector<SmartPtr<InputParameter>> m_Inputs;
+};
+
+// A reference to an object by name, resolved in the named collection it is
+// bound to (the program's collection of objects).
+class CollectionMoniker final : public Object<CollectionMoniker, ICollectionMoniker, IDataPersist> {
+public:
+    static constexpr char kLedgerName[] = "CollectionMoniker";
+    using Answered = Answers<ICollectionMoniker, IDataPersist>;
+
+    explicit CollectionMoniker(std::wstring name = std::wstring()) : m_Name(std::move(name)) {}
+
+    HRESULT BindToCollection(INamedCollection* collection, int32_t reserved) override;
+    // 0x80004005 when unbound or the name is not in the collection.
+    HRESULT GetObject(const IID& iid, void** out) override;
+
+    HRESULT Save(IDataStream* stream, int32_t mode) override;
+    HRESULT Load(IDataStream* stream, int32_t mode) override;
+
+    std::wstring name() const;
+    bool bound() const;
+
+private:
+    mutable std::mutex m_Mutex;
+    std::wstring m_Name;
+    SmartPtr<INamedCollection> m_Collection;
 };
 
 }  // namespace host

@@ -1,0 +1,104 @@
+// The host's folder stream: an ordered tree of named entries (values, raw
+// bytes, persisted objects, sub-folders) in which programs keep their steps,
+// and its text form, which a reference host writes to a file and reads back.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/HostObject.h"
+
+namespace host {
+
+// Makes an object of a class the stand-in does not know by itself (the
+// module's step classes, through the module's CreateFunction).
+using ObjectResolver = std::function<SmartPtr<IUnknown>(const std::wstring& className)>;
+void setObjectResolver(ObjectResolver resolver);
+
+// A new object of the class: the stand-in's own classes first, then the
+// resolver. Null when neither knows it.
+SmartPtr<IUnknown> createObjectOfClass(const std::wstring& className);
+
+// The class name an object is stored under: a module object's own name, or
+// the stand-in class it is. Empty when the object cannot be stored.
+std::wstring classNameOf(IUnknown* object);
+
+class FolderStream final : public Object<FolderStream, IFolderStream, INamedCollection> {
+public:
+    static constexpr char kLedgerName[] = "FolderStream";
+    using Answered = Answers<IFolderStream, IDataStream, INamedCollection, ISimpleCollection>;
+
+    // IDataStream: bytes written without a name are kept as the folder's data.
+    HRESULT Write(const void* data, int32_t size, int32_t reserved) override;
+
+    // Writing a name that exists replaces its entry where it stands.
+    HRESULT CreateFolder(IString* name, int32_t reserved, IFolderStream** out) override;
+    HRESULT WriteBinary(IString* name, const void* data, int32_t size, int32_t reserved) override;
+    HRESULT WriteValue(IString* name, IVariant* value) override;
+    // A string is kept as text; any other object saves itself (IDataPersist)
+    // into a sub-folder tagged with its class name.
+    HRESULT WriteObject(IString* name, IUnknown* object, int32_t reserved) override;
+    HRESULT WriteScalar(IString* name, const void* value, int32_t kind) override;
+    // Absent names: 0x80004005. ReadBinary copies only a block of exactly the
+    // size asked for (another size: 0x80070057, nothing written).
+    HRESULT ReadBinary(IString* name, void* data, int32_t size, int32_t reserved) override;
+    HRESULT ReadValue(IString* name, IVariant* into) override;
+    // When *out already holds an object that can load itself, it is loaded in
+    // place; otherwise a new object of the stored class replaces nothing and
+    // is handed out with one reference.
+    HRESULT ReadObject(IString* name, IUnknown** out, int32_t reserved) override;
+    HRESULT ReadScalar(IString* name, void* value, int32_t kind) override;
+
+    // INamedCollection over the entries, in order: a folder or stored object
+    // is its sub-folder, a value is a new variant, a block of bytes a string
+    // of its hexadecimal digits.
+    HRESULT get_Count(int32_t* count) override;
+    HRESULT get_Item(int32_t index, IUnknown** out) override;
+    HRESULT get_Index(IUnknown* key, int32_t* index) override;
+    HRESULT get_ItemName(int32_t index, IString** out) override;
+
+    // The text form: one line per entry, indented by depth. save() of a
+    // stream that load() read gives back the same text.
+    std::string save() const;
+    bool save(const std::string& fileName) const;
+    // False, with the stream left empty and a message in error, for a text
+    // that is not a folder stream (the line number is in the message).
+    bool load(const std::string& text, std::string* error = nullptr);
+    bool loadFile(const std::string& fileName, std::string* error = nullptr);
+
+    // Puts a finished sub-folder (a stored object's contents when className
+    // is not empty) under name.
+    void adoptFolder(const std::wstring& name, const std::wstring& className, SmartPtr<FolderStream> folder);
+
+    // For tests and the reference host.
+    std::vector<std::wstring> names() const;
+    SmartPtr<FolderStream> folder(const std::wstring& name) const;
+    std::wstring classOf(const std::wstring& name) const;
+    std::vector<uint8_t> bytes(const std::wstring& name) const;
+    bool has(const std::wstring& name) const;
+
+    enum class Kind { Empty, Integer, Real, Text, Bytes, Folder, Object, String };
+    struct Entry {
+        std::wstring name;
+        Kind kind = Kind::Empty;
+        int32_t integer = 0;
+        double real = 0.0;
+        std::wstring text;  // a text value, a string object, or an object's class name
+        std::vector<uint8_t> bytes;
+        SmartPtr<FolderStream> folder;  // a sub-folder or a stored object's contents
+    };
+
+private:
+    void put(Entry entry);
+    bool find(const std::wstring& name, Entry& out) const;
+    void saveInto(std::string& text, int depth) const;
+
+    mutable std::mutex m_Mutex;
+    std::vector<Entry> m_Entries;
+    std::vector<uint8_t> m_Data;
+};
+
+}  // namespace host
