@@ -1,0 +1,269 @@
+// Steps saved into the host's folder stream, written out as text, read back
+// into fresh steps and saved again: values, bindings and the text itself
+// must come back unchanged, and the entry layouts hosts rely on must hold.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "host/CsvStream.h"
+#include "host/FolderStream.h"
+#include "host/Inputs.h"
+#include "host/Values.h"
+#include "parameters/IParametersImpl.h"
+#include "support/HostTest.h"
+
+namespace {
+
+class FolderPersistence : public HostTest {
+protected:
+    // Every parameter moved off its default (results too), every input bound
+    // to a moniker with an item name and index of its own.
+    void configure(IUnknown* step) {
+        SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
+        int32_t count = 0;
+        parameters->get_Count(&count);
+        for (int32_t i = 0; i < count; ++i) {
+            SmartPtr<IVariant> value;
+            parameters->get_ItemVariant(i, value.put());
+            if (value && value->IsString()) {
+                parameters->put_Item(i, host::makeVariant(L"set \"" + std::to_wstring(i) + L"\" \u00e9").get());
+            } else {
+                parameters->put_Item(i, host::makeVariant(int32_t{i % 3 + 1}).get());
+            }
+        }
+        SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
+        int32_t inputCount = 0;
+        if (inputs) inputs->get_Count(&inputCount);
+        for (int32_t i = 0; i < inputCount; ++i) {
+            SmartPtr<IUnknown> item;
+            inputs->get_Item(i, item.put());
+            SmartPtr<IInputParameter> binding = item.query<IInputParameter>();
+            SmartPtr<IUnknown> moniker = host::make<host::CollectionMoniker>(L"View" + std::to_wstring(i)).query<IUnknown>();
+            binding->put_Object(moniker.get());
+            binding->put_ItemName(host::makeString(L"Item").get());
+            binding->put_ItemIndex(i + 2);
+        }
+    }
+
+    static std::string saved(IUnknown* step) {
+        SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+        queryInterface<IDataPersist>(step)->Save(stream.get(), 0);
+        return stream->save();
+    }
+
+    // The step loaded from the text form of a stream.
+    SmartPtr<IUnknown> reloaded(const wchar_t* name, const std::string& text) {
+        SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+        std::string error;
+        EXPECT_TRUE(stream->load(text, &error)) << error;
+        SmartPtr<IUnknown> step = createStep(name);
+        EXPECT_EQ(queryInterface<IDataPersist>(step.get())->Load(stream.get(), 0), S_OK);
+        return step;
+    }
+
+    struct Binding {
+        std::wstring moniker;
+        std::wstring itemName;
+        int32_t itemIndex = -1;
+        bool operator==(const Binding& other) const {
+            return moniker == other.moniker && itemName == other.itemName && itemIndex == other.itemIndex;
+        }
+    };
+
+    static std::vector<Binding> bindingsOf(IUnknown* step) {
+        std::vector<Binding> result;
+        SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
+        int32_t count = 0;
+        if (inputs) inputs->get_Count(&count);
+        for (int32_t i = 0; i < count; ++i) {
+            SmartPtr<IUnknown> item;
+            inputs->get_Item(i, item.put());
+            SmartPtr<IInputParameter> binding = item.query<IInputParameter>();
+            Binding found;
+            SmartPtr<IUnknown> object;
+            binding->get_Object(object.put());
+            if (auto* moniker = dynamic_cast<host::CollectionMoniker*>(object.query<ICollectionMoniker>().get())) {
+                found.moniker = moniker->name();
+            }
+            SmartPtr<IString> itemName;
+            binding->get_ItemName(itemName.put());
+            found.itemName = host::textOf(itemName.get());
+            binding->get_ItemIndex(&found.itemIndex);
+            result.push_back(found);
+        }
+        return result;
+    }
+
+    // name=value for every parameter the compact form keeps (not results).
+    static std::vector<std::wstring> valuesOf(IUnknown* step) {
+        std::vector<std::wstring> result;
+        SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
+        int32_t count = 0;
+        parameters->get_Count(&count);
+        for (int32_t i = 0; i < count; ++i) {
+            int32_t flags = 0;
+            parameters->get_ItemFlags(i, &flags);
+            if (flags & PARAMETER_RESULT) continue;
+            SmartPtr<IString> name;
+            parameters->get_ItemName(i, name.put());
+            SmartPtr<IVariant> value;
+            parameters->get_ItemVariant(i, value.put());
+            std::wstring text = host::textOf(name.get()) + L"=";
+            if (value && value->IsString()) {
+                SmartPtr<IString> string;
+                value->get_String(string.put());
+                text += host::textOf(string.get());
+            } else if (value) {
+                text += std::to_wstring(value->get_Long());
+            }
+            result.push_back(text);
+        }
+        return result;
+    }
+};
+
+TEST_F(FolderPersistence, EveryStepComesBackAsItWasSaved) {
+    for (const wchar_t* name : kRegisteredNames) {
+        SCOPED_TRACE(host::narrow(name));
+        SmartPtr<IUnknown> original = createStep(name);
+        ASSERT_TRUE(original);
+        configure(original.get());
+        const std::string first = saved(original.get());
+
+        SmartPtr<IUnknown> copy = reloaded(name, first);
+        ASSERT_TRUE(copy);
+        EXPECT_EQ(saved(copy.get()), first) << "saved again, the text is the same";
+        EXPECT_EQ(bindingsOf(copy.get()), bindingsOf(original.get()));
+        // The property read step keeps its parameters out of folder streams:
+        // they are made from the object it reads.
+        if (std::wstring(name) != L"GCUIPropRead") {
+            EXPECT_EQ(valuesOf(copy.get()), valuesOf(original.get()));
+        }
+    }
+}
+
+TEST_F(FolderPersistence, SplitAndPlainLayouts) {
+    // Split layout: "Parameters" in full form, then "Inputs".
+    SmartPtr<IUnknown> refresh = createStep(L"GCUIRefresh");
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(refresh.get())->Save(stream.get(), 0);
+    EXPECT_EQ(stream->names(), (std::vector<std::wstring>{L"Parameters", L"Inputs"}));
+    SmartPtr<host::FolderStream> immediate = stream->folder(L"Parameters")->folder(L"Immediate");
+    ASSERT_TRUE(immediate) << "full form: a folder per parameter";
+    EXPECT_EQ(immediate->bytes(L"Flags"), (std::vector<uint8_t>{0x13, 0, 0, 0})) << "little-endian flags";
+    EXPECT_EQ(stream->folder(L"Inputs")->classOf(L"Input0"), L"InputParameter");
+
+    // Plain layout: compact parameter entries, the input list's beside them.
+    SmartPtr<IUnknown> activate = createStep(L"GCUIActivate");
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(activate.get())->Save(stream.get(), 0);
+    const std::vector<std::wstring> names = stream->names();
+    ASSERT_FALSE(names.empty());
+    EXPECT_EQ(names.back(), L"Input0") << "inputs come after the parameters";
+    EXPECT_FALSE(stream->folder(names.front())) << "compact: a plain value, no folder";
+
+    // The property read step writes its input list alone.
+    SmartPtr<IUnknown> propRead = createStep(L"GCUIPropRead");
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(propRead.get())->Save(stream.get(), 0);
+    EXPECT_EQ(stream->names(), (std::vector<std::wstring>{L"Inputs"}));
+}
+
+TEST_F(FolderPersistence, SplitLayoutLoadRebuildsAndSkipsWhatIsMissing) {
+    SmartPtr<IUnknown> refresh = createStep(L"GCUIRefresh");
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    SmartPtr<IFolderStream> parameters;
+    stream->CreateFolder(host::makeString(L"Parameters").get(), 0, parameters.put());
+    parameters->WriteValue(host::makeString(L"Other").get(), host::makeVariant(5).get());
+    EXPECT_EQ(queryInterface<IDataPersist>(refresh.get())->Load(stream.get(), 0), S_OK);
+    EXPECT_EQ(valuesOf(refresh.get()), (std::vector<std::wstring>{L"Other=5"})) << "the set is rebuilt";
+
+    SmartPtr<IUnknown> fresh = createStep(L"GCUIRefresh");
+    SmartPtr<host::FolderStream> inputsOnly = host::make<host::FolderStream>();
+    SmartPtr<IFolderStream> inputs;
+    inputsOnly->CreateFolder(host::makeString(L"Inputs").get(), 0, inputs.put());
+    EXPECT_EQ(queryInterface<IDataPersist>(fresh.get())->Load(inputsOnly.get(), 0), S_OK);
+    EXPECT_EQ(valuesOf(fresh.get()), (std::vector<std::wstring>{L"Immediate=0"})) << "declared parameters kept";
+
+    EXPECT_EQ(queryInterface<IDataPersist>(fresh.get())->Load(nullptr, 0), E_NOTIMPL);
+    EXPECT_EQ(queryInterface<IDataPersist>(fresh.get())->Load(host::make<host::CsvStream>().get(), 0), E_NOTIMPL)
+        << "neither XML nor a folder";
+}
+
+TEST_F(FolderPersistence, TheEditStepKeepsItsWindowArea) {
+    const int32_t area[4] = {10, 20, 300, 400};
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    stream->WriteBinary(host::makeString(L"Rect").get(), area, sizeof area, 0);
+    SmartPtr<IUnknown> edit = createStep(L"GCUIEdit");
+    ASSERT_EQ(queryInterface<IDataPersist>(edit.get())->Load(stream.get(), 0), S_OK);
+
+    SmartPtr<host::FolderStream> again = host::make<host::FolderStream>();
+    ASSERT_EQ(queryInterface<IDataPersist>(edit.get())->Save(again.get(), 0), S_OK);
+    const std::vector<uint8_t> rect = again->bytes(L"Rect");
+    ASSERT_EQ(rect.size(), 16u);
+    int32_t back[4];
+    std::memcpy(back, rect.data(), sizeof back);
+    EXPECT_EQ(std::vector<int32_t>(back, back + 4), std::vector<int32_t>(area, area + 4));
+    EXPECT_EQ(again->names().back(), L"Rect") << "after the parameters and inputs";
+
+    // A block of another size is not taken; opening the pages forgets the area.
+    SmartPtr<host::FolderStream> shortBlock = host::make<host::FolderStream>();
+    shortBlock->WriteBinary(host::makeString(L"Rect").get(), area, 8, 0);
+    queryInterface<IDataPersist>(edit.get())->Load(shortBlock.get(), 0);
+    again = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(edit.get())->Save(again.get(), 0);
+    EXPECT_EQ(again->bytes(L"Rect"), rect);
+
+    SmartPtr<INamedCollection> pages;
+    queryInterface<IUIPropertyPageSpecify>(edit.get())->GetPages(0, pages.put(), nullptr);
+    again = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(edit.get())->Save(again.get(), 0);
+    EXPECT_EQ(again->bytes(L"Rect"), std::vector<uint8_t>(16, 0));
+
+    EXPECT_EQ(queryInterface<IDataPersist>(edit.get())->Save(host::make<host::CsvStream>().get(), 0), E_NOTIMPL);
+    EXPECT_EQ(queryInterface<IDataPersist>(edit.get())->Load(nullptr, 0), E_NOTIMPL);
+}
+
+TEST_F(FolderPersistence, HostileTextsAreRefused) {
+    const char* const texts[] = {
+        "",
+        "folder-stream 2\n",
+        "folder-stream 1\nint \"A\" 99999999999\n",
+        "folder-stream 1\nint \"A\" 12x\n",
+        "folder-stream 1\ntext \"A\" \"unterminated\n",
+        "folder-stream 1\ntext \"A\" \"bad \\q escape\"\n",
+        "folder-stream 1\ntext \"A\" \"\\u{110000000}\"\n",
+        "folder-stream 1\nbytes \"A\" ABC\n",
+        "folder-stream 1\nfolder \"A\" {\nint \"B\" 1\n",
+        "folder-stream 1\n}\n",
+        "folder-stream 1\nobject \"A\" {\n}\n",
+        "folder-stream 1\nwhatever \"A\"\n",
+        "folder-stream 1\nint\n",
+    };
+    for (const char* text : texts) {
+        SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+        std::string error;
+        EXPECT_FALSE(stream->load(text, &error)) << text;
+        EXPECT_NE(error.find("line "), std::string::npos) << text;
+        EXPECT_TRUE(stream->names().empty()) << "nothing half-read is kept";
+    }
+    std::string deep = "folder-stream 1\n";
+    for (int i = 0; i < 100; ++i) deep += "folder \"F\" {\n";
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    EXPECT_FALSE(stream->load(deep));
+
+    // Any character survives the text form.
+    stream->WriteValue(host::makeString(L"\"odd\\ name\"\n").get(),
+                       host::makeVariant(std::wstring(L"\u00e9\U0001F600\t\x7f")).get());
+    stream->WriteValue(host::makeString(L"real").get(), host::makeVariant(0.1).get());
+    SmartPtr<host::FolderStream> back = host::make<host::FolderStream>();
+    ASSERT_TRUE(back->load(stream->save()));
+    EXPECT_EQ(back->save(), stream->save());
+    SmartPtr<IVariant> real = host::make<host::Variant>();
+    back->ReadValue(host::makeString(L"real").get(), real.get());
+    EXPECT_EQ(real->get_Double(), 0.1);
+}
+
+}  // namespace
