@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <mutex>
+#include <thread>
 #include <new>
 #include <type_traits>
 #include <vector>
@@ -55,6 +56,23 @@ constexpr int32_t MODE_REUSE = 0x02000000;
 // name that is a prefix of another sorts first; a missing name is empty.
 int PARAMETERSCompareByName(const void* a, const void* b);
 
+// Guards the record array for the few instructions each access takes (no
+// host call that could block is made under it). Property pages read
+// parameters on every repaint, so taking it must cost one atomic exchange and
+// releasing it one plain store; a thread that finds it taken yields.
+class RecordGuard {
+public:
+    void lock() {
+        while (m_Taken.exchange(true, std::memory_order_acquire)) {
+            while (m_Taken.load(std::memory_order_relaxed)) std::this_thread::yield();
+        }
+    }
+    void unlock() { m_Taken.store(false, std::memory_order_release); }
+
+private:
+    std::atomic<bool> m_Taken{false};
+};
+
 // Names match when they have the same length and the same characters, the
 // ASCII letters A to Z folded to a to z and nothing else.
 bool PARAMETERSNamesMatch(const wchar_t* a, int32_t aLength, const wchar_t* b, int32_t bLength);
@@ -85,7 +103,7 @@ public:
 
     HRESULT get_Count(int32_t* count) override {
         if (!count) return E_POINTER;
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         *count = m_Count;
         return S_OK;
     }
@@ -116,7 +134,7 @@ public:
         CollectionLock();
         SmartPtr<IString> replaced(name);
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < m_Count) swapInto(m_Items[index]->name, replaced);
         }
         CollectionUnlock();
@@ -169,7 +187,7 @@ public:
         Snapshot record;
         bool found = false;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < m_Count) {
                 const PARAMETEROBJECT& item = *m_Items[index];
                 record.value = item.value;
@@ -204,7 +222,7 @@ public:
         CollectionLock();
         SmartPtr<IUnknown> descriptor;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < m_Count) descriptor = m_Items[index]->descriptor;
         }
         *out = descriptor.detach();
@@ -217,7 +235,7 @@ public:
         CollectionLock();
         SmartPtr<IUnknown> replaced(descriptor);
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < m_Count) swapInto(m_Items[index]->descriptor, replaced);
         }
         CollectionUnlock();
@@ -226,14 +244,14 @@ public:
 
     HRESULT get_ItemFlags(int32_t index, int32_t* flags) override {
         if (!flags) return E_POINTER;
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < 0 || index >= m_Count) return E_INVALIDARG;
         *flags = m_Items[index]->flags;
         return S_OK;
     }
 
     HRESULT put_ItemFlags(int32_t index, int32_t flags) override {
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < 0 || index >= m_Count) return E_INVALIDARG;
         m_Items[index]->flags = flags;
         return S_OK;
@@ -254,7 +272,7 @@ public:
         CollectionLock();
         PARAMETEROBJECT* removed = nullptr;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < m_Count) {
                 removed = m_Items[index];
                 for (int32_t i = index; i + 1 < m_Count; ++i) m_Items[i] = m_Items[i + 1];
@@ -314,7 +332,7 @@ public:
     HRESULT Sort(int32_t mode) {
         CollectionLock();
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (m_Count > 1) {
                 std::qsort(m_Items, static_cast<size_t>(m_Count), sizeof(PARAMETEROBJECT*), &PARAMETERSCompareByName);
                 if (mode & 0x2) {
@@ -379,7 +397,7 @@ public:
         PARAMETEROBJECT** oldItems = nullptr;
         bool stored = false;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (m_Count < m_Capacity || grow(oldItems)) {
                 m_Items[m_Count++] = record;
                 stored = true;
@@ -428,7 +446,7 @@ public:
             variant->put_Value(value);
         }
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index >= m_Count) return E_INVALIDARG;
             swapInto(m_Items[index]->value, variant);
         }
@@ -439,7 +457,7 @@ public:
         if (!out) return E_POINTER;
         SmartPtr<IString> name;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             if (index < 0 || index >= m_Count) return E_INVALIDARG;
             name = m_Items[index]->name;
         }
@@ -569,7 +587,7 @@ private:
     bool inRange(int32_t index) const { return index >= 0 && index < m_Count.load(std::memory_order_acquire); }
 
     bool snapshot(int32_t index, Snapshot& out) {
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < 0 || index >= m_Count) return false;
         const PARAMETEROBJECT& record = *m_Items[index];
         out.name = record.name;
@@ -616,7 +634,7 @@ private:
             *index = -1;
             return E_FAIL;
         }
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         for (int32_t i = 0; i < m_Count; ++i) {
             IString* name = m_Items[i]->name;
             const wchar_t* nameText = nullptr;
@@ -636,7 +654,7 @@ private:
     HRESULT findObject(IUnknown* key, int32_t* index) {
         std::vector<Snapshot> records;
         {
-            std::lock_guard<std::mutex> guard(m_Guard);
+            std::lock_guard<RecordGuard> guard(m_Guard);
             records.resize(static_cast<size_t>(m_Count));
             for (int32_t i = 0; i < m_Count; ++i) {
                 records[static_cast<size_t>(i)].value = m_Items[i]->value;
@@ -663,7 +681,7 @@ private:
     void replaceDescriptorAndFlags(int32_t index, IUnknown* descriptor, bool replaceDescriptor, int32_t flags,
                                    bool replaceFlags) {
         SmartPtr<IUnknown> replaced(descriptor);
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < 0 || index >= m_Count) return;
         if (replaceDescriptor) swapInto(m_Items[index]->descriptor, replaced);
         if (replaceFlags) m_Items[index]->flags = flags;
@@ -682,7 +700,7 @@ private:
     }
 
     void takeAllRecords(std::vector<PARAMETEROBJECT*>& removed) {
-        std::lock_guard<std::mutex> guard(m_Guard);
+        std::lock_guard<RecordGuard> guard(m_Guard);
         removed.assign(m_Items, m_Items + m_Count);
         for (int32_t i = 0; i < m_Count; ++i) m_Items[i] = nullptr;
         m_Count = 0;
@@ -709,5 +727,5 @@ private:
         return true;
     }
 
-    std::mutex m_Guard;
+    RecordGuard m_Guard;
 };
