@@ -130,9 +130,10 @@ int countInstructions(const char* filter) {
         CALLGRIND_ZERO_STATS;
         work->run(scenario.instructionRuns);
         CALLGRIND_DUMP_STATS_AT(scenario.name.c_str());
-        std::printf("scenario\t%s\t%lld\t%lld\t%s\t%.2f\n", scenario.name.c_str(),
+        std::printf("scenario\t%s\t%lld\t%lld\t%s\t%.2f\t%s\n", scenario.name.c_str(),
                     static_cast<long long>(scenario.instructionRuns), static_cast<long long>(scenario.itemsPerRun),
-                    scenario.baseline.empty() ? "-" : scenario.baseline.c_str(), scenario.targetRatio);
+                    scenario.baseline.empty() ? "-" : scenario.baseline.c_str(), scenario.targetRatio,
+                    scenario.overhead.empty() ? "-" : scenario.overhead.c_str());
     }
     return 0;
 }
