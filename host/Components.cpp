@@ -1,6 +1,7 @@
 #include "host/Components.h"
 
 #include "host/FolderStream.h"
+#include "host/XmlStream.h"
 
 #include "host/Collections.h"
 #include "host/Inputs.h"
@@ -26,6 +27,7 @@ ClassTable& classTable() {
         standard->factories[L"InputParameter"] = [] { return make<InputParameter>().query<IUnknown>(); };
         standard->factories[L"CollectionMoniker"] = [] { return make<CollectionMoniker>().query<IUnknown>(); };
         standard->factories[L"FolderStream"] = [] { return make<FolderStream>().query<IUnknown>(); };
+        standard->factories[L"XmlStream"] = [] { return XmlStream::create(L"Root").query<IUnknown>(); };
         standard->factories[L"GlobalComponentCollection"] = [] {
             return SmartPtr<IUnknown>(makeStandardComponents());
         };

@@ -1,5 +1,7 @@
 #include "host/Inputs.h"
 
+#include <cwchar>
+
 #include "host/Values.h"
 
 namespace host {
@@ -163,9 +165,96 @@ namespace {
 
 SmartPtr<IString> entryName(const wchar_t* name) { return makeString(name); }
 
+std::wstring hexOf(const IID& iid) {
+    static const wchar_t kDigits[] = L"0123456789ABCDEF";
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&iid);
+    std::wstring text;
+    for (size_t i = 0; i < sizeof iid; ++i) {
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 0xF];
+    }
+    return text;
+}
+
+bool iidOfHex(const std::wstring& text, IID& iid) {
+    if (text.size() != 2 * sizeof iid) return false;
+    auto* bytes = reinterpret_cast<uint8_t*>(&iid);
+    for (size_t i = 0; i < sizeof iid; ++i) {
+        int value = 0;
+        for (size_t k = 0; k < 2; ++k) {
+            const wchar_t c = text[2 * i + k];
+            const int digit = c >= L'0' && c <= L'9' ? c - L'0' : (c >= L'A' && c <= L'F' ? c - L'A' + 10 : -1);
+            if (digit < 0) return false;
+            value = value * 16 + digit;
+        }
+        bytes[i] = static_cast<uint8_t>(value);
+    }
+    return true;
+}
+
+// The text of the child element of that name, if there is one.
+bool childText(IXMLStream* xml, const wchar_t* name, std::wstring& text) {
+    tagREFString value = {0, nullptr};
+    SmartPtr<IXMLStream> element;
+    if (xml->OpenElement(static_cast<int32_t>(std::wcslen(name)), name, &value, element.put(), 1) < 0) return false;
+    text = value.text && value.count > 0 ? std::wstring(value.text, static_cast<size_t>(value.count)) : std::wstring();
+    return true;
+}
+
 }  // namespace
 
+// XML: "IID" in hexadecimal, "ItemName", "ItemIndex", and the bound object
+// inside "Object".
+HRESULT InputParameter::saveXml(IXMLStream* xml) {
+    IID iid;
+    std::wstring itemName;
+    bool hasItemName;
+    int32_t itemIndex;
+    SmartPtr<IUnknown> object;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        iid = m_Iid;
+        itemName = m_ItemName;
+        hasItemName = m_HasItemName;
+        itemIndex = m_ItemIndex;
+        object = m_Object;
+    }
+    xml->WriteElement(entryName(L"IID").get(), 0, makeString(hexOf(iid)).get(), 0);
+    if (hasItemName) xml->WriteElement(entryName(L"ItemName").get(), 0, makeString(itemName).get(), 0);
+    xml->WriteElement(entryName(L"ItemIndex").get(), 0, makeString(std::to_wstring(itemIndex)).get(), 0);
+    if (SmartPtr<IDataPersist> persist = object.query<IDataPersist>()) {
+        xml->BeginElement(entryName(L"Object").get(), 0, 0);
+        if (xml->BeginObject(object.get(), 0, 0) >= 0) {
+            persist->Save(xml, 0);
+            xml->EndElement();
+        }
+        xml->EndElement();
+    }
+    return S_OK;
+}
+
+HRESULT InputParameter::loadXml(IXMLStream* xml) {
+    std::wstring text;
+    IID iid;
+    if (childText(xml, L"IID", text) && iidOfHex(text, iid)) put_IID(iid);
+    if (childText(xml, L"ItemName", text)) put_ItemName(makeString(text).get());
+    if (childText(xml, L"ItemIndex", text)) {
+        wchar_t* end = nullptr;
+        const long value = std::wcstol(text.c_str(), &end, 10);
+        if (!text.empty() && *end == L'\0' && value >= INT32_MIN && value <= INT32_MAX) {
+            put_ItemIndex(static_cast<int32_t>(value));
+        }
+    }
+    SmartPtr<IXMLStream> holder;
+    if (xml->OpenElement(6, L"Object", nullptr, holder.put(), 1) >= 0 && holder) {
+        SmartPtr<IUnknown> object;
+        if (holder->CreateChildObject(object.put()) >= 0) put_Object(object.get());
+    }
+    return S_OK;
+}
+
 HRESULT InputParameter::Save(IDataStream* stream, int32_t) {
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) return saveXml(xml.get());
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     IID iid;
@@ -189,6 +278,7 @@ HRESULT InputParameter::Save(IDataStream* stream, int32_t) {
 }
 
 HRESULT InputParameter::Load(IDataStream* stream, int32_t) {
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) return loadXml(xml.get());
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     IID iid;
@@ -255,12 +345,22 @@ HRESULT CollectionMoniker::GetObject(const IID& iid, void** out) {
 }
 
 HRESULT CollectionMoniker::Save(IDataStream* stream, int32_t) {
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
+        return xml->WriteElement(entryName(L"Name").get(), 0, makeString(name()).get(), 0);
+    }
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     return folder->WriteValue(entryName(L"Name").get(), makeVariant(name()).get());
 }
 
 HRESULT CollectionMoniker::Load(IDataStream* stream, int32_t) {
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
+        std::wstring text;
+        if (!childText(xml.get(), L"Name", text)) return E_FAIL;
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Name = text;
+        return S_OK;
+    }
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     SmartPtr<IVariant> value = make<Variant>();

@@ -43,6 +43,9 @@ public:
     IID iid();
 
 private:
+    HRESULT saveXml(IXMLStream* xml);
+    HRESULT loadXml(IXMLStream* xml);
+
     std::mutex m_Mutex;
     std::wstring m_Name;
     IID m_Iid = IID_NULL;

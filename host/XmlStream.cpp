@@ -1,0 +1,287 @@
+#include "host/XmlStream.h"
+
+#include <tinyxml2.h>
+
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "host/FolderStream.h"
+#include "host/Values.h"
+
+namespace host {
+
+struct XmlStream::Document {
+    std::recursive_mutex mutex;
+    tinyxml2::XMLDocument xml;
+};
+
+namespace {
+
+constexpr size_t kLargestFile = 64u << 20;
+
+// UTF-8 for the document; characters that are not Unicode scalar values
+// become U+FFFD, so that the file is always valid UTF-8.
+std::string utf8(const std::wstring& text) {
+    std::wstring clean;
+    clean.reserve(text.size());
+    for (wchar_t c : text) {
+        const uint32_t code = static_cast<uint32_t>(c);
+        const bool valid = code <= 0x10FFFF && !(code >= 0xD800 && code <= 0xDFFF);
+        clean += valid ? c : static_cast<wchar_t>(0xFFFD);
+    }
+    return narrow(clean);
+}
+
+// XML names: a letter, "_" or a non-ASCII character first, then also digits,
+// "-" and ".".
+bool isElementName(const std::wstring& name) {
+    if (name.empty()) return false;
+    for (size_t i = 0; i < name.size(); ++i) {
+        const wchar_t c = name[i];
+        const bool letter = (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || c == L'_' || c >= 0x80;
+        const bool other = (c >= L'0' && c <= L'9') || c == L'-' || c == L'.';
+        if (!(letter || (i > 0 && other))) return false;
+        if (c >= 0xD800 && (c <= 0xDFFF || static_cast<uint32_t>(c) > 0x10FFFF)) return false;
+    }
+    return true;
+}
+
+// Parameter names need not be XML names ("Window Name", "%X", even empty):
+// such a name is kept in the "name" attribute of an element called "_".
+constexpr char kEncodedName[] = "_";
+
+tinyxml2::XMLElement* newElement(tinyxml2::XMLDocument& document, const std::wstring& name) {
+    if (isElementName(name) && name != L"_") return document.NewElement(utf8(name).c_str());
+    tinyxml2::XMLElement* element = document.NewElement(kEncodedName);
+    element->SetAttribute("name", utf8(name).c_str());
+    return element;
+}
+
+std::wstring nameOfElement(const tinyxml2::XMLElement* element) {
+    if (std::strcmp(element->Name(), kEncodedName) == 0) {
+        if (const char* name = element->Attribute("name")) return widen(name);
+    }
+    return widen(element->Name());
+}
+
+std::wstring textOfElement(const tinyxml2::XMLElement* element) {
+    const char* text = element ? element->GetText() : nullptr;
+    return text ? widen(text) : std::wstring();
+}
+
+}  // namespace
+
+SmartPtr<XmlStream> XmlStream::create(const std::wstring& rootName) {
+    auto document = std::make_shared<Document>();
+    tinyxml2::XMLElement* root = newElement(document->xml, rootName);
+    document->xml.InsertEndChild(root);
+    return make<XmlStream>(document, root);
+}
+
+SmartPtr<XmlStream> XmlStream::parse(const std::string& text, std::string* error) {
+    auto document = std::make_shared<Document>();
+    if (document->xml.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
+        if (error) {
+            *error = "line " + std::to_string(document->xml.ErrorLineNum()) + ": " + document->xml.ErrorStr();
+        }
+        return nullptr;
+    }
+    // The declaration is written by save(); one read from the text is dropped
+    // so that saving again gives the same text.
+    if (tinyxml2::XMLNode* first = document->xml.FirstChild(); first && first->ToDeclaration()) {
+        document->xml.DeleteNode(first);
+    }
+    tinyxml2::XMLElement* root = document->xml.RootElement();
+    if (!root) {
+        if (error) *error = "line 1: no root element";
+        return nullptr;
+    }
+    return make<XmlStream>(document, root);
+}
+
+SmartPtr<XmlStream> XmlStream::loadFile(const std::string& fileName, std::string* error) {
+    std::ifstream file(fileName, std::ios::binary);
+    if (!file) {
+        if (error) *error = "cannot read " + fileName;
+        return nullptr;
+    }
+    std::ostringstream content;
+    content << file.rdbuf();
+    if (content.str().size() > kLargestFile) {
+        if (error) *error = fileName + " is too large";
+        return nullptr;
+    }
+    return parse(content.str(), error);
+}
+
+XmlStream::XmlStream(std::shared_ptr<Document> document, tinyxml2::XMLElement* element)
+    : m_Document(std::move(document)), m_Element(element) {}
+
+XmlStream::~XmlStream() = default;
+
+tinyxml2::XMLElement* XmlStream::cursor() const { return m_Open.empty() ? m_Element : m_Open.back(); }
+
+HRESULT XmlStream::Write(const void* data, int32_t size, int32_t) {
+    record("Write");
+    if (size < 0 || (!data && size > 0)) return E_INVALIDARG;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    std::string text = cursor()->GetText() ? cursor()->GetText() : "";
+    text.append(static_cast<const char*>(data), static_cast<size_t>(size));
+    cursor()->SetText(text.c_str());
+    return S_OK;
+}
+
+HRESULT XmlStream::BeginElement(IString* name, int32_t, int32_t) {
+    const std::wstring wanted = textOf(name);
+    record("BeginElement " + narrow(wanted));
+    if (!name) return E_INVALIDARG;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
+    cursor()->InsertEndChild(element);
+    m_Open.push_back(element);
+    return S_OK;
+}
+
+HRESULT XmlStream::BeginObject(IUnknown* object, int32_t, int32_t) {
+    const std::wstring className = classNameOf(object);
+    record("BeginObject " + narrow(className));
+    if (!object || className.empty()) return E_INVALIDARG;
+    return BeginElement(makeString(className).get(), 0, 0);
+}
+
+HRESULT XmlStream::WriteElement(IString* name, int32_t, IString* text, int32_t) {
+    const std::wstring wanted = textOf(name);
+    record("WriteElement " + narrow(wanted));
+    if (!name) return E_INVALIDARG;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
+    if (text) element->SetText(utf8(textOf(text)).c_str());
+    cursor()->InsertEndChild(element);
+    return S_OK;
+}
+
+HRESULT XmlStream::EndElement() {
+    record("EndElement");
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    if (m_Open.empty()) return E_FAIL;
+    m_Open.pop_back();
+    return S_OK;
+}
+
+HRESULT XmlStream::NextElement(tagREFString* name) {
+    if (!name) return E_POINTER;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    m_Next = m_Started ? (m_Next ? m_Next->NextSiblingElement() : nullptr) : m_Element->FirstChildElement();
+    m_Started = true;
+    if (!m_Next) {
+        *name = {0, nullptr};
+        return E_FAIL;
+    }
+    m_NameBuffer = nameOfElement(m_Next);
+    *name = {static_cast<int32_t>(m_NameBuffer.size()), m_NameBuffer.c_str()};
+    return S_OK;
+}
+
+HRESULT XmlStream::OpenElement(int32_t length, const wchar_t* name, tagREFString* value, IXMLStream** element,
+                               int32_t) {
+    if (element) *element = nullptr;
+    if (length < 0 || (!name && length > 0)) return E_INVALIDARG;
+    const std::wstring wanted(name ? name : L"", static_cast<size_t>(length));
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    tinyxml2::XMLElement* found = nullptr;
+    if (m_Next && nameOfElement(m_Next) == wanted) {
+        found = m_Next;
+    } else {
+        for (found = m_Element->FirstChildElement(); found && nameOfElement(found) != wanted;
+             found = found->NextSiblingElement()) {
+        }
+    }
+    if (!found) return E_FAIL;
+    if (value) {
+        m_ValueBuffer = textOfElement(found);
+        *value = {static_cast<int32_t>(m_ValueBuffer.size()), m_ValueBuffer.c_str()};
+    }
+    if (element) *element = make<XmlStream>(m_Document, found).detach();
+    return S_OK;
+}
+
+HRESULT XmlStream::createObject(const std::wstring& className, tinyxml2::XMLElement* from, IUnknown** out) {
+    SmartPtr<IUnknown> object = createObjectOfClass(className);
+    SmartPtr<IDataPersist> persist = object.query<IDataPersist>();
+    if (!persist) return E_FAIL;
+    SmartPtr<XmlStream> stream = make<XmlStream>(m_Document, from);
+    persist->Load(stream.get(), 0);
+    *out = object.detach();
+    return S_OK;
+}
+
+HRESULT XmlStream::CreateChildObject(IUnknown** out) {
+    record("CreateChildObject");
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    tinyxml2::XMLElement* child = nullptr;
+    std::wstring className;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+        child = m_Element->FirstChildElement();
+        if (!child) return E_FAIL;
+        className = nameOfElement(child);
+    }
+    return createObject(className, child, out);
+}
+
+HRESULT XmlStream::CreateElementObject(int32_t length, const wchar_t* className, IUnknown** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (length <= 0 || !className) return E_INVALIDARG;
+    const std::wstring name(className, static_cast<size_t>(length));
+    record("CreateElementObject " + narrow(name));
+    return createObject(name, m_Element, out);
+}
+
+HRESULT XmlStream::get_Text(const wchar_t** text, int32_t* length) {
+    if (!text || !length) return E_POINTER;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    m_TextBuffer = textOfElement(m_Element);
+    *text = m_TextBuffer.c_str();
+    *length = static_cast<int32_t>(m_TextBuffer.size());
+    return S_OK;
+}
+
+HRESULT XmlStream::put_Text(int32_t length, const wchar_t* text) {
+    if (length < 0 || (!text && length > 0)) return E_INVALIDARG;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    m_Element->SetText(utf8(std::wstring(text ? text : L"", static_cast<size_t>(length))).c_str());
+    return S_OK;
+}
+
+HRESULT XmlStream::Append(int32_t length, const wchar_t* text) {
+    if (length < 0 || (!text && length > 0)) return E_INVALIDARG;
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    const std::wstring now = textOfElement(m_Element) + std::wstring(text ? text : L"", static_cast<size_t>(length));
+    m_Element->SetText(utf8(now).c_str());
+    return S_OK;
+}
+
+std::string XmlStream::save() const {
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    tinyxml2::XMLPrinter printer;
+    m_Document->xml.Print(&printer);
+    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + printer.CStr();
+}
+
+bool XmlStream::save(const std::string& fileName) const {
+    std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
+    if (!file) return false;
+    const std::string text = save();
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    return static_cast<bool>(file);
+}
+
+std::wstring XmlStream::elementName() const {
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    return nameOfElement(m_Element);
+}
+
+}  // namespace host
