@@ -1,6 +1,6 @@
-// Programs of 10, 100 and 1 000 steps saved into the host's folder stream
-// and loaded back into fresh steps: the cost per step must not grow with the
-// program.
+// Programs of 10, 100 and 1 000 steps saved into the host's folder and XML
+// streams and loaded back into fresh steps: the cost per step must not grow
+// with the program.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -10,6 +10,7 @@
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
 #include "host/Values.h"
+#include "host/XmlStream.h"
 #include "module/Flukokzad.h"
 #include "runtime/Interfaces.h"
 #include "runtime/SmartPtr.h"
@@ -63,6 +64,28 @@ struct Program {
         return root;
     }
 
+    // One "Step" element per step.
+    SmartPtr<host::XmlStream> saveXml() const {
+        SmartPtr<host::XmlStream> root = host::XmlStream::create(L"Program");
+        SmartPtr<IString> element = host::makeString(L"Step");
+        for (const SmartPtr<IDataPersist>& step : steps) {
+            root->BeginElement(element.get(), 0, 0);
+            step->Save(root.get(), 0);
+            root->EndElement();
+        }
+        return root;
+    }
+
+    void loadXml(host::XmlStream* document) const {
+        tagREFString name = {0, nullptr};
+        for (size_t i = 0; i < steps.size() && document->NextElement(&name) >= 0; ++i) {
+            SmartPtr<IXMLStream> element;
+            document->OpenElement(name.count, name.text, nullptr, element.put(), 1);
+            SmartPtr<IDataPersist> step = create(i);
+            step->Load(element.get(), 0);
+        }
+    }
+
     // Fresh steps, each loaded from its folder.
     void load() const {
         for (size_t i = 0; i < steps.size(); ++i) {
@@ -88,8 +111,34 @@ void registerSize(int32_t size) {
                   }});
 }
 
+struct XmlProgram {
+    Program program;
+    std::string text;
+    explicit XmlProgram(int32_t size) : program(size), text(program.saveXml()->save()) {}
+};
+
+void registerXml(int32_t size) {
+    const std::string n = std::to_string(size);
+    const double target = size == 10 ? 0 : 1.5;
+    const int64_t runs = size >= 1000 ? 1 : (size >= 100 ? 4 : 40);
+    Registration({"persistence/xml/save/" + n, size == 10 ? "" : "persistence/xml/save/10", target, 0, 1, size, runs,
+                  [size] {
+                      return loopWith(std::make_unique<XmlProgram>(size), [](XmlProgram& xml) {
+                          benchmark::DoNotOptimize(xml.program.saveXml()->save());
+                      });
+                  }});
+    Registration({"persistence/xml/load/" + n, size == 10 ? "" : "persistence/xml/load/10", target, 0, 1, size, runs,
+                  [size] {
+                      return loopWith(std::make_unique<XmlProgram>(size), [](XmlProgram& xml) {
+                          SmartPtr<host::XmlStream> document = host::XmlStream::parse(xml.text);
+                          xml.program.loadXml(document.get());
+                      });
+                  }});
+}
+
 const bool kRegistered = [] {
     for (int32_t size : {10, 100, 1000}) registerSize(size);
+    for (int32_t size : {10, 100, 1000}) registerXml(size);
     return true;
 }();
 
