@@ -145,7 +145,14 @@ HRESULT InputParameters::get_InputObject(int32_t index, IUnknown** out) {
         if (index < 0 || static_cast<size_t>(index) >= m_Inputs.size()) return E_INVALIDARG;
         input = m_Inputs[static_cast<size_t>(index)];
     }
-    return input->get_Object(out);
+    // A moniker yields the object it names now; an unresolvable one, nothing.
+    SmartPtr<IUnknown> bound;
+    if (input->get_Object(bound.put()) < 0 || !bound) return E_FAIL;
+    if (SmartPtr<ICollectionMoniker> moniker = bound.query<ICollectionMoniker>()) {
+        return moniker->GetObject(IID_IUnknown, reinterpret_cast<void**>(out)) < 0 || !*out ? E_FAIL : S_OK;
+    }
+    *out = bound.detach();
+    return S_OK;
 }
 
 SmartPtr<InputParameter> InputParameters::input(const std::wstring& name) {

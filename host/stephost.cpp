@@ -3,13 +3,19 @@
 // what the module offers.
 #include <dlfcn.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
+#include <fstream>
+#include <sstream>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "host/Components.h"
 #include "host/HostObject.h"
+#include "host/FolderStream.h"
+#include "host/Program.h"
 #include "host/Registry.h"
 
 namespace {
@@ -84,31 +90,170 @@ int listClasses(const Module& module) {
 
 void usage() {
     std::printf(
-        "usage: stephost [--settings FILE] classes\n"
-        "  Loads ./_binlinux/Flukokzad.so, gives it the stand-in host, and lists the\n"
-        "  step classes it registers with the interfaces each one answers.\n"
-        "  --settings FILE  the host's settings store (\"Registry\"), read from an\n"
-        "                   INI-style file with [Workspace] and [Mappings] sections\n");
+        "usage: stephost [--settings FILE] [--interactive] COMMAND\n"
+        "  Loads ./_binlinux/Flukokzad.so as a host does and gives it the stand-in host.\n"
+        "\n"
+        "commands:\n"
+        "  run FILE                           runs the program file's steps in order, with a trace\n"
+        "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save\n"
+        "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
+        "  classes                            lists the step classes and the interfaces they answer\n"
+        "\n"
+        "options:\n"
+        "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
+        "                   with [Workspace] and [Mappings] sections\n"
+        "  --interactive    the operator is the person at the terminal, not the\n"
+        "                   program file's <operator> script\n");
+}
+
+std::atomic<bool> gInterrupted{false};
+
+extern "C" void onInterrupt(int) { gInterrupted.store(true); }
+
+bool readFile(const std::string& fileName, std::string& text) {
+    std::ifstream file(fileName, std::ios::binary);
+    if (!file) return false;
+    std::ostringstream content;
+    content << file.rdbuf();
+    text = content.str();
+    return true;
+}
+
+bool writeFile(const std::string& fileName, const std::string& text) {
+    std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    return static_cast<bool>(file);
+}
+
+// The first line where two texts differ, for the check's report.
+std::string firstDifference(const std::string& a, const std::string& b) {
+    std::istringstream left(a), right(b);
+    std::string l, r;
+    for (int line = 1;; ++line) {
+        const bool more = static_cast<bool>(std::getline(left, l));
+        const bool moreRight = static_cast<bool>(std::getline(right, r));
+        if (!more && !moreRight) return "";
+        if (l != r || more != moreRight) {
+            return "line " + std::to_string(line) + ":\n    saved:    " + l + "\n    reloaded: " + r;
+        }
+    }
+}
+
+struct Options {
+    const char* settings = nullptr;
+    bool interactive = false;
+    std::string command;
+    std::string file;
+    std::string xmlOut;
+    std::string folderOut;
+};
+
+int runCommand(const Module& module, const Options& options) {
+    if (options.command == "classes") return listClasses(module);
+
+    std::string text;
+    if (!readFile(options.file, text)) {
+        std::fprintf(stderr, "stephost: cannot read %s\n", options.file.c_str());
+        return 1;
+    }
+    host::ProgramFile program;
+    std::string error;
+    if (!host::parseProgram(text, program, error)) {
+        std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
+        return 1;
+    }
+    host::ProgramRunner runner(module.create, options.command == "run" ? stdout : nullptr);
+    if (!runner.build(program, error)) {
+        std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
+        return 1;
+    }
+
+    if (options.command == "run") {
+        std::printf("program  %s: %zu steps, %zu objects, operator: %s\n", host::narrow(program.name).c_str(),
+                    program.steps.size(), program.objects.size(),
+                    options.interactive ? "the terminal"
+                                        : (std::to_string(program.operatorScript.size()) + " scripted answers").c_str());
+        std::signal(SIGINT, onInterrupt);
+        const int result = runner.run(gInterrupted);
+        std::signal(SIGINT, SIG_DFL);
+        return result;
+    }
+    if (options.command == "save") {
+        if (!options.xmlOut.empty() && !writeFile(options.xmlOut, runner.saveXml())) {
+            std::fprintf(stderr, "stephost: cannot write %s\n", options.xmlOut.c_str());
+            return 1;
+        }
+        if (!options.folderOut.empty() && !writeFile(options.folderOut, runner.saveFolder())) {
+            std::fprintf(stderr, "stephost: cannot write %s\n", options.folderOut.c_str());
+            return 1;
+        }
+        std::printf("saved %zu steps\n", runner.stepCount());
+        return 0;
+    }
+    // check: both stream kinds, each reloaded into fresh steps and saved again.
+    int differences = 0;
+    const std::string xml = runner.saveXml();
+    const std::string folder = runner.saveFolder();
+    struct Kind {
+        const char* name;
+        const std::string& first;
+        bool (host::ProgramRunner::*load)(const std::string&, std::string&);
+        std::string (host::ProgramRunner::*save)() const;
+    };
+    const Kind kinds[] = {{"xml", xml, &host::ProgramRunner::loadXml, &host::ProgramRunner::saveXml},
+                          {"folder", folder, &host::ProgramRunner::loadFolder, &host::ProgramRunner::saveFolder}};
+    for (const Kind& kind : kinds) {
+        host::ProgramRunner reloaded(module.create, nullptr);
+        reloaded.build(program, error);
+        if (!(reloaded.*kind.load)(kind.first, error)) {
+            std::printf("%-7s cannot reload: %s\n", kind.name, error.c_str());
+            ++differences;
+            continue;
+        }
+        const std::string again = (reloaded.*kind.save)();
+        const std::string difference = firstDifference(kind.first, again);
+        std::printf("%-7s %zu steps  %s\n", kind.name, reloaded.stepCount(),
+                    difference.empty() ? "identical after reloading" : ("DIFFERENT at " + difference).c_str());
+        differences += !difference.empty();
+    }
+    return differences == 0 ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* settings = nullptr;
-    if (argc >= 3 && std::strcmp(argv[1], "--settings") == 0) {
-        settings = argv[2];
-        argv += 2;
-        argc -= 2;
+    Options options;
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--help" || word == "-h") {
+            usage();
+            return 0;
+        } else if (word == "--settings" && i + 1 < argc) {
+            options.settings = argv[++i];
+        } else if (word == "--interactive") {
+            options.interactive = true;
+        } else if (word == "--xml" && i + 1 < argc) {
+            options.xmlOut = argv[++i];
+        } else if (word == "--folder" && i + 1 < argc) {
+            options.folderOut = argv[++i];
+        } else {
+            words.push_back(word);
+        }
     }
-    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
-        usage();
-        return argc < 2 ? 2 : 0;
-    }
-    if (std::strcmp(argv[1], "classes") != 0) {
-        std::fprintf(stderr, "stephost: unknown command %s\n", argv[1]);
+    if (words.empty()) {
         usage();
         return 2;
     }
+    options.command = words[0];
+    const bool needsFile = options.command == "run" || options.command == "save" || options.command == "check";
+    if (!(needsFile && words.size() == 2) && !(options.command == "classes" && words.size() == 1)) {
+        std::fprintf(stderr, "stephost: unknown command or arguments: %s\n", options.command.c_str());
+        usage();
+        return 2;
+    }
+    if (needsFile) options.file = words[1];
+
     Module module;
     if (!loadModule("./_binlinux/Flukokzad.so", module)) return 1;
 
@@ -116,13 +261,22 @@ int main(int argc, char** argv) {
     {
         SmartPtr<host::ComponentCollection> components = host::makeStandardComponents();
         SmartPtr<host::Registry> registry = host::make<host::Registry>();
-        if (settings && !registry->load(settings)) {
-            std::fprintf(stderr, "stephost: cannot read the settings file %s\n", settings);
+        if (options.settings && !registry->load(options.settings)) {
+            std::fprintf(stderr, "stephost: cannot read the settings file %s\n", options.settings);
             return 1;
         }
         components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
         module.initialize(nullptr, components.get());
-        result = listClasses(module);
+        // Stored steps are re-created by their class names, as a host does.
+        host::setObjectResolver([create = module.create](const std::wstring& className) {
+            CREATEFUNCTION creator = nullptr;
+            const tagREFString name = {static_cast<int32_t>(className.size()), className.c_str()};
+            SmartPtr<IUnknown> step;
+            if (create(name, &creator) == S_OK && creator) creator(nullptr, &IID_IUnknown, step.put_void());
+            return step;
+        });
+        result = runCommand(module, options);
+        host::setObjectResolver(nullptr);
         module.initialize(nullptr, nullptr);
         components->clear();
     }

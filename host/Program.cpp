@@ -1,0 +1,399 @@
+#include "host/Program.h"
+
+#include <tinyxml2.h>
+
+#include <cctype>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <thread>
+
+#include "host/FolderStream.h"
+#include "host/Inputs.h"
+#include "host/UserInterface.h"
+#include "host/Values.h"
+#include "host/XmlStream.h"
+
+namespace host {
+
+namespace {
+
+std::string at(int line, const std::string& why) { return "line " + std::to_string(line) + ": " + why; }
+
+std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
+    const char* value = element->Attribute(name);
+    return value ? widen(value) : std::wstring();
+}
+
+bool integerOf(const std::wstring& text, int32_t& value) {
+    if (text.empty()) return false;
+    wchar_t* end = nullptr;
+    const long long parsed = std::wcstoll(text.c_str(), &end, 10);
+    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
+    value = static_cast<int32_t>(parsed);
+    return true;
+}
+
+// A program file's value: a whole number, a decimal number, or text.
+SmartPtr<IVariant> valueOf(const std::wstring& text) {
+    int32_t integer = 0;
+    if (integerOf(text, integer)) return makeVariant(integer);
+    if (!text.empty()) {
+        wchar_t* end = nullptr;
+        const double real = std::wcstod(text.c_str(), &end);
+        if (*end == L'\0' && (text.find(L'.') != std::wstring::npos || text.find(L'e') != std::wstring::npos)) {
+            return makeVariant(real);
+        }
+    }
+    return makeVariant(text);
+}
+
+std::string textOfValue(IVariant* value) {
+    if (!value) return "(none)";
+    if (value->IsString()) {
+        SmartPtr<IString> text;
+        value->get_String(text.put());
+        return "\"" + narrow(textOf(text.get())) + "\"";
+    }
+    if (value->get_Type() == 1) return std::to_string(value->get_Long());
+    if (value->get_Type() == 2) {
+        char number[64];
+        std::snprintf(number, sizeof number, "%g", value->get_Double());
+        return number;
+    }
+    if (value->IsObject()) return "(object)";
+    return "(empty)";
+}
+
+std::vector<std::pair<std::string, std::string>> parametersOf(IUnknown* step) {
+    std::vector<std::pair<std::string, std::string>> result;
+    SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
+    int32_t count = 0;
+    if (!parameters || parameters->get_Count(&count) < 0) return result;
+    for (int32_t i = 0; i < count; ++i) {
+        SmartPtr<IString> name;
+        parameters->get_ItemName(i, name.put());
+        SmartPtr<IVariant> value;
+        parameters->get_ItemVariant(i, value.put());
+        result.emplace_back(narrow(textOf(name.get())), textOfValue(value.get()));
+    }
+    return result;
+}
+
+// "line 3: not well-formed XML (mismatched element)".
+std::string xmlError(const tinyxml2::XMLDocument& document) {
+    std::string what = document.ErrorName() ? document.ErrorName() : "XML_ERROR";
+    if (what.compare(0, 10, "XML_ERROR_") == 0) what = what.substr(10);
+    for (char& c : what) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return at(document.ErrorLineNum() > 0 ? document.ErrorLineNum() : 1, "not well-formed XML (" + what + ")");
+}
+
+bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
+    step.line = element->GetLineNum();
+    step.className = attribute(element, "class");
+    step.title = attribute(element, "title");
+    if (step.className.empty()) {
+        error = at(step.line, "a step needs a class");
+        return false;
+    }
+    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child;
+         child = child->NextSiblingElement()) {
+        const std::string kind = child->Name();
+        const int line = child->GetLineNum();
+        if (kind == "parameter") {
+            ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
+            if (!child->Attribute("name")) {
+                error = at(line, "a parameter needs a name");
+                return false;
+            }
+            step.parameters.push_back(setting);
+        } else if (kind == "input") {
+            ProgramBinding binding;
+            binding.line = line;
+            binding.input = attribute(child, "name");
+            binding.object = attribute(child, "object");
+            if (binding.input.empty() || binding.object.empty()) {
+                error = at(line, "an input needs a name and an object");
+                return false;
+            }
+            if (child->Attribute("item")) {
+                binding.itemName = attribute(child, "item");
+                binding.hasItemName = true;
+            }
+            if (child->Attribute("index") && !integerOf(attribute(child, "index"), binding.itemIndex)) {
+                error = at(line, "the index is not a whole number");
+                return false;
+            }
+            step.inputs.push_back(binding);
+        } else {
+            error = at(line, "a step holds <parameter> and <input>, not <" + kind + ">");
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
+    tinyxml2::XMLDocument document;
+    if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
+        error = xmlError(document);
+        return false;
+    }
+    const tinyxml2::XMLElement* root = document.RootElement();
+    if (!root || std::strcmp(root->Name(), "program") != 0) {
+        error = at(root ? root->GetLineNum() : 1, "the root element is <program>");
+        return false;
+    }
+    program = ProgramFile();
+    program.name = attribute(root, "name");
+    for (const tinyxml2::XMLElement* section = root->FirstChildElement(); section;
+         section = section->NextSiblingElement()) {
+        const std::string name = section->Name();
+        for (const tinyxml2::XMLElement* item = section->FirstChildElement(); item; item = item->NextSiblingElement()) {
+            const std::string kind = item->Name();
+            const int line = item->GetLineNum();
+            if (name == "objects") {
+                if (kind != "refreshable" && kind != "object") {
+                    error = at(line, "unknown kind of object <" + kind + ">");
+                    return false;
+                }
+                ProgramObject object{attribute(item, "name"), kind, line};
+                if (object.name.empty()) {
+                    error = at(line, "an object needs a name");
+                    return false;
+                }
+                for (const ProgramObject& other : program.objects) {
+                    if (other.name == object.name) {
+                        error = at(line, "an object named \"" + narrow(object.name) + "\" exists already");
+                        return false;
+                    }
+                }
+                program.objects.push_back(object);
+            } else if (name == "steps") {
+                if (kind != "step") {
+                    error = at(line, "<steps> holds <step> elements, not <" + kind + ">");
+                    return false;
+                }
+                ProgramStep step;
+                if (!parseStep(item, step, error)) return false;
+                program.steps.push_back(step);
+            } else if (name == "operator") {
+                if (kind != "confirm" && kind != "keyboard" && kind != "file" && kind != "editor") {
+                    error = at(line, "the operator answers with <confirm>, <keyboard>, <file> or <editor>");
+                    return false;
+                }
+                OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
+                if (item->Attribute("delay") && (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
+                    error = at(line, "the delay is a number of milliseconds");
+                    return false;
+                }
+                program.operatorScript.push_back(action);
+            } else {
+                error = at(section->GetLineNum(), "unknown section <" + name + ">");
+                return false;
+            }
+        }
+        if (name != "objects" && name != "steps" && name != "operator") {
+            error = at(section->GetLineNum(), "unknown section <" + name + ">");
+            return false;
+        }
+    }
+    return true;
+}
+
+ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace)
+    : m_Create(create), m_Trace(trace), m_Objects(make<SuperCollection>()) {}
+
+ProgramRunner::~ProgramRunner() = default;
+
+SmartPtr<IUnknown> ProgramRunner::createStep(const std::wstring& className) const {
+    CREATEFUNCTION creator = nullptr;
+    const tagREFString name = {static_cast<int32_t>(className.size()), className.c_str()};
+    if (!m_Create || m_Create(name, &creator) != S_OK || !creator) return nullptr;
+    SmartPtr<IUnknown> step;
+    if (creator(nullptr, &IID_IUnknown, step.put_void()) != S_OK) return nullptr;
+    return step;
+}
+
+bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
+    SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
+    int32_t index = -1;
+    if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
+        error = at(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
+        return false;
+    }
+    parameters->put_Item(index, valueOf(setting.value).get());
+    return true;
+}
+
+bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error) {
+    int32_t objectIndex = -1;
+    if (m_Objects->get_Index(makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
+        error = at(binding.line, "no object is named \"" + narrow(binding.object) + "\"");
+        return false;
+    }
+    // The input list is the host's own object; its inputs are found by name.
+    SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
+    auto* list = dynamic_cast<InputParameters*>(inputs.get());
+    SmartPtr<InputParameter> input = list ? list->input(binding.input) : nullptr;
+    if (!input) {
+        error = at(binding.line, "the step has no input \"" + narrow(binding.input) + "\"");
+        return false;
+    }
+    input->put_Object(make<CollectionMoniker>(binding.object).query<IUnknown>().get());
+    if (binding.hasItemName) input->put_ItemName(makeString(binding.itemName).get());
+    input->put_ItemIndex(binding.itemIndex);
+    return true;
+}
+
+bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
+    for (const ProgramObject& object : program.objects) {
+        SmartPtr<IUnknown> made;
+        if (object.kind == "refreshable") {
+            made = make<RefreshableObject>(narrow(object.name)).query<IUnknown>();
+        } else {
+            SmartPtr<SuperCollection> plain = make<SuperCollection>();
+            plain->setLabel(narrow(object.name));
+            made = plain.query<IUnknown>();
+        }
+        m_Objects->Add(makeString(object.name).get(), made.get(), nullptr, 0);
+        m_Labels.push_back(narrow(object.name));
+    }
+    for (const ProgramStep& description : program.steps) {
+        SmartPtr<IUnknown> step = createStep(description.className);
+        if (!step) {
+            error = at(description.line, "the module has no step class \"" + narrow(description.className) + "\"");
+            return false;
+        }
+        for (const ProgramSetting& setting : description.parameters) {
+            if (!setParameter(step.get(), setting, error)) return false;
+        }
+        for (const ProgramBinding& binding : description.inputs) {
+            if (!bindInput(step.get(), binding, error)) return false;
+        }
+        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
+            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
+        }
+        m_Steps.push_back({description.className, description.title, step});
+    }
+    return true;
+}
+
+void ProgramRunner::traceStep(size_t index, const Step& step, HRESULT result, double milliseconds,
+                              const std::vector<std::string>& effects, const std::vector<std::string>& written) {
+    if (!m_Trace) return;
+    std::fprintf(m_Trace, "%3zu  %-18s %s\n", index + 1, narrow(step.className).c_str(), narrow(step.title).c_str());
+    for (const std::string& effect : effects) std::fprintf(m_Trace, "     %-18s %s\n", "", effect.c_str());
+    for (const std::string& line : written) std::fprintf(m_Trace, "     %-18s wrote %s\n", "", line.c_str());
+    std::fprintf(m_Trace, "     %-18s %s (0x%08X), %.3f ms\n", "", result >= 0 ? "done" : "failed",
+                 static_cast<uint32_t>(result), milliseconds);
+}
+
+int ProgramRunner::run(const std::atomic<bool>& interrupted) {
+    int failures = 0;
+    const bool recording = Recorder::enabled();
+    Recorder::setEnabled(true);
+    for (size_t i = 0; i < m_Steps.size(); ++i) {
+        const Step& step = m_Steps[i];
+        SmartPtr<IStep> runnable = queryInterface<IStep>(step.object.get());
+        if (!runnable) continue;
+        const auto before = parametersOf(step.object.get());
+        Recorder::clear();
+        HRESULT result = runnable->TurnOn();
+        bool stopped = false;
+        while (runnable->IsRunning()) {
+            if (interrupted.load() && !stopped) {
+                runnable->TurnOff();
+                stopped = true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        // What the step did to the program's objects, in the order it did it.
+        std::vector<std::string> effects;
+        for (const std::string& call : Recorder::take()) {
+            for (const std::string& label : m_Labels) {
+                if (call.compare(0, label.size() + 1, label + ".") == 0) {
+                    char line[512];
+                    std::snprintf(line, sizeof line, "%-14s %s", label.c_str(), call.substr(label.size() + 1).c_str());
+                    effects.push_back(line);
+                    break;
+                }
+            }
+        }
+        std::vector<std::string> written;
+        const auto after = parametersOf(step.object.get());
+        for (size_t p = 0; p < after.size(); ++p) {
+            if (p >= before.size() || before[p] != after[p]) written.push_back(after[p].first + " = " + after[p].second);
+        }
+        double milliseconds = 0;
+        runnable->get_ExecutionTime(&milliseconds);
+        traceStep(i, step, result, milliseconds, effects, written);
+        if (stopped && m_Trace) std::fprintf(m_Trace, "     %-18s turned off\n", "");
+        failures += result < 0;
+        if (interrupted.load()) break;
+    }
+    Recorder::setEnabled(recording);
+    return failures == 0 ? 0 : 1;
+}
+
+std::string ProgramRunner::saveXml() const {
+    SmartPtr<XmlStream> document = XmlStream::create(L"Program");
+    for (const Step& step : m_Steps) {
+        SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(step.object.get());
+        if (!persist || document->BeginObject(step.object.get(), 0, 0) < 0) continue;
+        persist->Save(document.get(), 0);
+        document->EndElement();
+    }
+    return document->save();
+}
+
+std::string ProgramRunner::saveFolder() const {
+    SmartPtr<FolderStream> root = make<FolderStream>();
+    for (size_t i = 0; i < m_Steps.size(); ++i) {
+        root->WriteObject(makeString(L"Step" + std::to_wstring(i + 1)).get(), m_Steps[i].object.get(), 0);
+    }
+    return root->save();
+}
+
+bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
+    SmartPtr<XmlStream> document = XmlStream::parse(text, &error);
+    if (!document) return false;
+    std::vector<Step> loaded;
+    tagREFString name = {0, nullptr};
+    while (document->NextElement(&name) >= 0) {
+        const std::wstring className(name.text ? name.text : L"", static_cast<size_t>(name.count));
+        SmartPtr<IXMLStream> element;
+        SmartPtr<IUnknown> step;
+        if (document->OpenElement(name.count, name.text, nullptr, element.put(), 1) < 0 ||
+            element->CreateElementObject(name.count, name.text, step.put()) < 0 || !step) {
+            error = "cannot re-create a step of class " + narrow(className);
+            return false;
+        }
+        loaded.push_back({className, std::wstring(), step});
+    }
+    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
+    m_Steps.swap(loaded);
+    return true;
+}
+
+bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
+    SmartPtr<FolderStream> root = make<FolderStream>();
+    if (!root->load(text, &error)) return false;
+    std::vector<Step> loaded;
+    for (const std::wstring& name : root->names()) {
+        SmartPtr<IUnknown> step;
+        if (root->ReadObject(makeString(name).get(), step.put(), 0) < 0 || !step) {
+            error = "cannot re-create the step stored as " + narrow(name) + " (" + narrow(root->classOf(name)) + ")";
+            return false;
+        }
+        loaded.push_back({root->classOf(name), std::wstring(), step});
+    }
+    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
+    m_Steps.swap(loaded);
+    return true;
+}
+
+}  // namespace host
