@@ -305,6 +305,6 @@ TEST_F(Execution, ThousandsOfRunsLeaveNoThreadsBehind) {
     // the last Release may be the worker's: the object ends either way, once.
     step = nullptr;
     EXPECT_TRUE(eventually([] { return gScript.with([] { return gScript.finalReleases == 1; }); }));
-    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() == threadsBefore; }))
+    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore; }))
         << "no worker outlives its step";
 }
