@@ -210,28 +210,21 @@ bool childText(IXMLStream* xml, const wchar_t* name, std::wstring& text) {
 
 }  // namespace
 
+InputParameter::Stored InputParameter::snapshot() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return {m_Iid, m_ItemName, m_HasItemName, m_ItemIndex, m_Object};
+}
+
 // XML: "IID" in hexadecimal, "ItemName", "ItemIndex", and the bound object
 // inside "Object".
 HRESULT InputParameter::saveXml(IXMLStream* xml) {
-    IID iid;
-    std::wstring itemName;
-    bool hasItemName;
-    int32_t itemIndex;
-    SmartPtr<IUnknown> object;
-    {
-        std::lock_guard<std::mutex> lock(m_Mutex);
-        iid = m_Iid;
-        itemName = m_ItemName;
-        hasItemName = m_HasItemName;
-        itemIndex = m_ItemIndex;
-        object = m_Object;
-    }
-    xml->WriteElement(entryName(L"IID").get(), 0, makeString(hexOf(iid)).get(), 0);
-    if (hasItemName) xml->WriteElement(entryName(L"ItemName").get(), 0, makeString(itemName).get(), 0);
-    xml->WriteElement(entryName(L"ItemIndex").get(), 0, makeString(std::to_wstring(itemIndex)).get(), 0);
-    if (SmartPtr<IDataPersist> persist = object.query<IDataPersist>()) {
+    const Stored stored = snapshot();
+    xml->WriteElement(entryName(L"IID").get(), 0, makeString(hexOf(stored.iid)).get(), 0);
+    if (stored.hasItemName) xml->WriteElement(entryName(L"ItemName").get(), 0, makeString(stored.itemName).get(), 0);
+    xml->WriteElement(entryName(L"ItemIndex").get(), 0, makeString(std::to_wstring(stored.itemIndex)).get(), 0);
+    if (SmartPtr<IDataPersist> persist = stored.object.query<IDataPersist>()) {
         xml->BeginElement(entryName(L"Object").get(), 0, 0);
-        if (xml->BeginObject(object.get(), 0, 0) >= 0) {
+        if (xml->BeginObject(stored.object.get(), 0, 0) >= 0) {
             persist->Save(xml, 0);
             xml->EndElement();
         }
@@ -264,23 +257,11 @@ HRESULT InputParameter::Save(IDataStream* stream, int32_t) {
     if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) return saveXml(xml.get());
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
-    IID iid;
-    std::wstring itemName;
-    bool hasItemName;
-    int32_t itemIndex;
-    SmartPtr<IUnknown> object;
-    {
-        std::lock_guard<std::mutex> lock(m_Mutex);
-        iid = m_Iid;
-        itemName = m_ItemName;
-        hasItemName = m_HasItemName;
-        itemIndex = m_ItemIndex;
-        object = m_Object;
-    }
-    folder->WriteBinary(entryName(L"IID").get(), &iid, sizeof iid, 0);
-    if (hasItemName) folder->WriteValue(entryName(L"ItemName").get(), makeVariant(itemName).get());
-    folder->WriteScalar(entryName(L"ItemIndex").get(), &itemIndex, 3);
-    if (object) folder->WriteObject(entryName(L"Object").get(), object.get(), 0);
+    const Stored stored = snapshot();
+    folder->WriteBinary(entryName(L"IID").get(), &stored.iid, sizeof stored.iid, 0);
+    if (stored.hasItemName) folder->WriteValue(entryName(L"ItemName").get(), makeVariant(stored.itemName).get());
+    folder->WriteScalar(entryName(L"ItemIndex").get(), &stored.itemIndex, 3);
+    if (stored.object) folder->WriteObject(entryName(L"Object").get(), stored.object.get(), 0);
     return S_OK;
 }
 

@@ -43,6 +43,15 @@ public:
     IID iid();
 
 private:
+    // What a save writes, taken under the lock.
+    struct Stored {
+        IID iid;
+        std::wstring itemName;
+        bool hasItemName;
+        int32_t itemIndex;
+        SmartPtr<IUnknown> object;
+    };
+    Stored snapshot();
     HRESULT saveXml(IXMLStream* xml);
     HRESULT loadXml(IXMLStream* xml);
 

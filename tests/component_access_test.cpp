@@ -23,6 +23,7 @@
 #include "runtime/FileNames.h"
 #include "runtime/Values.h"
 #include "support/HostTest.h"
+#include "support/Process.h"
 
 extern char** environ;
 
@@ -293,61 +294,17 @@ void installCollectionsEx(const std::string& directory) {
     std::filesystem::copy_file(kBuiltCollectionsEx, directory + "/_binlinux/CollectionsEx.so");
 }
 
-struct ChildRun {
-    int status = -1;
-    std::string output;
-};
+using ChildRun = ProcessRun;
 
 // Runs this test program again, through the same emulator, in directory,
 // with only the fallback scenario selected; collects its standard output.
 ChildRun runScenario(const std::string& directory, const std::string& scenario) {
-    std::vector<std::string> arguments;
-    std::istringstream emulator(FLUKO_EMULATOR);
-    for (std::string word; emulator >> word;) arguments.push_back(word);
     char self[4096] = {};
     const ssize_t selfLength = readlink("/proc/self/exe", self, sizeof self - 1);
     if (selfLength <= 0) return {};
-    arguments.push_back(std::string(self, static_cast<size_t>(selfLength)));
-    arguments.push_back("--gtest_also_run_disabled_tests");
-    arguments.push_back("--gtest_filter=CollectionsExFallback.DISABLED_InAFreshProcess");
-
-    std::vector<std::string> environment;
-    for (char** entry = environ; *entry; ++entry) environment.push_back(*entry);
-    environment.push_back(std::string(kScenarioVariable) + "=" + scenario);
-
-    std::vector<char*> argv, envp;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    for (std::string& entry : environment) envp.push_back(entry.data());
-    envp.push_back(nullptr);
-
-    int pipeEnds[2];
-    if (pipe2(pipeEnds, O_CLOEXEC) != 0) return {};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
-    pid_t child = -1;
-    const int spawned = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-
-    ChildRun run;
-    char chunk[4096];
-    for (ssize_t got; (got = read(pipeEnds[0], chunk, sizeof chunk)) != 0;) {
-        if (got < 0) {
-            if (errno == EINTR) continue;
-            break;
-        }
-        run.output.append(chunk, static_cast<size_t>(got));
-    }
-    close(pipeEnds[0]);
-    if (spawned != 0) return run;
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    return runProcess({std::string(self, static_cast<size_t>(selfLength)), "--gtest_also_run_disabled_tests",
+                       "--gtest_filter=CollectionsExFallback.DISABLED_InAFreshProcess"},
+                      directory, {std::string(kScenarioVariable) + "=" + scenario}, false);
 }
 
 bool passed(const ChildRun& run) {

@@ -1,8 +1,5 @@
 // The reference host as a newcomer meets it: a process run on the example
 // programs and on broken ones.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -16,54 +13,17 @@
 
 #include "host/FolderStream.h"
 #include "host/XmlStream.h"
-
-extern char** environ;
+#include "support/Process.h"
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string output;  // standard output and error together
-};
+using Outcome = ProcessRun;
 
-// stephost from the build directory, through the emulator of a cross build.
+// stephost from the build directory, run there as a newcomer would.
 Outcome stephost(const std::vector<std::string>& words) {
-    std::vector<std::string> arguments;
-    std::istringstream emulator(FLUKO_EMULATOR);
-    for (std::string word; emulator >> word;) arguments.push_back(word);
-    arguments.push_back(std::string(FLUKO_BINARY_DIR) + "/stephost");
-    arguments.insert(arguments.end(), words.begin(), words.end());
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    int pipeEnds[2];
-    if (pipe2(pipeEnds, O_CLOEXEC) != 0) return {};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDERR_FILENO);
-    posix_spawn_file_actions_addchdir_np(&actions, FLUKO_BINARY_DIR);
-    pid_t child = -1;
-    const int spawned = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-    Outcome run;
-    char chunk[4096];
-    for (ssize_t got; (got = read(pipeEnds[0], chunk, sizeof chunk)) != 0;) {
-        if (got < 0) {
-            if (errno == EINTR) continue;
-            break;
-        }
-        run.output.append(chunk, static_cast<size_t>(got));
-    }
-    close(pipeEnds[0]);
-    if (spawned != 0) return run;
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    std::vector<std::string> command = {std::string(FLUKO_BINARY_DIR) + "/stephost"};
+    command.insert(command.end(), words.begin(), words.end());
+    return runProcess(command, FLUKO_BINARY_DIR);
 }
 
 std::string example(const char* name) { return std::string(FLUKO_SOURCE_DIR) + "/examples/" + name; }
