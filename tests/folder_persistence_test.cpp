@@ -13,6 +13,7 @@
 #include "host/Values.h"
 #include "parameters/IParametersImpl.h"
 #include "support/HostTest.h"
+#include "support/Parameters.h"
 
 namespace {
 
@@ -96,32 +97,7 @@ protected:
         return result;
     }
 
-    // name=value for every parameter the compact form keeps (not results).
-    static std::vector<std::wstring> valuesOf(IUnknown* step) {
-        std::vector<std::wstring> result;
-        SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
-        int32_t count = 0;
-        parameters->get_Count(&count);
-        for (int32_t i = 0; i < count; ++i) {
-            int32_t flags = 0;
-            parameters->get_ItemFlags(i, &flags);
-            if (flags & PARAMETER_RESULT) continue;
-            SmartPtr<IString> name;
-            parameters->get_ItemName(i, name.put());
-            SmartPtr<IVariant> value;
-            parameters->get_ItemVariant(i, value.put());
-            std::wstring text = host::textOf(name.get()) + L"=";
-            if (value && value->IsString()) {
-                SmartPtr<IString> string;
-                value->get_String(string.put());
-                text += host::textOf(string.get());
-            } else if (value) {
-                text += std::to_wstring(value->get_Long());
-            }
-            result.push_back(text);
-        }
-        return result;
-    }
+    static std::vector<std::wstring> valuesOf(IUnknown* step) { return parameterTexts(step, true); }
 };
 
 TEST_F(FolderPersistence, EveryStepComesBackAsItWasSaved) {

@@ -12,6 +12,7 @@
 #include "host/XmlStream.h"
 #include "parameters/IParametersImpl.h"
 #include "support/HostTest.h"
+#include "support/Parameters.h"
 
 namespace {
 
@@ -51,21 +52,7 @@ protected:
         return stream->save();
     }
 
-    static std::vector<std::wstring> valuesOf(IUnknown* step) {
-        std::vector<std::wstring> result;
-        SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
-        int32_t count = 0;
-        parameters->get_Count(&count);
-        for (int32_t i = 0; i < count; ++i) {
-            SmartPtr<IString> name;
-            parameters->get_ItemName(i, name.put());
-            SmartPtr<IVariant> value;
-            parameters->get_ItemVariant(i, value.put());
-            SmartPtr<IString> text = value ? ISCreate(value.get()) : nullptr;
-            result.push_back(host::textOf(name.get()) + L"=" + (text ? host::textOf(text.get()) : L""));
-        }
-        return result;
-    }
+    static std::vector<std::wstring> valuesOf(IUnknown* step) { return parameterTexts(step, false); }
 };
 
 TEST_F(XmlPersistence, EveryStepComesBackAsItWasSaved) {
