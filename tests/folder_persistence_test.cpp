@@ -147,6 +147,35 @@ TEST_F(FolderPersistence, SplitAndPlainLayouts) {
     EXPECT_EQ(stream->names(), (std::vector<std::wstring>{L"Inputs"}));
 }
 
+TEST_F(FolderPersistence, CompactFormLeavesOutWhatTheDeclarationRestores) {
+    // Plain layout, compact: a choice parameter is a plain value (no flags,
+    // no choice list); a result is kept only where its kind is reduced.
+    SmartPtr<IUnknown> confirm = createStep(L"GCUIConfirm");
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(confirm.get())->Save(stream.get(), 0);
+    EXPECT_TRUE(stream->has(L"Style"));
+    EXPECT_FALSE(stream->folder(L"Style")) << "no folder: the choice list and flags are the declaration's";
+    EXPECT_TRUE(stream->has(L"Response") && !stream->folder(L"Response")) << "a result of kind 3: a plain value";
+    SmartPtr<IUnknown> selected = createStep(L"GCTabGetSelected");
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(selected.get())->Save(stream.get(), 0);
+    EXPECT_FALSE(stream->has(L"Name")) << "a result of kind 6 is not stored";
+    EXPECT_TRUE(stream->has(L"Index"));
+
+    // Full form (split layout): unnamed parameters are "Item<n>", parameters
+    // flagged never-stored are left out, other flags are kept.
+    SmartPtr<IParametersCreatable> write = createStep<IParametersCreatable>(L"GCUIPropWrite");
+    write->Add(nullptr, host::makeVariant(1).get(), nullptr, 0x3);
+    write->Add(host::makeString(L"Secret").get(), host::makeVariant(2).get(), nullptr, 0x4000003);
+    write->Add(host::makeString(L"Odd").get(), host::makeVariant(3).get(), nullptr, 0x201);
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(write.get())->Save(stream.get(), 0);
+    SmartPtr<host::FolderStream> parameters = stream->folder(L"Parameters");
+    ASSERT_TRUE(parameters);
+    EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Item1", L"Odd"}));
+    EXPECT_EQ(parameters->folder(L"Odd")->bytes(L"Flags"), (std::vector<uint8_t>{0x01, 0x02, 0, 0}));
+}
+
 TEST_F(FolderPersistence, SplitLayoutLoadRebuildsAndSkipsWhatIsMissing) {
     SmartPtr<IUnknown> refresh = createStep(L"GCUIRefresh");
     SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
