@@ -10,6 +10,7 @@
 #include "host/CsvStream.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
+#include "host/Registry.h"
 #include "host/Values.h"
 #include "parameters/IParametersImpl.h"
 #include "support/HostTest.h"
@@ -174,6 +175,44 @@ TEST_F(FolderPersistence, CompactFormLeavesOutWhatTheDeclarationRestores) {
     ASSERT_TRUE(parameters);
     EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Item1", L"Odd"}));
     EXPECT_EQ(parameters->folder(L"Odd")->bytes(L"Flags"), (std::vector<uint8_t>{0x01, 0x02, 0, 0}));
+}
+
+TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
+    SmartPtr<host::Registry> registry = host::make<host::Registry>();
+    registry->set(L"Workspace", L"InstallPath", L"/opt/inspect");
+    registry->set(L"Mappings", L"Images", L"/media/img");
+    components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
+
+    SmartPtr<IParametersCreatable> write = createStep<IParametersCreatable>(L"GCUIPropWrite");
+    write->Add(host::makeString(L"Setup").get(), host::makeVariant(std::wstring(L"/opt/inspect/data/a.png")).get(),
+               nullptr, 0x16);
+    write->Add(host::makeString(L"Picture").get(), host::makeVariant(std::wstring(L"/media/img/1.bmp")).get(),
+               nullptr, 0x6);
+    write->Add(host::makeString(L"Elsewhere").get(), host::makeVariant(std::wstring(L"/srv/x.cfg")).get(), nullptr,
+               0x16);
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(write.get())->Save(stream.get(), 0);
+    SmartPtr<host::FolderStream> parameters = stream->folder(L"Parameters");
+    ASSERT_TRUE(parameters);
+
+    const auto storedText = [&](const wchar_t* name) {
+        SmartPtr<IVariant> value = host::make<host::Variant>();
+        parameters->folder(name)->ReadValue(host::makeString(L"Value").get(), value.get());
+        SmartPtr<IString> text;
+        value->get_String(text.put());
+        return host::textOf(text.get());
+    };
+    EXPECT_EQ(storedText(L"Setup"), L"data/a.png") << "under the installation: relative";
+    EXPECT_EQ(parameters->folder(L"Setup")->bytes(L"Flags"), (std::vector<uint8_t>{0x16, 0x01, 0, 0}));
+    EXPECT_EQ(storedText(L"Picture"), L"[Images]/1.bmp") << "a text that is no path is mapped";
+    EXPECT_EQ(storedText(L"Elsewhere"), L"/srv/x.cfg") << "a path outside the installation as it is";
+
+    SmartPtr<IUnknown> copy = createStep(L"GCUIPropWrite");
+    queryInterface<IDataPersist>(copy.get())->Load(stream.get(), 0);
+    EXPECT_EQ(parameterTexts(copy.get()), (std::vector<std::wstring>{L"Setup=/opt/inspect/data/a.png",
+                                                                      L"Picture=/media/img/1.bmp",
+                                                                      L"Elsewhere=/srv/x.cfg"}));
+    components->remove(L"Registry");
 }
 
 TEST_F(FolderPersistence, SplitLayoutLoadRebuildsAndSkipsWhatIsMissing) {
