@@ -15,6 +15,7 @@
 #include "host/Components.h"
 #include "host/HostObject.h"
 #include "host/FolderStream.h"
+#include "host/Operator.h"
 #include "host/Program.h"
 #include "host/Registry.h"
 
@@ -173,8 +174,12 @@ int runCommand(const Module& module, const Options& options) {
                     program.steps.size(), program.objects.size(),
                     options.interactive ? "the terminal"
                                         : (std::to_string(program.operatorScript.size()) + " scripted answers").c_str());
+        // The stand-in's windows ask this operator when a step puts a question on screen.
+        host::Operator::current().script(program.operatorScript);
+        if (options.interactive) host::Operator::current().setTerminal(stdin, stdout);
         std::signal(SIGINT, onInterrupt);
         const int result = runner.run(gInterrupted);
+        host::Operator::current().setTerminal(nullptr, nullptr);
         std::signal(SIGINT, SIG_DFL);
         return result;
     }

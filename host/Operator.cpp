@@ -1,0 +1,62 @@
+#include "host/Operator.h"
+
+#include <chrono>
+#include <thread>
+
+namespace host {
+
+Operator& Operator::current() {
+    static Operator instance;
+    return instance;
+}
+
+void Operator::script(const std::vector<OperatorAction>& actions) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Script.assign(actions.begin(), actions.end());
+}
+
+void Operator::setTerminal(std::FILE* in, std::FILE* out) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_In = in;
+    m_Out = out;
+}
+
+bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::wstring& reply) {
+    std::FILE* in = nullptr;
+    std::FILE* out = nullptr;
+    OperatorAction action;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        in = m_In;
+        out = m_Out;
+        if (!in) {
+            auto found = m_Script.begin();
+            while (found != m_Script.end() && found->kind != kind) ++found;
+            if (found == m_Script.end()) return false;
+            action = *found;
+            m_Script.erase(found);
+        }
+    }
+    if (in) {
+        if (out) {
+            std::fprintf(out, "[%s] %s > ", kind.c_str(), narrow(prompt).c_str());
+            std::fflush(out);
+        }
+        std::string line;
+        for (int c; (c = std::fgetc(in)) != EOF && c != '\n';) line += static_cast<char>(c);
+        if (line.empty() && std::feof(in)) return false;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        reply = widen(line);
+        return true;
+    }
+    if (action.delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(action.delayMs));
+    reply = action.value;
+    return true;
+}
+
+size_t Operator::pending() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Script.size();
+}
+
+}  // namespace host
