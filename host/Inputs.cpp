@@ -145,11 +145,16 @@ HRESULT InputParameters::get_InputObject(int32_t index, IUnknown** out) {
         if (index < 0 || static_cast<size_t>(index) >= m_Inputs.size()) return E_INVALIDARG;
         input = m_Inputs[static_cast<size_t>(index)];
     }
-    // A moniker yields the object it names now; an unresolvable one, nothing.
+    // Only an index outside the list fails: steps that walk their inputs
+    // stop at the first refusal, and an unbound input (or a moniker that
+    // names nothing now) must not end that walk. Both give no object.
     SmartPtr<IUnknown> bound;
-    if (input->get_Object(bound.put()) < 0 || !bound) return E_FAIL;
+    if (input->get_Object(bound.put()) < 0 || !bound) return S_OK;
+    // A moniker yields the object it names now.
     if (SmartPtr<ICollectionMoniker> moniker = bound.query<ICollectionMoniker>()) {
-        return moniker->GetObject(IID_IUnknown, reinterpret_cast<void**>(out)) < 0 || !*out ? E_FAIL : S_OK;
+        void* named = nullptr;
+        if (moniker->GetObject(IID_IUnknown, &named) >= 0) *out = static_cast<IUnknown*>(named);
+        return S_OK;
     }
     *out = bound.detach();
     return S_OK;
@@ -233,23 +238,41 @@ HRESULT InputParameter::saveXml(IXMLStream* xml) {
     return S_OK;
 }
 
+// What was saved replaces the binding: an item name, index or object the
+// stream lacks is none afterwards. Only the required interface stays as the
+// input declared it when the stream has none.
+void InputParameter::restore(const IID* iid, const std::wstring* itemName, int32_t itemIndex, SmartPtr<IUnknown> object) {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (iid) m_Iid = *iid;
+        m_HasItemName = itemName != nullptr;
+        m_ItemName = itemName ? *itemName : std::wstring();
+        m_ItemIndex = itemIndex;
+        std::swap(m_Object, object);
+    }
+    // The replaced object is released here, outside the lock.
+}
+
 HRESULT InputParameter::loadXml(IXMLStream* xml) {
     std::wstring text;
     IID iid;
-    if (childText(xml, L"IID", text) && iidOfHex(text, iid)) put_IID(iid);
-    if (childText(xml, L"ItemName", text)) put_ItemName(makeString(text).get());
+    const bool hasIid = childText(xml, L"IID", text) && iidOfHex(text, iid);
+    std::wstring itemName;
+    const bool hasItemName = childText(xml, L"ItemName", itemName);
+    int32_t itemIndex = -1;
     if (childText(xml, L"ItemIndex", text)) {
         wchar_t* end = nullptr;
-        const long value = std::wcstol(text.c_str(), &end, 10);
+        const long long value = std::wcstoll(text.c_str(), &end, 10);
         if (!text.empty() && *end == L'\0' && value >= INT32_MIN && value <= INT32_MAX) {
-            put_ItemIndex(static_cast<int32_t>(value));
+            itemIndex = static_cast<int32_t>(value);
         }
     }
+    SmartPtr<IUnknown> object;
     SmartPtr<IXMLStream> holder;
     if (xml->OpenElement(6, L"Object", nullptr, holder.put(), 1) >= 0 && holder) {
-        SmartPtr<IUnknown> object;
-        if (holder->CreateChildObject(object.put()) >= 0) put_Object(object.get());
+        holder->CreateChildObject(object.put());
     }
+    restore(hasIid ? &iid : nullptr, hasItemName ? &itemName : nullptr, itemIndex, object);
     return S_OK;
 }
 
@@ -270,24 +293,39 @@ HRESULT InputParameter::Load(IDataStream* stream, int32_t) {
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     IID iid;
-    if (folder->ReadBinary(entryName(L"IID").get(), &iid, sizeof iid, 0) >= 0) put_IID(iid);
-    SmartPtr<IVariant> itemName = make<Variant>();
-    if (folder->ReadValue(entryName(L"ItemName").get(), itemName.get()) >= 0 && itemName->IsString()) {
+    const bool hasIid = folder->ReadBinary(entryName(L"IID").get(), &iid, sizeof iid, 0) >= 0;
+    std::wstring itemName;
+    bool hasItemName = false;
+    SmartPtr<IVariant> value = make<Variant>();
+    if (folder->ReadValue(entryName(L"ItemName").get(), value.get()) >= 0 && value->IsString()) {
         SmartPtr<IString> text;
-        itemName->get_String(text.put());
-        put_ItemName(text.get());
+        value->get_String(text.put());
+        itemName = textOf(text.get());
+        hasItemName = true;
     }
     int32_t itemIndex = -1;
-    if (folder->ReadScalar(entryName(L"ItemIndex").get(), &itemIndex, 3) >= 0) put_ItemIndex(itemIndex);
+    if (folder->ReadScalar(entryName(L"ItemIndex").get(), &itemIndex, 3) < 0) itemIndex = -1;
     SmartPtr<IUnknown> object;
-    if (folder->ReadObject(entryName(L"Object").get(), object.put(), 0) >= 0) put_Object(object.get());
+    if (folder->ReadObject(entryName(L"Object").get(), object.put(), 0) < 0) object = nullptr;
+    restore(hasIid ? &iid : nullptr, hasItemName ? &itemName : nullptr, itemIndex, object);
     return S_OK;
 }
 
-HRESULT InputParameters::Save(IDataStream* stream, int32_t) {
+// Folder stream: one stored binding per input, "Input0", "Input1", ... XML:
+// one "InputParameter" element per input, in order.
+HRESULT InputParameters::Save(IDataStream* stream, int32_t mode) {
+    const std::vector<SmartPtr<InputParameter>> all = inputs();
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
+        for (const SmartPtr<InputParameter>& input : all) {
+            IUnknown* binding = static_cast<IInputParameter*>(input.get());
+            if (xml->BeginObject(binding, 0, 0) < 0) continue;
+            input->Save(xml.get(), mode);
+            xml->EndElement();
+        }
+        return S_OK;
+    }
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
-    const std::vector<SmartPtr<InputParameter>> all = inputs();
     for (size_t i = 0; i < all.size(); ++i) {
         const std::wstring name = L"Input" + std::to_wstring(i);
         folder->WriteObject(makeString(name).get(), static_cast<IInputParameter*>(all[i].get()), 0);
@@ -295,10 +333,25 @@ HRESULT InputParameters::Save(IDataStream* stream, int32_t) {
     return S_OK;
 }
 
-HRESULT InputParameters::Load(IDataStream* stream, int32_t) {
+// By position, into the inputs the step declared: a stored binding beyond
+// them is passed over, an input without one keeps its binding.
+HRESULT InputParameters::Load(IDataStream* stream, int32_t mode) {
+    const std::vector<SmartPtr<InputParameter>> all = inputs();
+    if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
+        size_t position = 0;
+        tagREFString name = {0, nullptr};
+        while (position < all.size() && xml->NextElement(&name) >= 0) {
+            if (textOf(name) != L"InputParameter") continue;
+            SmartPtr<IXMLStream> element;
+            if (xml->OpenElement(name.count, name.text, nullptr, element.put(), 1) >= 0 && element) {
+                all[position]->Load(element.get(), mode);
+            }
+            ++position;
+        }
+        return S_OK;
+    }
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
-    const std::vector<SmartPtr<InputParameter>> all = inputs();
     for (size_t i = 0; i < all.size(); ++i) {
         const std::wstring name = L"Input" + std::to_wstring(i);
         IUnknown* into = static_cast<IInputParameter*>(all[i].get());

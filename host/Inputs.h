@@ -12,9 +12,11 @@ namespace host {
 // One input or parameter binding: the interface it requires, the bound
 // object, and an item name and index inside the bound collection.
 //
-// It saves itself into a folder stream: the required interface ("IID", 16
-// bytes), the item name and index, and the bound object when that can save
-// itself (a collection moniker).
+// It saves itself into a folder stream or an XML stream: the required
+// interface ("IID", 16 bytes; in XML as hexadecimal text), the item name and
+// index, and the bound object when that can save itself (a collection
+// moniker). Loading makes the binding what was saved: what the stream lacks
+// is none afterwards, except the required interface, which stays.
 class InputParameter final : public Object<InputParameter, IInputParameter, IDataPersist> {
 public:
     static constexpr char kLedgerName[] = "InputParameter";
@@ -52,6 +54,7 @@ private:
         SmartPtr<IUnknown> object;
     };
     Stored snapshot();
+    void restore(const IID* iid, const std::wstring* itemName, int32_t itemIndex, SmartPtr<IUnknown> object);
     HRESULT saveXml(IXMLStream* xml);
     HRESULT loadXml(IXMLStream* xml);
 
@@ -65,8 +68,9 @@ private:
     int32_t m_ItemIndex = -1;
 };
 
-// A step's inputs. Saved as one stored binding per input, "Input0",
-// "Input1", ...; loaded by position into the inputs the step declared.
+// A step's inputs. Saved as one stored binding per input ("Input0",
+// "Input1", ... in a folder stream, "InputParameter" elements in XML);
+// loaded by position into the inputs the step declared.
 class InputParameters final : public Object<InputParameters, IInputParameters, IDataPersist> {
 public:
     static constexpr char kLedgerName[] = "InputParameters";
@@ -75,6 +79,9 @@ public:
     HRESULT get_Count(int32_t* count) override;
     HRESULT get_Item(int32_t index, IUnknown** out) override;
     HRESULT AddInput(IString* name, IID iid, int32_t flags) override;
+    // The bound object, or the object a bound moniker names now; no object
+    // (and success) when unbound or the moniker names nothing. Only an index
+    // outside the list fails (0x80070057).
     HRESULT get_InputObject(int32_t index, IUnknown** out) override;
 
     HRESULT Save(IDataStream* stream, int32_t mode) override;

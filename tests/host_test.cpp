@@ -227,7 +227,7 @@ TEST_F(StandInHost, InputListsDeclareAndBindInputs) {
     EXPECT_EQ(required, IID_IUIRefreshableObject);
 
     SmartPtr<IUnknown> bound;
-    EXPECT_LT(inputs->get_InputObject(0, bound.put()), 0) << "unbound";
+    EXPECT_EQ(inputs->get_InputObject(0, bound.put()), S_OK) << "unbound: no object, and no refusal";
     EXPECT_FALSE(bound);
     SmartPtr<IUnknown> target = host::make<host::SuperCollection>();
     binding->put_Object(target.get());
