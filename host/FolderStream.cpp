@@ -17,8 +17,15 @@ namespace {
 std::mutex gResolverMutex;
 ObjectResolver gResolver;
 
-constexpr int kDeepestFolder = 64;
+// The text form refuses deeper nesting; an object that stores objects that
+// store objects... (a cycle through the objects' own Save) is cut off well
+// before that, so that whatever a stream holds it can also read back.
+constexpr int kDeepestFolder = 256;
+constexpr int kDeepestObject = 48;
 constexpr size_t kLargestFile = 64u << 20;
+
+// How many WriteObject calls this thread is inside.
+thread_local int tObjectDepth = 0;
 
 std::wstring nameOf(IString* name) { return name ? textOf(name) : std::wstring(); }
 
@@ -56,6 +63,7 @@ public:
     explicit Parser(const std::string& text) : m_Text(text) {}
 
     bool parse(FolderStream& root, std::string* error) {
+        if (m_Text.size() > kLargestFile) return fail(error, "the text is too large");
         std::string line;
         if (!nextLine(line) || line != "folder-stream 1") return fail(error, "not a folder stream");
         if (!parseFolder(root, 0, error)) return false;
@@ -110,6 +118,9 @@ private:
         }
         FolderStream::Entry entry;
         if (at == std::string::npos || !unquote(line, ++at, entry.name)) return fail(error, "an entry needs a name");
+        // A stream never writes a name twice in one folder; taking the second
+        // would silently drop the first.
+        if (folder.has(entry.name)) return fail(error, "the name \"" + narrow(entry.name) + "\" appears twice");
         const std::string rest = at < line.size() ? line.substr(at) : std::string();
         SmartPtr<IString> name = makeString(entry.name);
         if (kind == "int") {
@@ -253,27 +264,32 @@ std::wstring classNameOf(IUnknown* object) {
 }
 
 void FolderStream::put(Entry entry) {
-    Entry replaced;
+    Entry replaced;  // released after the lock
     std::lock_guard<std::mutex> lock(m_Mutex);
-    for (Entry& existing : m_Entries) {
-        if (existing.name == entry.name) {
-            replaced = std::move(existing);
-            existing = std::move(entry);
-            return;
-        }
+    const auto found = m_Index.find(entry.name);
+    if (found != m_Index.end()) {
+        replaced = std::move(m_Entries[found->second]);
+        m_Entries[found->second] = std::move(entry);
+        return;
     }
+    m_Index.emplace(entry.name, m_Entries.size());
     m_Entries.push_back(std::move(entry));
 }
 
 bool FolderStream::find(const std::wstring& name, Entry& out) const {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    for (const Entry& entry : m_Entries) {
-        if (entry.name == name) {
-            out = entry;
-            return true;
-        }
-    }
-    return false;
+    const auto found = m_Index.find(name);
+    if (found == m_Index.end()) return false;
+    out = m_Entries[found->second];
+    return true;
+}
+
+void FolderStream::clear() {
+    std::vector<Entry> removed;  // released after the lock
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    removed.swap(m_Entries);
+    m_Index.clear();
+    m_Data.clear();
 }
 
 void FolderStream::adoptFolder(const std::wstring& name, const std::wstring& className, SmartPtr<FolderStream> folder) {
@@ -357,8 +373,11 @@ HRESULT FolderStream::WriteObject(IString* name, IUnknown* object, int32_t) {
     SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(object);
     const std::wstring className = classNameOf(object);
     if (!persist || className.empty()) return E_NOTIMPL;
+    if (tObjectDepth >= kDeepestObject) return E_FAIL;
     SmartPtr<FolderStream> contents = make<FolderStream>();
+    ++tObjectDepth;
     persist->Save(contents.get(), 0);
+    --tObjectDepth;
     adoptFolder(entry.name, className, contents);
     return S_OK;
 }
@@ -421,10 +440,11 @@ HRESULT FolderStream::ReadObject(IString* name, IUnknown** out, int32_t) {
         return S_OK;
     }
     if (entry.kind != Kind::Object || !entry.folder) return E_FAIL;
-    if (SmartPtr<IDataPersist> existing = queryInterface<IDataPersist>(*out)) {
+    if (*out) {
+        SmartPtr<IDataPersist> existing = queryInterface<IDataPersist>(*out);
+        if (!existing || classNameOf(*out) != entry.text) return E_INVALIDARG;
         return existing->Load(entry.folder.get(), 0) < 0 ? E_FAIL : S_OK;
     }
-    if (*out) return E_INVALIDARG;
     SmartPtr<IUnknown> object = createObjectOfClass(entry.text);
     SmartPtr<IDataPersist> persist = object.query<IDataPersist>();
     if (!persist) return E_FAIL;
@@ -494,13 +514,10 @@ HRESULT FolderStream::get_Index(IUnknown* key, int32_t* index) {
     if (!name) return E_FAIL;
     const std::wstring wanted = textOf(name.get());
     std::lock_guard<std::mutex> lock(m_Mutex);
-    for (size_t i = 0; i < m_Entries.size(); ++i) {
-        if (m_Entries[i].name == wanted) {
-            *index = static_cast<int32_t>(i);
-            return S_OK;
-        }
-    }
-    return E_FAIL;
+    const auto found = m_Index.find(wanted);
+    if (found == m_Index.end()) return E_FAIL;
+    *index = static_cast<int32_t>(found->second);
+    return S_OK;
 }
 
 HRESULT FolderStream::get_ItemName(int32_t index, IString** out) {
@@ -578,16 +595,10 @@ bool FolderStream::save(const std::string& fileName) const {
 }
 
 bool FolderStream::load(const std::string& text, std::string* error) {
-    {
-        std::lock_guard<std::mutex> lock(m_Mutex);
-        m_Entries.clear();
-        m_Data.clear();
-    }
+    clear();
     Parser parser(text);
     if (parser.parse(*this, error)) return true;
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    m_Entries.clear();
-    m_Data.clear();
+    clear();
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/HostObject.h"
@@ -39,16 +40,21 @@ public:
     HRESULT WriteBinary(IString* name, const void* data, int32_t size, int32_t reserved) override;
     HRESULT WriteValue(IString* name, IVariant* value) override;
     // A string is kept as text; any other object saves itself (IDataPersist)
-    // into a sub-folder tagged with its class name.
+    // into a sub-folder tagged with its class name. An object that cannot
+    // save itself or has no class name: 0x80004001, nothing written. Objects
+    // nested 48 deep (a cycle of objects storing each other): 0x80004005.
     HRESULT WriteObject(IString* name, IUnknown* object, int32_t reserved) override;
     HRESULT WriteScalar(IString* name, const void* value, int32_t kind) override;
     // Absent names: 0x80004005. ReadBinary copies only a block of exactly the
     // size asked for (another size: 0x80070057, nothing written).
     HRESULT ReadBinary(IString* name, void* data, int32_t size, int32_t reserved) override;
     HRESULT ReadValue(IString* name, IVariant* into) override;
-    // When *out already holds an object that can load itself, it is loaded in
-    // place; otherwise a new object of the stored class replaces nothing and
-    // is handed out with one reference.
+    // When *out already holds an object, that object loads itself in place
+    // and *out is left as it is (the caller keeps its one reference, nothing
+    // leaks when it releases nothing); it must be of the stored class and
+    // able to load itself, else 0x80070057 and nothing changes. When *out is
+    // null, a new object of the stored class is made, loaded and handed out
+    // with one reference.
     HRESULT ReadObject(IString* name, IUnknown** out, int32_t reserved) override;
     HRESULT ReadScalar(IString* name, void* value, int32_t kind) override;
 
@@ -61,11 +67,13 @@ public:
     HRESULT get_ItemName(int32_t index, IString** out) override;
 
     // The text form: one line per entry, indented by depth. save() of a
-    // stream that load() read gives back the same text.
+    // stream that load() read from a text save() wrote gives back the same
+    // text. Folders nest at most 256 deep in a text that loads.
     std::string save() const;
     bool save(const std::string& fileName) const;
     // False, with the stream left empty and a message in error, for a text
-    // that is not a folder stream (the line number is in the message).
+    // that is not a folder stream (the line number is in the message), names
+    // an entry twice in one folder, or is larger than 64 MiB.
     bool load(const std::string& text, std::string* error = nullptr);
     bool loadFile(const std::string& fileName, std::string* error = nullptr);
 
@@ -93,11 +101,13 @@ public:
 
 private:
     void put(Entry entry);
+    void clear();
     bool find(const std::wstring& name, Entry& out) const;
     void saveInto(std::string& text, int depth) const;
 
     mutable std::mutex m_Mutex;
     std::vector<Entry> m_Entries;
+    std::unordered_map<std::wstring, size_t> m_Index;  // name -> position in m_Entries
     std::vector<uint8_t> m_Data;
 };
 
