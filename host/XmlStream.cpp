@@ -20,17 +20,131 @@ namespace {
 
 constexpr size_t kLargestFile = 64u << 20;
 
-// UTF-8 for the document; characters that are not Unicode scalar values
-// become U+FFFD, so that the file is always valid UTF-8.
+// Characters that XML 1.0 can carry; the others (C0 controls but tab, line
+// feed and carriage return, surrogates, U+FFFE, U+FFFF, beyond U+10FFFF)
+// cannot be written even as references.
+bool isXmlCharacter(uint32_t code) {
+    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
+// UTF-8 for the document; characters XML cannot carry become U+FFFD, so that
+// the file is always well-formed, valid UTF-8.
 std::string utf8(const std::wstring& text) {
     std::wstring clean;
     clean.reserve(text.size());
-    for (wchar_t c : text) {
-        const uint32_t code = static_cast<uint32_t>(c);
-        const bool valid = code <= 0x10FFFF && !(code >= 0xD800 && code <= 0xDFFF);
-        clean += valid ? c : static_cast<wchar_t>(0xFFFD);
-    }
+    for (wchar_t c : text) clean += isXmlCharacter(static_cast<uint32_t>(c)) ? c : static_cast<wchar_t>(0xFFFD);
     return narrow(clean);
+}
+
+// Text read from a file is not checked by the parser: it is decoded and
+// cleaned the same way before it is written again.
+std::string cleaned(const char* text) { return text ? utf8(widen(text)) : std::string(); }
+
+// The writer. Escapes what XML needs and, beyond that, what a parser would
+// not give back: a carriage return (which parsers turn into a line feed) is
+// written as a reference, and so is the first character of a text that is
+// all blanks (which would be dropped as formatting). In attribute values,
+// tabs and line ends are references too (parsers turn them into spaces).
+class Printer {
+public:
+    std::string print(const tinyxml2::XMLDocument& document) {
+        m_Out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+        for (const tinyxml2::XMLElement* element = document.FirstChildElement(); element;
+             element = element->NextSiblingElement()) {
+            printElement(*element, 0, false);
+        }
+        return std::move(m_Out);
+    }
+
+private:
+    // Elements on lines of their own, indented by four spaces a level; an
+    // element that holds text is written on one line with all it holds, so
+    // that no formatting blank joins its text.
+    void printElement(const tinyxml2::XMLElement& element, int depth, bool inline_) {
+        if (!inline_) m_Out.append(static_cast<size_t>(depth) * 4, ' ');
+        m_Out += '<';
+        m_Out += cleaned(element.Name());
+        for (const tinyxml2::XMLAttribute* attribute = element.FirstAttribute(); attribute;
+             attribute = attribute->Next()) {
+            m_Out += ' ';
+            m_Out += cleaned(attribute->Name());
+            m_Out += "=\"";
+            escape(cleaned(attribute->Value()), true);
+            m_Out += '"';
+        }
+        bool holdsText = false;
+        bool holdsAnything = false;
+        for (const tinyxml2::XMLNode* node = element.FirstChild(); node; node = node->NextSibling()) {
+            holdsText = holdsText || node->ToText();
+            holdsAnything = holdsAnything || node->ToText() || node->ToElement();
+        }
+        if (!holdsAnything) {
+            m_Out += inline_ ? "/>" : "/>\n";
+            return;
+        }
+        m_Out += '>';
+        const bool childrenInline = inline_ || holdsText;
+        if (!childrenInline) m_Out += '\n';
+        for (const tinyxml2::XMLNode* node = element.FirstChild(); node; node = node->NextSibling()) {
+            if (const tinyxml2::XMLText* text = node->ToText()) {
+                escapeText(cleaned(text->Value()));
+            } else if (const tinyxml2::XMLElement* child = node->ToElement()) {
+                printElement(*child, depth + 1, childrenInline);
+            }
+        }
+        if (!childrenInline) m_Out.append(static_cast<size_t>(depth) * 4, ' ');
+        m_Out += "</";
+        m_Out += cleaned(element.Name());
+        m_Out += inline_ ? ">" : ">\n";
+    }
+
+    void escapeText(const std::string& text) {
+        const bool allBlank = !text.empty() && text.find_first_not_of(" \t\n\r") == std::string::npos;
+        if (allBlank) {
+            reference(text[0]);
+            escape(text.substr(1), false);
+        } else {
+            escape(text, false);
+        }
+    }
+
+    void escape(const std::string& text, bool attribute) {
+        for (char c : text) {
+            switch (c) {
+            case '&': m_Out += "&amp;"; break;
+            case '<': m_Out += "&lt;"; break;
+            case '>': m_Out += "&gt;"; break;
+            case '\r': reference(c); break;
+            case '"': m_Out += attribute ? "&quot;" : "\""; break;
+            case '\t':
+            case '\n':
+                if (attribute) {
+                    reference(c);
+                } else {
+                    m_Out += c;
+                }
+                break;
+            default: m_Out += c;
+            }
+        }
+    }
+
+    void reference(char c) { m_Out += "&#" + std::to_string(static_cast<int>(c)) + ";"; }
+
+    std::string m_Out;
+};
+
+// Nesting: objects are refused below this depth (a cycle of objects storing
+// each other ends there), any element below the next, so that everything
+// written stays within what the parser reads back (100 levels).
+constexpr int kDeepestObject = 64;
+constexpr int kDeepestElement = 96;
+
+int depthOf(const tinyxml2::XMLElement* element) {
+    int depth = 0;
+    for (const tinyxml2::XMLNode* node = element; node && node->ToElement(); node = node->Parent()) ++depth;
+    return depth;
 }
 
 // XML names: a letter, "_" or a non-ASCII character first, then also digits,
@@ -80,17 +194,16 @@ SmartPtr<XmlStream> XmlStream::create(const std::wstring& rootName) {
 }
 
 SmartPtr<XmlStream> XmlStream::parse(const std::string& text, std::string* error) {
+    if (text.size() > kLargestFile) {
+        if (error) *error = "line 1: the document is too large";
+        return nullptr;
+    }
     auto document = std::make_shared<Document>();
     if (document->xml.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
         if (error) {
             *error = "line " + std::to_string(document->xml.ErrorLineNum()) + ": " + document->xml.ErrorStr();
         }
         return nullptr;
-    }
-    // The declaration is written by save(); one read from the text is dropped
-    // so that saving again gives the same text.
-    if (tinyxml2::XMLNode* first = document->xml.FirstChild(); first && first->ToDeclaration()) {
-        document->xml.DeleteNode(first);
     }
     tinyxml2::XMLElement* root = document->xml.RootElement();
     if (!root) {
@@ -126,35 +239,42 @@ HRESULT XmlStream::Write(const void* data, int32_t size, int32_t) {
     record("Write");
     if (size < 0 || (!data && size > 0)) return E_INVALIDARG;
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
-    std::string text = cursor()->GetText() ? cursor()->GetText() : "";
-    text.append(static_cast<const char*>(data), static_cast<size_t>(size));
-    cursor()->SetText(text.c_str());
+    std::string bytes = cursor()->GetText() ? cursor()->GetText() : "";
+    bytes.append(static_cast<const char*>(data), static_cast<size_t>(size));
+    cursor()->SetText(utf8(widen(bytes)).c_str());
     return S_OK;
 }
 
+// A null name is an empty one: the writer never refuses a name, so that the
+// elements it opens and the ends it is given stay paired.
 HRESULT XmlStream::BeginElement(IString* name, int32_t, int32_t) {
     const std::wstring wanted = textOf(name);
     record("BeginElement " + narrow(wanted));
-    if (!name) return E_INVALIDARG;
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
-    tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
-    cursor()->InsertEndChild(element);
-    m_Open.push_back(element);
-    return S_OK;
+    return open(wanted, kDeepestElement);
 }
 
 HRESULT XmlStream::BeginObject(IUnknown* object, int32_t, int32_t) {
     const std::wstring className = classNameOf(object);
     record("BeginObject " + narrow(className));
     if (!object || className.empty()) return E_INVALIDARG;
-    return BeginElement(makeString(className).get(), 0, 0);
+    std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    return open(className, kDeepestObject);
+}
+
+HRESULT XmlStream::open(const std::wstring& name, int deepest) {
+    if (depthOf(cursor()) >= deepest) return E_FAIL;
+    tinyxml2::XMLElement* element = newElement(m_Document->xml, name);
+    cursor()->InsertEndChild(element);
+    m_Open.push_back(element);
+    return S_OK;
 }
 
 HRESULT XmlStream::WriteElement(IString* name, int32_t, IString* text, int32_t) {
     const std::wstring wanted = textOf(name);
     record("WriteElement " + narrow(wanted));
-    if (!name) return E_INVALIDARG;
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
+    if (depthOf(cursor()) >= kDeepestElement) return E_FAIL;
     tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
     if (text) element->SetText(utf8(textOf(text)).c_str());
     cursor()->InsertEndChild(element);
@@ -184,13 +304,13 @@ HRESULT XmlStream::NextElement(tagREFString* name) {
 }
 
 HRESULT XmlStream::OpenElement(int32_t length, const wchar_t* name, tagREFString* value, IXMLStream** element,
-                               int32_t) {
+                               int32_t flags) {
     if (element) *element = nullptr;
     if (length < 0 || (!name && length > 0)) return E_INVALIDARG;
     const std::wstring wanted(name ? name : L"", static_cast<size_t>(length));
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     tinyxml2::XMLElement* found = nullptr;
-    if (m_Next && nameOfElement(m_Next) == wanted) {
+    if ((flags & kOpenFromNext) && m_Next && nameOfElement(m_Next) == wanted) {
         found = m_Next;
     } else {
         for (found = m_Element->FirstChildElement(); found && nameOfElement(found) != wanted;
@@ -266,9 +386,7 @@ HRESULT XmlStream::Append(int32_t length, const wchar_t* text) {
 
 std::string XmlStream::save() const {
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
-    tinyxml2::XMLPrinter printer;
-    m_Document->xml.Print(&printer);
-    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") + printer.CStr();
+    return Printer().print(m_Document->xml);
 }
 
 bool XmlStream::save(const std::string& fileName) const {
