@@ -603,19 +603,17 @@ bool FolderStream::load(const std::string& text, std::string* error) {
 }
 
 bool FolderStream::loadFile(const std::string& fileName, std::string* error) {
-    std::ifstream file(fileName, std::ios::binary);
-    if (!file) {
-        if (error) *error = "cannot read " + fileName;
+    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
+    if (size < 0 || static_cast<uint64_t>(size) > kLargestFile) {
+        clear();
+        if (error) *error = size < 0 ? "cannot read " + fileName : fileName + " is too large";
         return false;
     }
+    file.seekg(0);
     std::ostringstream content;
     content << file.rdbuf();
-    const std::string text = content.str();
-    if (text.size() > kLargestFile) {
-        if (error) *error = fileName + " is too large";
-        return false;
-    }
-    return load(text, error);
+    return load(content.str(), error);
 }
 
 std::vector<std::wstring> FolderStream::names() const {

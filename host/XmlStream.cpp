@@ -214,17 +214,15 @@ SmartPtr<XmlStream> XmlStream::parse(const std::string& text, std::string* error
 }
 
 SmartPtr<XmlStream> XmlStream::loadFile(const std::string& fileName, std::string* error) {
-    std::ifstream file(fileName, std::ios::binary);
-    if (!file) {
-        if (error) *error = "cannot read " + fileName;
+    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
+    if (size < 0 || static_cast<uint64_t>(size) > kLargestFile) {
+        if (error) *error = size < 0 ? "cannot read " + fileName : fileName + " is too large";
         return nullptr;
     }
+    file.seekg(0);
     std::ostringstream content;
     content << file.rdbuf();
-    if (content.str().size() > kLargestFile) {
-        if (error) *error = fileName + " is too large";
-        return nullptr;
-    }
     return parse(content.str(), error);
 }
 

@@ -270,44 +270,4 @@ TEST_F(FolderPersistence, TheEditStepKeepsItsWindowArea) {
     EXPECT_EQ(queryInterface<IDataPersist>(edit.get())->Load(nullptr, 0), E_NOTIMPL);
 }
 
-TEST_F(FolderPersistence, HostileTextsAreRefused) {
-    const char* const texts[] = {
-        "",
-        "folder-stream 2\n",
-        "folder-stream 1\nint \"A\" 99999999999\n",
-        "folder-stream 1\nint \"A\" 12x\n",
-        "folder-stream 1\ntext \"A\" \"unterminated\n",
-        "folder-stream 1\ntext \"A\" \"bad \\q escape\"\n",
-        "folder-stream 1\ntext \"A\" \"\\u{110000000}\"\n",
-        "folder-stream 1\nbytes \"A\" ABC\n",
-        "folder-stream 1\nfolder \"A\" {\nint \"B\" 1\n",
-        "folder-stream 1\n}\n",
-        "folder-stream 1\nobject \"A\" {\n}\n",
-        "folder-stream 1\nwhatever \"A\"\n",
-        "folder-stream 1\nint\n",
-    };
-    for (const char* text : texts) {
-        SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
-        std::string error;
-        EXPECT_FALSE(stream->load(text, &error)) << text;
-        EXPECT_NE(error.find("line "), std::string::npos) << text;
-        EXPECT_TRUE(stream->names().empty()) << "nothing half-read is kept";
-    }
-    std::string deep = "folder-stream 1\n";
-    for (int i = 0; i < 100; ++i) deep += "folder \"F\" {\n";
-    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
-    EXPECT_FALSE(stream->load(deep));
-
-    // Any character survives the text form.
-    stream->WriteValue(host::makeString(L"\"odd\\ name\"\n").get(),
-                       host::makeVariant(std::wstring(L"\u00e9\U0001F600\t\x7f")).get());
-    stream->WriteValue(host::makeString(L"real").get(), host::makeVariant(0.1).get());
-    SmartPtr<host::FolderStream> back = host::make<host::FolderStream>();
-    ASSERT_TRUE(back->load(stream->save()));
-    EXPECT_EQ(back->save(), stream->save());
-    SmartPtr<IVariant> real = host::make<host::Variant>();
-    back->ReadValue(host::makeString(L"real").get(), real.get());
-    EXPECT_EQ(real->get_Double(), 0.1);
-}
-
 }  // namespace
