@@ -37,9 +37,59 @@ std::string utf8(const std::wstring& text) {
     return narrow(clean);
 }
 
-// Text read from a file is not checked by the parser: it is decoded and
-// cleaned the same way before it is written again.
-std::string cleaned(const char* text) { return text ? utf8(widen(text)) : std::string(); }
+// The parser does not check that a file is UTF-8: what it reads is decoded
+// here, every byte that does not belong to a well-formed sequence giving
+// U+FFFD.
+std::wstring decode(const char* text, size_t size) {
+    std::wstring out;
+    out.reserve(size);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    for (size_t i = 0; i < size;) {
+        const unsigned lead = bytes[i];
+        size_t extra = 0;
+        uint32_t code = lead;
+        unsigned low = 0x80;
+        unsigned high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            extra = 1;
+            code = lead & 0x1F;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            extra = 2;
+            code = lead & 0x0F;
+            if (lead == 0xE0) low = 0xA0;   // no overlong forms
+            if (lead == 0xED) high = 0x9F;  // no surrogates
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            extra = 3;
+            code = lead & 0x07;
+            if (lead == 0xF0) low = 0x90;
+            if (lead == 0xF4) high = 0x8F;  // nothing beyond U+10FFFF
+        } else if (lead >= 0x80) {
+            out += static_cast<wchar_t>(0xFFFD);
+            ++i;
+            continue;
+        }
+        size_t taken = 1;
+        bool whole = true;
+        for (; taken <= extra; ++taken) {
+            const unsigned next = i + taken < size ? bytes[i + taken] : 0;
+            if (next < low || next > high) {
+                whole = false;
+                break;
+            }
+            low = 0x80;
+            high = 0xBF;
+            code = (code << 6) | (next & 0x3F);
+        }
+        out += whole ? static_cast<wchar_t>(code) : static_cast<wchar_t>(0xFFFD);
+        i += whole ? extra + 1 : taken;
+    }
+    return out;
+}
+
+std::wstring decode(const char* text) { return text ? decode(text, std::strlen(text)) : std::wstring(); }
+
+// What was read is written again decoded and cleaned.
+std::string cleaned(const char* text) { return utf8(decode(text)); }
 
 // The writer. Escapes what XML needs and, beyond that, what a parser would
 // not give back: a carriage return (which parsers turn into a line feed) is
@@ -75,9 +125,11 @@ private:
         }
         bool holdsText = false;
         bool holdsAnything = false;
+        // An empty text is nothing: a parser would not give it back.
         for (const tinyxml2::XMLNode* node = element.FirstChild(); node; node = node->NextSibling()) {
-            holdsText = holdsText || node->ToText();
-            holdsAnything = holdsAnything || node->ToText() || node->ToElement();
+            const bool text = node->ToText() && *node->Value();
+            holdsText = holdsText || text;
+            holdsAnything = holdsAnything || text || node->ToElement();
         }
         if (!holdsAnything) {
             m_Out += inline_ ? "/>" : "/>\n";
@@ -137,7 +189,7 @@ private:
 
 // Nesting: objects are refused below this depth (a cycle of objects storing
 // each other ends there), any element below the next, so that everything
-// written stays within what the parser reads back (100 levels).
+// written stays within what the parser reads back (98 levels).
 constexpr int kDeepestObject = 64;
 constexpr int kDeepestElement = 96;
 
@@ -174,14 +226,14 @@ tinyxml2::XMLElement* newElement(tinyxml2::XMLDocument& document, const std::wst
 
 std::wstring nameOfElement(const tinyxml2::XMLElement* element) {
     if (std::strcmp(element->Name(), kEncodedName) == 0) {
-        if (const char* name = element->Attribute("name")) return widen(name);
+        if (const char* name = element->Attribute("name")) return decode(name);
     }
-    return widen(element->Name());
+    return decode(element->Name());
 }
 
 std::wstring textOfElement(const tinyxml2::XMLElement* element) {
     const char* text = element ? element->GetText() : nullptr;
-    return text ? widen(text) : std::wstring();
+    return decode(text);
 }
 
 }  // namespace
@@ -208,6 +260,10 @@ SmartPtr<XmlStream> XmlStream::parse(const std::string& text, std::string* error
     tinyxml2::XMLElement* root = document->xml.RootElement();
     if (!root) {
         if (error) *error = "line 1: no root element";
+        return nullptr;
+    }
+    if (const tinyxml2::XMLElement* second = root->NextSiblingElement()) {
+        if (error) *error = "line " + std::to_string(second->GetLineNum()) + ": a second root element";
         return nullptr;
     }
     return make<XmlStream>(document, root);
@@ -239,7 +295,7 @@ HRESULT XmlStream::Write(const void* data, int32_t size, int32_t) {
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     std::string bytes = cursor()->GetText() ? cursor()->GetText() : "";
     bytes.append(static_cast<const char*>(data), static_cast<size_t>(size));
-    cursor()->SetText(utf8(widen(bytes)).c_str());
+    cursor()->SetText(utf8(decode(bytes.data(), bytes.size())).c_str());
     return S_OK;
 }
 
@@ -274,7 +330,8 @@ HRESULT XmlStream::WriteElement(IString* name, int32_t, IString* text, int32_t) 
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     if (depthOf(cursor()) >= kDeepestElement) return E_FAIL;
     tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
-    if (text) element->SetText(utf8(textOf(text)).c_str());
+    const std::string content = utf8(textOf(text));
+    if (!content.empty()) element->SetText(content.c_str());
     cursor()->InsertEndChild(element);
     return S_OK;
 }

@@ -35,7 +35,7 @@ public:
     static SmartPtr<XmlStream> create(const std::wstring& rootName);
     // A document read from XML text; null (and a message with the line
     // number in error) when the text is not well-formed XML, nests elements
-    // more than 100 deep or is larger than 64 MiB. Comments and processing
+    // more than 98 deep or is larger than 64 MiB. Comments and processing
     // instructions are not kept.
     static SmartPtr<XmlStream> parse(const std::string& text, std::string* error = nullptr);
     static SmartPtr<XmlStream> loadFile(const std::string& fileName, std::string* error = nullptr);

@@ -121,21 +121,13 @@ TEST_F(XmlPersistence, SimpleAndFullFormsAndTheBoundParameter) {
     EXPECT_NE(full->save().find("<Flags>#000201</Flags>"), std::string::npos) << full->save();
 }
 
-TEST_F(XmlPersistence, DocumentsAreWellFormedAndHostileOnesRefused) {
+TEST_F(XmlPersistence, StepDocumentsAreWellFormedAndStrangeOnesChangeNothing) {
     SmartPtr<IUnknown> message = createStep(L"GCUIMessage");
     configure(message.get(), false);
     const std::string text = saved(message.get());
     EXPECT_EQ(text.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>", 0), 0u);
     EXPECT_NE(text.find("&lt;a &amp; \"b\"&gt; \xC3\xA9"), std::string::npos) << "escaped, UTF-8: " << text;
     EXPECT_TRUE(host::XmlStream::parse(text));
-
-    const char* const hostile[] = {"", "<a>", "<a></b>", "<a b=></a>", "text only", "<a><b></a></b>",
-                                   "<?xml version=\"1.0\"?>"};
-    for (const char* document : hostile) {
-        std::string error;
-        EXPECT_FALSE(host::XmlStream::parse(document, &error)) << document;
-        EXPECT_EQ(error.rfind("line ", 0), 0u) << document;
-    }
 
     // Reading a document that is not a step's: unknown elements are passed
     // over, and nothing in the step changes.
@@ -145,24 +137,6 @@ TEST_F(XmlPersistence, DocumentsAreWellFormedAndHostileOnesRefused) {
     EXPECT_EQ(queryInterface<IDataPersist>(scroll.get())->Load(stranger.get(), 0), S_OK);
     EXPECT_EQ(valuesOf(scroll.get()), before);
 
-    // Parameter names that are not XML names are kept in an attribute and
-    // read back unchanged.
-    SmartPtr<host::XmlStream> stream = host::XmlStream::create(L"Step");
-    EXPECT_EQ(stream->WriteElement(host::makeString(L"%X").get(), 0, host::makeString(L"7").get(), 0), S_OK);
-    EXPECT_EQ(stream->WriteElement(host::makeString(L"").get(), 0, nullptr, 0), S_OK);
-    EXPECT_EQ(stream->EndElement(), E_FAIL) << "nothing is open";
-    EXPECT_EQ(stream->save(),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Step>\n    <_ name=\"%X\">7</_>\n    <_ name=\"\"/>\n</Step>\n");
-    SmartPtr<host::XmlStream> back = host::XmlStream::parse(stream->save());
-    tagREFString name = {0, nullptr};
-    ASSERT_EQ(back->NextElement(&name), S_OK);
-    EXPECT_EQ(std::wstring(name.text, static_cast<size_t>(name.count)), L"%X");
-    tagREFString value = {0, nullptr};
-    EXPECT_EQ(back->OpenElement(2, L"%X", &value, nullptr, 1), S_OK);
-    EXPECT_EQ(std::wstring(value.text, static_cast<size_t>(value.count)), L"7");
-    ASSERT_EQ(back->NextElement(&name), S_OK);
-    EXPECT_EQ(name.count, 0);
-    EXPECT_LT(back->NextElement(&name), 0);
 }
 
 }  // namespace
