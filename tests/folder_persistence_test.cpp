@@ -13,6 +13,7 @@
 #include "host/Registry.h"
 #include "host/Values.h"
 #include "parameters/IParametersImpl.h"
+#include "support/Bindings.h"
 #include "support/HostTest.h"
 #include "support/Parameters.h"
 
@@ -20,35 +21,6 @@ namespace {
 
 class FolderPersistence : public HostTest {
 protected:
-    // Every parameter moved off its default (results too), every input bound
-    // to a moniker with an item name and index of its own.
-    void configure(IUnknown* step) {
-        SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
-        int32_t count = 0;
-        parameters->get_Count(&count);
-        for (int32_t i = 0; i < count; ++i) {
-            SmartPtr<IVariant> value;
-            parameters->get_ItemVariant(i, value.put());
-            if (value && value->IsString()) {
-                parameters->put_Item(i, host::makeVariant(L"set \"" + std::to_wstring(i) + L"\" \u00e9").get());
-            } else {
-                parameters->put_Item(i, host::makeVariant(int32_t{i % 3 + 1}).get());
-            }
-        }
-        SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
-        int32_t inputCount = 0;
-        if (inputs) inputs->get_Count(&inputCount);
-        for (int32_t i = 0; i < inputCount; ++i) {
-            SmartPtr<IUnknown> item;
-            inputs->get_Item(i, item.put());
-            SmartPtr<IInputParameter> binding = item.query<IInputParameter>();
-            SmartPtr<IUnknown> moniker = host::make<host::CollectionMoniker>(L"View" + std::to_wstring(i)).query<IUnknown>();
-            binding->put_Object(moniker.get());
-            binding->put_ItemName(host::makeString(L"Item").get());
-            binding->put_ItemIndex(i + 2);
-        }
-    }
-
     static std::string saved(IUnknown* step) {
         SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
         queryInterface<IDataPersist>(step)->Save(stream.get(), 0);
@@ -65,39 +37,6 @@ protected:
         return step;
     }
 
-    struct Binding {
-        std::wstring moniker;
-        std::wstring itemName;
-        int32_t itemIndex = -1;
-        bool operator==(const Binding& other) const {
-            return moniker == other.moniker && itemName == other.itemName && itemIndex == other.itemIndex;
-        }
-    };
-
-    static std::vector<Binding> bindingsOf(IUnknown* step) {
-        std::vector<Binding> result;
-        SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
-        int32_t count = 0;
-        if (inputs) inputs->get_Count(&count);
-        for (int32_t i = 0; i < count; ++i) {
-            SmartPtr<IUnknown> item;
-            inputs->get_Item(i, item.put());
-            SmartPtr<IInputParameter> binding = item.query<IInputParameter>();
-            Binding found;
-            SmartPtr<IUnknown> object;
-            binding->get_Object(object.put());
-            if (auto* moniker = dynamic_cast<host::CollectionMoniker*>(object.query<ICollectionMoniker>().get())) {
-                found.moniker = moniker->name();
-            }
-            SmartPtr<IString> itemName;
-            binding->get_ItemName(itemName.put());
-            found.itemName = host::textOf(itemName.get());
-            binding->get_ItemIndex(&found.itemIndex);
-            result.push_back(found);
-        }
-        return result;
-    }
-
     static std::vector<std::wstring> valuesOf(IUnknown* step) { return parameterTexts(step, true); }
 };
 
@@ -106,17 +45,18 @@ TEST_F(FolderPersistence, EveryStepComesBackAsItWasSaved) {
         SCOPED_TRACE(host::narrow(name));
         SmartPtr<IUnknown> original = createStep(name);
         ASSERT_TRUE(original);
-        configure(original.get());
+        configureStep(original.get(), true);
         const std::string first = saved(original.get());
 
         SmartPtr<IUnknown> copy = reloaded(name, first);
         ASSERT_TRUE(copy);
         EXPECT_EQ(saved(copy.get()), first) << "saved again, the text is the same";
-        EXPECT_EQ(bindingsOf(copy.get()), bindingsOf(original.get()));
+        EXPECT_EQ(inputBindings(copy.get()), inputBindings(original.get()));
         // The property read step keeps its parameters out of folder streams:
         // they are made from the object it reads.
         if (std::wstring(name) != L"GCUIPropRead") {
             EXPECT_EQ(valuesOf(copy.get()), valuesOf(original.get()));
+            EXPECT_EQ(descriptorTexts(copy.get()), descriptorTexts(original.get()));
         }
     }
 }
@@ -136,10 +76,19 @@ TEST_F(FolderPersistence, SplitAndPlainLayouts) {
     SmartPtr<IUnknown> activate = createStep(L"GCUIActivate");
     stream = host::make<host::FolderStream>();
     queryInterface<IDataPersist>(activate.get())->Save(stream.get(), 0);
-    const std::vector<std::wstring> names = stream->names();
-    ASSERT_FALSE(names.empty());
-    EXPECT_EQ(names.back(), L"Input0") << "inputs come after the parameters";
-    EXPECT_FALSE(stream->folder(names.front())) << "compact: a plain value, no folder";
+    EXPECT_EQ(stream->names(), (std::vector<std::wstring>{L"Activate", L"Input0"}));
+    EXPECT_FALSE(stream->folder(L"Activate")) << "compact: a plain value, no folder";
+    // Kinds 3 and 9 are the declaration's; text (kind 6) keeps its flags.
+    SmartPtr<IUnknown> button = createStep(L"GCUIButtonSelect");
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(button.get())->Save(stream.get(), 0);
+    EXPECT_EQ(stream->names(), (std::vector<std::wstring>{L"Button", L"Select", L"Input0"}));
+    EXPECT_FALSE(stream->folder(L"Button") || stream->folder(L"Select"));
+    SmartPtr<IUnknown> pointer = createStep(L"GCUIPointer");
+    stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(pointer.get())->Save(stream.get(), 0);
+    ASSERT_TRUE(stream->folder(L"Window Name"));
+    EXPECT_EQ(stream->folder(L"Window Name")->bytes(L"Flags"), (std::vector<uint8_t>{0x06, 0, 0, 0}));
 
     // The property read step writes its input list alone.
     SmartPtr<IUnknown> propRead = createStep(L"GCUIPropRead");
@@ -175,6 +124,43 @@ TEST_F(FolderPersistence, CompactFormLeavesOutWhatTheDeclarationRestores) {
     ASSERT_TRUE(parameters);
     EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Item1", L"Odd"}));
     EXPECT_EQ(parameters->folder(L"Odd")->bytes(L"Flags"), (std::vector<uint8_t>{0x01, 0x02, 0, 0}));
+}
+
+TEST_F(FolderPersistence, ObjectValuesUnnamedParametersAndTheStepItself) {
+    SmartPtr<IParametersCreatable> write = createStep<IParametersCreatable>(L"GCUIPropWrite");
+    SmartPtr<IUnknown> target = host::make<host::CollectionMoniker>(L"Pump").query<IUnknown>();
+    write->Add(host::makeString(L"Target").get(), target.get(), nullptr, 0);
+    SmartPtr<IVariant> self = host::make<host::Variant>();
+    self->put_Value(queryInterface<IUnknown>(write.get()).get());
+    write->Add(host::makeString(L"Self").get(), self.get(), nullptr, 0);
+    write->Add(host::makeString(L"").get(), host::makeVariant(6).get(), nullptr, 0);
+    write->Add(host::makeString(L"Result").get(), host::makeVariant(7).get(), nullptr, 0x40003);
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    queryInterface<IDataPersist>(write.get())->Save(stream.get(), 0);
+    self->put_Value(nullptr);  // the step holds itself no longer
+
+    SmartPtr<host::FolderStream> parameters = stream->folder(L"Parameters");
+    ASSERT_TRUE(parameters);
+    EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Target", L"Self", L"Item3", L"Result"}));
+    EXPECT_EQ(parameters->folder(L"Target")->names(), std::vector<std::wstring>{L"Unknown"});
+    EXPECT_EQ(parameters->folder(L"Target")->classOf(L"Unknown"), L"CollectionMoniker");
+    EXPECT_TRUE(parameters->folder(L"Self")->names().empty()) << "the step is not stored inside itself";
+    EXPECT_FALSE(parameters->folder(L"Item3")) << "a plain value";
+    EXPECT_EQ(parameters->folder(L"Result")->names(), (std::vector<std::wstring>{L"Value", L"Flags"}));
+    EXPECT_EQ(parameters->folder(L"Result")->bytes(L"Flags"), (std::vector<uint8_t>{0x03, 0x00, 0x04, 0x00}));
+
+    SmartPtr<IUnknown> copy = reloaded(L"GCUIPropWrite", stream->save());
+    EXPECT_EQ(descriptorTexts(copy.get()), (std::vector<std::wstring>{L"Target #0 none", L"Self #0 none",
+                                                                       L"Item3 #0 none", L"Result #40003 none"}));
+    SmartPtr<IParameters> loaded = queryInterface<IParameters>(copy.get());
+    SmartPtr<IUnknown> object;
+    loaded->get_Item(0, object.put());
+    auto* moniker = dynamic_cast<host::CollectionMoniker*>(object.query<ICollectionMoniker>().get());
+    ASSERT_TRUE(moniker) << "the object value, made again";
+    EXPECT_EQ(moniker->name(), L"Pump");
+    SmartPtr<IVariant> empty;
+    loaded->get_ItemVariant(1, empty.put());
+    EXPECT_TRUE(empty && !empty->IsObject() && !empty->IsString() && empty->get_Type() == 0);
 }
 
 TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
