@@ -210,7 +210,8 @@ void ComponentCollection::clear() {
 SmartPtr<ComponentCollection> makeStandardComponents() {
     SmartPtr<ComponentCollection> components = make<ComponentCollection>();
     for (const wchar_t* name : {L"CreatableString", L"Variant", L"SuperCollection", L"ComponentString",
-                                L"InputParameters", L"InputParameter", L"CollectionMoniker", L"FolderStream"}) {
+                                L"InputParameters", L"InputParameter", L"CollectionMoniker", L"FolderStream",
+                                L"XmlStream"}) {
         components->addClass(name, name);
     }
     return components;
