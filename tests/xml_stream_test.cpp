@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "host/Inputs.h"
 #include "host/Values.h"
 #include "host/XmlStream.h"
+#include "support/Bindings.h"
 #include "support/HostTest.h"
 #include "support/StepClasses.h"
 
@@ -285,6 +287,54 @@ TEST_F(XmlStream, HostileDocumentsAreRefusedOrCleaned) {
     EXPECT_EQ(cycle->EndElement(), S_OK);
     first->put_Object(nullptr);
     EXPECT_TRUE(host::XmlStream::parse(cycle->save(), &error)) << error;
+}
+
+// A program's document with bytes changed, dropped or repeated at random:
+// each is refused or its steps are made and saved again, without harm.
+TEST_F(XmlStream, DamagedDocumentsAreReadOrRefusedWithoutHarm) {
+    StepClassesResolved resolved;
+    SmartPtr<host::XmlStream> program = host::XmlStream::create(L"Program");
+    for (const wchar_t* registered : {L"GCUIRefresh", L"GCUIActivate", L"GCUIConfirm", L"GCUIScroll"}) {
+        SmartPtr<IUnknown> step = createStep(registered);
+        configureStep(step.get(), true);
+        program->BeginObject(step.get(), 0, 0);
+        queryInterface<IDataPersist>(step.get())->Save(program.get(), 0);
+        program->EndElement();
+    }
+    const std::string document = program->save();
+    std::mt19937 random(20261123);
+    int accepted = 0;
+    for (int round = 0; round < 300; ++round) {
+        std::string damaged = document;
+        const int changes = 1 + static_cast<int>(random() % 4);
+        for (int i = 0; i < changes; ++i) {
+            const size_t at = random() % damaged.size();
+            switch (random() % 3) {
+            case 0: damaged[at] = static_cast<char>(random() % 256); break;
+            case 1: damaged.erase(at, 1 + random() % 8); break;
+            default: damaged.insert(at, damaged.substr(at, 1 + random() % 16)); break;
+            }
+        }
+        SmartPtr<host::XmlStream> stream = host::XmlStream::parse(damaged);
+        if (!stream) continue;
+        ++accepted;
+        tagREFString name = {0, nullptr};
+        while (stream->NextElement(&name) >= 0) {
+            SmartPtr<IXMLStream> element;
+            SmartPtr<IUnknown> step;
+            if (stream->OpenElement(name.count, name.text, nullptr, element.put(), 1) < 0 ||
+                element->CreateElementObject(name.count, name.text, step.put()) < 0) {
+                continue;
+            }
+            SmartPtr<host::XmlStream> again = host::XmlStream::create(L"Again");
+            if (SmartPtr<IDataPersist> persist = step.query<IDataPersist>()) persist->Save(again.get(), 0);
+            const std::string saved = again->save();
+            SmartPtr<host::XmlStream> reread = host::XmlStream::parse(saved);
+            ASSERT_TRUE(reread) << saved;
+            EXPECT_EQ(reread->save(), saved);
+        }
+    }
+    EXPECT_GT(accepted, 0) << "some damage leaves a readable document";
 }
 
 }  // namespace
