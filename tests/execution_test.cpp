@@ -136,11 +136,19 @@ protected:
     void SetUp() override {
         HostTest::SetUp();
         gScript.reset();
+        m_LiveAfterSetUp = host::Ledger::live();
     }
     void TearDown() override {
         execution_detail::gStartThread = &pthread_create;
+        // A step whose last reference a worker dropped is still taking itself
+        // apart after its FinalRelease (its host input list goes last): let it
+        // finish before the ledger is checked.
+        eventually([this] { return host::Ledger::live() <= m_LiveAfterSetUp; });
         HostTest::TearDown();
     }
+
+private:
+    int32_t m_LiveAfterSetUp = 0;
 };
 
 int failingThreadStart(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) { return EAGAIN; }
