@@ -339,12 +339,26 @@ int ProgramRunner::run(const std::atomic<bool>& interrupted) {
     return failures == 0 ? 0 : 1;
 }
 
+// A step's own XML holds its parameters only; the host keeps its input
+// bindings beside it: <Step><GCUIRefresh>...</GCUIRefresh><Inputs>...</Inputs></Step>.
 std::string ProgramRunner::saveXml() const {
     SmartPtr<XmlStream> document = XmlStream::create(L"Program");
+    const SmartPtr<IString> stepElement = makeString(L"Step");
+    const SmartPtr<IString> inputsElement = makeString(L"Inputs");
     for (const Step& step : m_Steps) {
         SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(step.object.get());
-        if (!persist || document->BeginObject(step.object.get(), 0, 0) < 0) continue;
-        persist->Save(document.get(), 0);
+        if (!persist) continue;
+        document->BeginElement(stepElement.get(), 0, 0);
+        if (document->BeginObject(step.object.get(), 0, 0) >= 0) {
+            persist->Save(document.get(), 0);
+            document->EndElement();
+        }
+        if (SmartPtr<IDataPersist> inputs = queryInterface<IDataPersist>(
+                queryInterface<IInputParameters>(step.object.get()).get())) {
+            document->BeginElement(inputsElement.get(), 0, 0);
+            inputs->Save(document.get(), 0);
+            document->EndElement();
+        }
         document->EndElement();
     }
     return document->save();
@@ -364,15 +378,31 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
     std::vector<Step> loaded;
     tagREFString name = {0, nullptr};
     while (document->NextElement(&name) >= 0) {
-        const std::wstring className(name.text ? name.text : L"", static_cast<size_t>(name.count));
+        SmartPtr<IXMLStream> holder;
+        if (document->OpenElement(name.count, name.text, nullptr, holder.put(), 1) < 0 || !holder) continue;
+        // The first child is the step, named after its class; "Inputs" follows.
+        tagREFString className = {0, nullptr};
         SmartPtr<IXMLStream> element;
         SmartPtr<IUnknown> step;
-        if (document->OpenElement(name.count, name.text, nullptr, element.put(), 1) < 0 ||
-            element->CreateElementObject(name.count, name.text, step.put()) < 0 || !step) {
-            error = "cannot re-create a step of class " + narrow(className);
+        if (holder->NextElement(&className) < 0 ||
+            holder->OpenElement(className.count, className.text, nullptr, element.put(), 1) < 0 ||
+            element->CreateElementObject(className.count, className.text, step.put()) < 0 || !step) {
+            error = "cannot re-create a step of class " +
+                    narrow(std::wstring(className.text ? className.text : L"", static_cast<size_t>(className.count)));
             return false;
         }
-        loaded.push_back({className, std::wstring(), step});
+        const std::wstring stepClass(className.text, static_cast<size_t>(className.count));
+        SmartPtr<IXMLStream> inputs;
+        if (holder->OpenElement(6, L"Inputs", nullptr, inputs.put(), 0) >= 0 && inputs) {
+            if (SmartPtr<IDataPersist> list =
+                    queryInterface<IDataPersist>(queryInterface<IInputParameters>(step.get()).get())) {
+                list->Load(inputs.get(), 0);
+            }
+        }
+        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
+            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
+        }
+        loaded.push_back({stepClass, std::wstring(), step});
     }
     for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
     m_Steps.swap(loaded);
@@ -388,6 +418,9 @@ bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
         if (root->ReadObject(makeString(name).get(), step.put(), 0) < 0 || !step) {
             error = "cannot re-create the step stored as " + narrow(name) + " (" + narrow(root->classOf(name)) + ")";
             return false;
+        }
+        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
+            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
         }
         loaded.push_back({root->classOf(name), std::wstring(), step});
     }

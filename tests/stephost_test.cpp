@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -69,6 +70,9 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
     ASSERT_TRUE(stream->loadFile(folder.path(), &error)) << error;
     EXPECT_EQ(stream->names().size(), 14u);
+    std::ifstream xmlFile(xml.path());
+    const std::string xmlText((std::istreambuf_iterator<char>(xmlFile)), std::istreambuf_iterator<char>());
+    EXPECT_NE(xmlText.find("<Name>StatusView</Name>"), std::string::npos) << "input bindings beside each step";
     EXPECT_EQ(stream->classOf(L"Step14"), L"GCUIVerb");
 }
 
