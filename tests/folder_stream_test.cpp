@@ -16,6 +16,7 @@
 #include "host/Inputs.h"
 #include "host/Values.h"
 #include "support/Bindings.h"
+#include "support/Damage.h"
 #include "support/HostTest.h"
 #include "support/Parameters.h"
 #include "support/StepClasses.h"
@@ -350,16 +351,7 @@ TEST_F(FolderStream, DamagedProgramsAreReadOrRefusedWithoutHarm) {
     std::mt19937 random(20261123);
     int accepted = 0;
     for (int round = 0; round < 300; ++round) {
-        std::string damaged = text;
-        const int changes = 1 + static_cast<int>(random() % 4);
-        for (int i = 0; i < changes; ++i) {
-            const size_t at = random() % damaged.size();
-            switch (random() % 3) {
-            case 0: damaged[at] = static_cast<char>(random() % 256); break;
-            case 1: damaged.erase(at, 1 + random() % 8); break;
-            default: damaged.insert(at, damaged.substr(at, 1 + random() % 16)); break;
-            }
-        }
+        const std::string damaged = damage(text, random);
         SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
         if (!stream->load(damaged)) continue;
         ++accepted;

@@ -14,6 +14,7 @@
 #include "host/Values.h"
 #include "host/XmlStream.h"
 #include "support/Bindings.h"
+#include "support/Damage.h"
 #include "support/HostTest.h"
 #include "support/StepClasses.h"
 
@@ -305,16 +306,7 @@ TEST_F(XmlStream, DamagedDocumentsAreReadOrRefusedWithoutHarm) {
     std::mt19937 random(20261123);
     int accepted = 0;
     for (int round = 0; round < 300; ++round) {
-        std::string damaged = document;
-        const int changes = 1 + static_cast<int>(random() % 4);
-        for (int i = 0; i < changes; ++i) {
-            const size_t at = random() % damaged.size();
-            switch (random() % 3) {
-            case 0: damaged[at] = static_cast<char>(random() % 256); break;
-            case 1: damaged.erase(at, 1 + random() % 8); break;
-            default: damaged.insert(at, damaged.substr(at, 1 + random() % 16)); break;
-            }
-        }
+        const std::string damaged = damage(document, random);
         SmartPtr<host::XmlStream> stream = host::XmlStream::parse(damaged);
         if (!stream) continue;
         ++accepted;
