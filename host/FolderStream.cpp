@@ -4,10 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "host/Components.h"
+#include "host/Files.h"
 #include "host/Values.h"
 
 namespace host {
@@ -22,7 +21,6 @@ ObjectResolver gResolver;
 // before that, so that whatever a stream holds it can also read back.
 constexpr int kDeepestFolder = 256;
 constexpr int kDeepestObject = 48;
-constexpr size_t kLargestFile = 64u << 20;
 
 // How many WriteObject calls this thread is inside.
 thread_local int tObjectDepth = 0;
@@ -586,13 +584,7 @@ std::string FolderStream::save() const {
     return text;
 }
 
-bool FolderStream::save(const std::string& fileName) const {
-    std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
-    if (!file) return false;
-    const std::string text = save();
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    return static_cast<bool>(file);
-}
+bool FolderStream::save(const std::string& fileName) const { return writeWholeFile(fileName, save()); }
 
 bool FolderStream::load(const std::string& text, std::string* error) {
     clear();
@@ -603,17 +595,12 @@ bool FolderStream::load(const std::string& text, std::string* error) {
 }
 
 bool FolderStream::loadFile(const std::string& fileName, std::string* error) {
-    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (size < 0 || static_cast<uint64_t>(size) > kLargestFile) {
+    std::string text;
+    if (!readWholeFile(fileName, text, error)) {
         clear();
-        if (error) *error = size < 0 ? "cannot read " + fileName : fileName + " is too large";
         return false;
     }
-    file.seekg(0);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return load(content.str(), error);
+    return load(text, error);
 }
 
 std::vector<std::wstring> FolderStream::names() const {

@@ -1,8 +1,9 @@
 #include "host/Registry.h"
 
+#include "host/Files.h"
+
 #include <algorithm>
 #include <cwchar>
-#include <fstream>
 #include <sstream>
 
 #include "host/Values.h"
@@ -94,11 +95,9 @@ void Registry::clear() {
 }
 
 bool Registry::load(const std::string& fileName) {
-    std::ifstream file(fileName, std::ios::binary);
-    if (!file) return false;
-    std::ostringstream content;
-    content << file.rdbuf();
-    parse(content.str());
+    std::string text;
+    if (!readWholeFile(fileName, text)) return false;
+    parse(text);
     return true;
 }
 

@@ -3,9 +3,8 @@
 #include <tinyxml2.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
+#include "host/Files.h"
 #include "host/FolderStream.h"
 #include "host/Values.h"
 
@@ -18,7 +17,6 @@ struct XmlStream::Document {
 
 namespace {
 
-constexpr size_t kLargestFile = 64u << 20;
 
 // Characters that XML 1.0 can carry; the others (C0 controls but tab, line
 // feed and carriage return, surrogates, U+FFFE, U+FFFF, beyond U+10FFFF)
@@ -270,16 +268,9 @@ SmartPtr<XmlStream> XmlStream::parse(const std::string& text, std::string* error
 }
 
 SmartPtr<XmlStream> XmlStream::loadFile(const std::string& fileName, std::string* error) {
-    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (size < 0 || static_cast<uint64_t>(size) > kLargestFile) {
-        if (error) *error = size < 0 ? "cannot read " + fileName : fileName + " is too large";
-        return nullptr;
-    }
-    file.seekg(0);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return parse(content.str(), error);
+    std::string text;
+    if (!readWholeFile(fileName, text, error)) return nullptr;
+    return parse(text, error);
 }
 
 XmlStream::XmlStream(std::shared_ptr<Document> document, tinyxml2::XMLElement* element)
@@ -444,13 +435,7 @@ std::string XmlStream::save() const {
     return Printer().print(m_Document->xml);
 }
 
-bool XmlStream::save(const std::string& fileName) const {
-    std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
-    if (!file) return false;
-    const std::string text = save();
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    return static_cast<bool>(file);
-}
+bool XmlStream::save(const std::string& fileName) const { return writeWholeFile(fileName, save()); }
 
 std::wstring XmlStream::elementName() const {
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);

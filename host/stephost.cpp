@@ -6,7 +6,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <sstream>
 #include <cstring>
 #include <string>
@@ -14,6 +13,7 @@
 
 #include "host/Components.h"
 #include "host/HostObject.h"
+#include "host/Files.h"
 #include "host/FolderStream.h"
 #include "host/Operator.h"
 #include "host/Program.h"
@@ -111,21 +111,6 @@ std::atomic<bool> gInterrupted{false};
 
 extern "C" void onInterrupt(int) { gInterrupted.store(true); }
 
-bool readFile(const std::string& fileName, std::string& text) {
-    std::ifstream file(fileName, std::ios::binary);
-    if (!file) return false;
-    std::ostringstream content;
-    content << file.rdbuf();
-    text = content.str();
-    return true;
-}
-
-bool writeFile(const std::string& fileName, const std::string& text) {
-    std::ofstream file(fileName, std::ios::binary | std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    return static_cast<bool>(file);
-}
-
 // The first line where two texts differ, for the check's report.
 std::string firstDifference(const std::string& a, const std::string& b) {
     std::istringstream left(a), right(b);
@@ -153,12 +138,12 @@ int runCommand(const Module& module, const Options& options) {
     if (options.command == "classes") return listClasses(module);
 
     std::string text;
-    if (!readFile(options.file, text)) {
-        std::fprintf(stderr, "stephost: cannot read %s\n", options.file.c_str());
+    std::string error;
+    if (!host::readWholeFile(options.file, text, &error)) {
+        std::fprintf(stderr, "stephost: %s\n", error.c_str());
         return 1;
     }
     host::ProgramFile program;
-    std::string error;
     if (!host::parseProgram(text, program, error)) {
         std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
         return 1;
@@ -184,11 +169,11 @@ int runCommand(const Module& module, const Options& options) {
         return result;
     }
     if (options.command == "save") {
-        if (!options.xmlOut.empty() && !writeFile(options.xmlOut, runner.saveXml())) {
+        if (!options.xmlOut.empty() && !host::writeWholeFile(options.xmlOut, runner.saveXml())) {
             std::fprintf(stderr, "stephost: cannot write %s\n", options.xmlOut.c_str());
             return 1;
         }
-        if (!options.folderOut.empty() && !writeFile(options.folderOut, runner.saveFolder())) {
+        if (!options.folderOut.empty() && !host::writeWholeFile(options.folderOut, runner.saveFolder())) {
             std::fprintf(stderr, "stephost: cannot write %s\n", options.folderOut.c_str());
             return 1;
         }
