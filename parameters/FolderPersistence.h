@@ -47,6 +47,23 @@ bool readFolderEntry(IFolderStream* folder, bool rebuild, FolderEntry& entry);
 
 SmartPtr<IString> nameString(const wchar_t* text);
 
+// One parameter as a writer takes it: in one call of the collection, so that
+// name, value (a bound input's current one), descriptor and flags belong
+// together even while the step's run writes its results.
+struct StoredParameter {
+    SmartPtr<IString> name;
+    SmartPtr<IVariant> value;
+    SmartPtr<IUnknown> descriptor;
+    int32_t flags = 0;
+};
+template <class Collection>
+StoredParameter storedParameter(Collection& parameters, int32_t index, bool withValue = true) {
+    StoredParameter stored;
+    parameters.Iterate(index, stored.name.put(), withValue ? stored.value.put() : nullptr, stored.descriptor.put(),
+                       &stored.flags);
+    return stored;
+}
+
 }  // namespace persistence_detail
 
 // Writes every parameter; always 0. A stream without IFolderStream is left
@@ -60,15 +77,11 @@ HRESULT PARAMSSaveFolderStream(Collection& parameters, IUnknown* self, IDataStre
     int32_t count = 0;
     parameters.get_Count(&count);
     for (int32_t index = 0; index < count; ++index) {
-        SmartPtr<IString> storedName;
-        parameters.get_ItemNameNOLOCK(index, storedName.put());
-        SmartPtr<IString> name = entryName(storedName.get(), index);
-        SmartPtr<IVariant> value;
-        parameters.get_ItemVariant(index, value.put());
-        SmartPtr<IUnknown> descriptor;
-        parameters.get_ItemDescriptor(index, descriptor.put());
-        int32_t flags = 0;
-        parameters.get_ItemFlags(index, &flags);
+        StoredParameter stored = storedParameter(parameters, index);
+        SmartPtr<IString> name = entryName(stored.name.get(), index);
+        SmartPtr<IVariant> value = stored.value;
+        SmartPtr<IUnknown> descriptor = stored.descriptor;
+        int32_t flags = stored.flags;
         const bool binding = static_cast<bool>(descriptor.template query<IInputParameter>());
 
         if (mode & MODE_COMPACT) {

@@ -37,14 +37,11 @@ HRESULT PARAMSSaveXML(Collection& parameters, IDataStream* stream, int32_t mode)
     int32_t count = 0;
     parameters.get_Count(&count);
     for (int32_t index = 0; index < count; ++index) {
-        SmartPtr<IString> name;
-        parameters.get_ItemName(index, name.put());
-        SmartPtr<IVariant> value;
-        parameters.get_ItemVariant(index, value.put());
-        SmartPtr<IUnknown> descriptor;
-        parameters.get_ItemDescriptor(index, descriptor.put());
-        int32_t flags = 0;
-        parameters.get_ItemFlags(index, &flags);
+        const StoredParameter stored = storedParameter(parameters, index);
+        const SmartPtr<IString>& name = stored.name;
+        const SmartPtr<IVariant>& value = stored.value;
+        const SmartPtr<IUnknown>& descriptor = stored.descriptor;
+        int32_t flags = stored.flags;
         SmartPtr<IDataPersist> object = descriptor.template query<IDataPersist>();
         flags &= ~0x8000000;
 
@@ -131,12 +128,10 @@ HRESULT PARAMSSaveXMLUnk(Collection& parameters, IDataStream* stream, int32_t mo
         if (parameters.get_Item(index, item.put()) < 0) continue;
         SmartPtr<IDataPersist> persist = item.template query<IDataPersist>();
         if (!persist) continue;
-        SmartPtr<IString> storedName;
-        parameters.get_ItemNameNOLOCK(index, storedName.put());
-        int32_t flags = 0;
-        parameters.get_ItemFlags(index, &flags);
-        SmartPtr<IUnknown> descriptor;
-        parameters.get_ItemDescriptor(index, descriptor.put());
+        const StoredParameter stored = storedParameter(parameters, index, false);
+        const SmartPtr<IString>& storedName = stored.name;
+        const int32_t flags = stored.flags;
+        const SmartPtr<IUnknown>& descriptor = stored.descriptor;
 
         xml->BeginElement(entryName(storedName.get(), index).get(), 0, 0);
         if (flags != 0) xml->WriteElement(nameString(L"Flags").get(), 0, ISCreateHex(static_cast<uint32_t>(flags)).get(), 0);
