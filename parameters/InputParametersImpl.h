@@ -112,10 +112,10 @@ protected:
     // order. Results of the host calls are not checked: a step is made even
     // when its host cannot supply every string or variant.
     HRESULT Declare(DeclarationTable<InputDeclaration> inputs, DeclarationTable<ParameterDeclaration> parameters) {
-        if (SmartPtr<IInputParameters> list = queryInterface<IInputParameters>(m_InputList)) {
+        if (m_Inputs) {
             for (const InputDeclaration& input : inputs) {
                 SmartPtr<IString> name = ISCreate(input.name);
-                list->AddInput(name.get(), *input.iid, input.flags);
+                m_Inputs->AddInput(name.get(), *input.iid, input.flags);
             }
         }
         for (const ParameterDeclaration& parameter : parameters) {
@@ -212,7 +212,7 @@ private:
 
     // Inputs are matched by position; each side must be a binding.
     void ReplicateInputs(IInputParameters* target) {
-        SmartPtr<IInputParameters> source = queryInterface<IInputParameters>(m_InputList);
+        IInputParameters* source = m_Inputs.get();
         if (!source || !target) return;
         int32_t count = 0;
         source->get_Count(&count);
