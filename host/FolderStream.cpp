@@ -309,7 +309,7 @@ HRESULT FolderStream::Write(const void* data, int32_t size, int32_t) {
 }
 
 HRESULT FolderStream::CreateFolder(IString* name, int32_t, IFolderStream** out) {
-    record("CreateFolder " + narrow(nameOf(name)));
+    record("CreateFolder", name);
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!name) return E_INVALIDARG;
@@ -320,7 +320,7 @@ HRESULT FolderStream::CreateFolder(IString* name, int32_t, IFolderStream** out) 
 }
 
 HRESULT FolderStream::WriteBinary(IString* name, const void* data, int32_t size, int32_t) {
-    record("WriteBinary " + narrow(nameOf(name)));
+    record("WriteBinary", name);
     if (!name || size < 0 || (!data && size > 0)) return E_INVALIDARG;
     Entry entry;
     entry.name = nameOf(name);
@@ -332,7 +332,7 @@ HRESULT FolderStream::WriteBinary(IString* name, const void* data, int32_t size,
 }
 
 HRESULT FolderStream::WriteValue(IString* name, IVariant* value) {
-    record("WriteValue " + narrow(nameOf(name)));
+    record("WriteValue", name);
     if (!name || !value) return E_INVALIDARG;
     if (value->IsObject()) {
         SmartPtr<IUnknown> object;
@@ -358,7 +358,7 @@ HRESULT FolderStream::WriteValue(IString* name, IVariant* value) {
 }
 
 HRESULT FolderStream::WriteObject(IString* name, IUnknown* object, int32_t) {
-    record("WriteObject " + narrow(nameOf(name)));
+    record("WriteObject", name);
     if (!name || !object) return E_INVALIDARG;
     Entry entry;
     entry.name = nameOf(name);
@@ -381,7 +381,7 @@ HRESULT FolderStream::WriteObject(IString* name, IUnknown* object, int32_t) {
 }
 
 HRESULT FolderStream::WriteScalar(IString* name, const void* value, int32_t kind) {
-    record("WriteScalar " + narrow(nameOf(name)));
+    record("WriteScalar", name);
     if (!name || !value || kind != 3) return E_INVALIDARG;
     int32_t integer = 0;
     std::memcpy(&integer, value, sizeof integer);
@@ -394,7 +394,7 @@ HRESULT FolderStream::WriteScalar(IString* name, const void* value, int32_t kind
 }
 
 HRESULT FolderStream::ReadBinary(IString* name, void* data, int32_t size, int32_t) {
-    record("ReadBinary " + narrow(nameOf(name)));
+    record("ReadBinary", name);
     Entry entry;
     if (!name || !find(nameOf(name), entry) || entry.kind != Kind::Bytes) return E_FAIL;
     if (!data || size < 0 || static_cast<size_t>(size) != entry.bytes.size()) return E_INVALIDARG;
@@ -403,7 +403,7 @@ HRESULT FolderStream::ReadBinary(IString* name, void* data, int32_t size, int32_
 }
 
 HRESULT FolderStream::ReadValue(IString* name, IVariant* into) {
-    record("ReadValue " + narrow(nameOf(name)));
+    record("ReadValue", name);
     if (!into) return E_POINTER;
     Entry entry;
     if (!name || !find(nameOf(name), entry)) return E_FAIL;
@@ -428,7 +428,7 @@ HRESULT FolderStream::ReadValue(IString* name, IVariant* into) {
 }
 
 HRESULT FolderStream::ReadObject(IString* name, IUnknown** out, int32_t) {
-    record("ReadObject " + narrow(nameOf(name)));
+    record("ReadObject", name);
     if (!out) return E_POINTER;
     Entry entry;
     if (!name || !find(nameOf(name), entry)) return E_FAIL;
@@ -452,7 +452,7 @@ HRESULT FolderStream::ReadObject(IString* name, IUnknown** out, int32_t) {
 }
 
 HRESULT FolderStream::ReadScalar(IString* name, void* value, int32_t kind) {
-    record("ReadScalar " + narrow(nameOf(name)));
+    record("ReadScalar", name);
     if (!value || kind != 3) return E_INVALIDARG;
     Entry entry;
     if (!name || !find(nameOf(name), entry) || entry.kind != Kind::Integer) return E_FAIL;

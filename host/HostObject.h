@@ -36,6 +36,12 @@ public:
     static bool enabled();
 };
 
+// Text helpers for the stand-in's own use.
+std::wstring textOf(IString* string);
+std::wstring textOf(const tagREFString& text);
+std::string narrow(const std::wstring& text);
+std::wstring widen(const std::string& text);
+
 template <class... Interfaces>
 struct Answers {};
 
@@ -74,6 +80,14 @@ protected:
     void record(const std::string& call) const {
         if (Recorder::enabled()) Recorder::record((m_Label.empty() ? std::string(Derived::kLedgerName) : m_Label) + "." + call);
     }
+    // "Call argument", the text made only when calls are being recorded: the
+    // streams record every entry they touch.
+    void record(const char* call, IString* argument) const {
+        if (Recorder::enabled()) record(std::string(call) + " " + narrow(textOf(argument)));
+    }
+    void record(const char* call, const std::wstring& argument) const {
+        if (Recorder::enabled()) record(std::string(call) + " " + narrow(argument));
+    }
 
 private:
     template <class... I>
@@ -93,11 +107,5 @@ template <class T, class... Arguments>
 SmartPtr<T> make(Arguments&&... arguments) {
     return SmartPtr<T>::adopt(new T(std::forward<Arguments>(arguments)...));
 }
-
-// Text helpers for the stand-in's own use.
-std::wstring textOf(IString* string);
-std::wstring textOf(const tagREFString& text);
-std::string narrow(const std::wstring& text);
-std::wstring widen(const std::string& text);
 
 }  // namespace host

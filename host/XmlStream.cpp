@@ -294,14 +294,14 @@ HRESULT XmlStream::Write(const void* data, int32_t size, int32_t) {
 // elements it opens and the ends it is given stay paired.
 HRESULT XmlStream::BeginElement(IString* name, int32_t, int32_t) {
     const std::wstring wanted = textOf(name);
-    record("BeginElement " + narrow(wanted));
+    record("BeginElement", wanted);
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     return open(wanted, kDeepestElement);
 }
 
 HRESULT XmlStream::BeginObject(IUnknown* object, int32_t, int32_t) {
     const std::wstring className = classNameOf(object);
-    record("BeginObject " + narrow(className));
+    record("BeginObject", className);
     if (!object || className.empty()) return E_INVALIDARG;
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     return open(className, kDeepestObject);
@@ -317,7 +317,7 @@ HRESULT XmlStream::open(const std::wstring& name, int deepest) {
 
 HRESULT XmlStream::WriteElement(IString* name, int32_t, IString* text, int32_t) {
     const std::wstring wanted = textOf(name);
-    record("WriteElement " + narrow(wanted));
+    record("WriteElement", wanted);
     std::lock_guard<std::recursive_mutex> lock(m_Document->mutex);
     if (depthOf(cursor()) >= kDeepestElement) return E_FAIL;
     tinyxml2::XMLElement* element = newElement(m_Document->xml, wanted);
@@ -402,7 +402,7 @@ HRESULT XmlStream::CreateElementObject(int32_t length, const wchar_t* className,
     *out = nullptr;
     if (length <= 0 || !className) return E_INVALIDARG;
     const std::wstring name(className, static_cast<size_t>(length));
-    record("CreateElementObject " + narrow(name));
+    record("CreateElementObject", name);
     return createObject(name, m_Element, out);
 }
 
