@@ -60,14 +60,10 @@ std::atomic<int32_t> gStarted{0};
 class CWaitingStep final : public StepBase<CWaitingStep, IParameters, IStepImplAsynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"BenchWaitingStep";
+    static constexpr StepTables kTables{};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        if (pages) *pages = nullptr;
-        return E_NOTIMPL;
-    }
-    HRESULT Execute(void* context) {
-        auto* stop = static_cast<CStopEvent*>(context);
+    HRESULT Execute(CStopEvent* stop) {
         gStarted.store(1);
         while (!stop->IsSet()) std::this_thread::sleep_for(std::chrono::microseconds(50));
         return S_OK;

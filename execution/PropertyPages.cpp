@@ -3,7 +3,7 @@
 #include "runtime/CREFString.h"
 #include "runtime/Values.h"
 
-HRESULT PAGESBuild(DeclarationTable<PageDeclaration> pages, const wchar_t* descriptor, INamedCollection** out) {
+HRESULT PAGESBuild(TableView<PageDeclaration> pages, const wchar_t* descriptor, INamedCollection** out) {
     if (!out) return E_POINTER;
     SmartPtr<ISuperCollection> collection = CREFString::CreateCollection();
     if (!collection) return E_FAIL;

@@ -2,7 +2,7 @@
 // page, in display order, each the page's identifier.
 #pragma once
 
-#include "parameters/Declarations.h"
+#include "runtime/TableView.h"
 #include "runtime/Interfaces.h"
 
 struct PageDeclaration {
@@ -13,4 +13,4 @@ struct PageDeclaration {
 // Builds the list into pages; descriptor (may be null) is given to every
 // entry. E_POINTER for a null out pointer; E_FAIL when the host cannot make
 // the collection, with nothing written.
-HRESULT PAGESBuild(DeclarationTable<PageDeclaration> pages, const wchar_t* descriptor, INamedCollection** out);
+HRESULT PAGESBuild(TableView<PageDeclaration> pages, const wchar_t* descriptor, INamedCollection** out);

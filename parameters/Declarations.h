@@ -2,10 +2,10 @@
 // tables, and one helper declares them in FinalConstruct.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "runtime/Interfaces.h"
+#include "runtime/TableView.h"
 
 struct InputDeclaration {
     const wchar_t* name;
@@ -29,18 +29,5 @@ struct ParameterDeclaration {
     const wchar_t* choices = nullptr;  // the choice list "A|B|C", or no descriptor
 };
 
-// A view of a declaration table; empty when a step declares none.
 template <class Entry>
-struct DeclarationTable {
-    const Entry* entries = nullptr;
-    size_t count = 0;
-
-    constexpr DeclarationTable() = default;
-    template <size_t N>
-    constexpr DeclarationTable(const Entry (&table)[N]) : entries(table), count(N) {}
-    const Entry* begin() const { return entries; }
-    const Entry* end() const { return entries + count; }
-};
-
-constexpr DeclarationTable<InputDeclaration> kNoInputs{};
-constexpr DeclarationTable<ParameterDeclaration> kNoParameters{};
+using DeclarationTable = TableView<Entry>;

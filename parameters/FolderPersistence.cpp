@@ -3,18 +3,15 @@
 #include <cwctype>
 #include <vector>
 
-namespace persistence_detail {
+#include "runtime/CREFString.h"
+#include "runtime/FileNames.h"
+#include "runtime/Values.h"
+
+namespace {
+
 
 SmartPtr<IString> nameString(const wchar_t* text) { return ISCreate(text); }
 
-SmartPtr<IString> entryName(IString* name, int32_t index) {
-    const wchar_t* text = nullptr;
-    int32_t length = 0;
-    if (name && name->get_Text(&text, &length) >= 0 && text && length > 0) return SmartPtr<IString>(name);
-    wchar_t buffer[256];
-    _swprintf(buffer, 256, L"Item%d", index + 1);
-    return ISCreate(buffer);
-}
 
 SmartPtr<IString> stringOf(IVariant* value) {
     SmartPtr<IString> string;
@@ -88,6 +85,14 @@ void restorePath(IVariant* value, int32_t flags, bool rebuild) {
     }
 }
 
+// The parameter's stored content from a sub-folder: flags, value (from
+// "Value" or else "Unknown"), descriptor (null when absent).
+struct FolderEntry {
+    int32_t flags = 0;
+    SmartPtr<IVariant> value;
+    SmartPtr<IUnknown> descriptor;
+};
+
 bool readFolderEntry(IFolderStream* folder, bool rebuild, FolderEntry& entry) {
     unsigned char bytes[4] = {0, 0, 0, 0};
     entry.flags = 0;
@@ -111,4 +116,115 @@ bool readFolderEntry(IFolderStream* folder, bool rebuild, FolderEntry& entry) {
     return true;
 }
 
-}  // namespace persistence_detail
+
+}  // namespace
+
+HRESULT PARAMSSaveFolderStream(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    if (!folder) return S_OK;
+    int32_t count = 0;
+    parameters.get_Count(&count);
+    for (int32_t index = 0; index < count; ++index) {
+        StoredParameter stored = parameters.stored(index);
+        SmartPtr<IString> name = ParameterCollection::entryName(stored.name.get(), index);
+        SmartPtr<IVariant> value = stored.value;
+        SmartPtr<IUnknown> descriptor = stored.descriptor;
+        int32_t flags = stored.flags;
+        const bool binding = static_cast<bool>(descriptor.query<IInputParameter>());
+
+        if (mode & MODE_COMPACT) {
+            // Keep only what the step's own declaration cannot restore.
+            bool reduceKind = true;
+            if ((flags & 0xF0) == PARAMETER_CHOICES && !binding) {
+                descriptor = nullptr;
+                flags = 0;
+                reduceKind = false;
+            }
+            const int32_t kind = flags & PARAMETER_KIND_MASK;
+            if (reduceKind && (kind == 3 || kind == 5 || flags == 9)) flags = 0;
+            if (!descriptor && (flags & PARAMETER_RESULT)) continue;
+        }
+        if (flags & PARAMETER_NEVER_STORED) continue;
+        const bool holdsObject = value && value->IsObject();
+        if (flags == 0 && !descriptor && !holdsObject) {
+            if (value) folder->WriteValue(name.get(), value.get());
+            continue;
+        }
+
+        SmartPtr<IFolderStream> entry;
+        folder->CreateFolder(name.get(), 0, entry.put());
+        if (!entry) continue;
+        SmartPtr<IVariant> written = value;
+        if (value && (flags & 6)) {
+            if (SmartPtr<IVariant> portable = portablePath(value.get(), flags)) written = portable;
+        }
+        if (value && !holdsObject) {
+            entry->WriteValue(nameString(L"Value").get(), written.get());
+        } else if (holdsObject && !binding) {
+            SmartPtr<IUnknown> object;
+            value->get_Object(object.put());
+            if (object && !isSameObject(object.get(), parameters.face())) {
+                entry->WriteObject(nameString(L"Unknown").get(), object.get(), 0);
+            }
+        }
+        if (flags != 0) {
+            const uint32_t bits = static_cast<uint32_t>(flags);
+            const unsigned char bytes[4] = {static_cast<unsigned char>(bits), static_cast<unsigned char>(bits >> 8),
+                                            static_cast<unsigned char>(bits >> 16),
+                                            static_cast<unsigned char>(bits >> 24)};
+            entry->WriteBinary(nameString(L"Flags").get(), bytes, 4, 0);
+        }
+        if (descriptor) entry->WriteObject(nameString(L"Descriptor").get(), descriptor.get(), 0);
+    }
+    return S_OK;
+}
+
+HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
+    SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
+    SmartPtr<INamedCollection> entries = queryInterface<INamedCollection>(stream);
+    if (!folder || !entries) return S_OK;
+    const bool rebuild = (mode & MODE_REBUILD) != 0;
+
+    if (rebuild) {
+        parameters.RemoveAll();
+        int32_t count = 0;
+        entries->get_Count(&count);
+        for (int32_t index = 0; index < count; ++index) {
+            SmartPtr<IString> name;
+            SmartPtr<IUnknown> item;
+            if (entries->get_ItemName(index, name.put()) < 0 || entries->get_Item(index, item.put()) < 0) continue;
+            if (SmartPtr<IFolderStream> sub = item.query<IFolderStream>()) {
+                FolderEntry entry;
+                if (!readFolderEntry(sub.get(), true, entry)) continue;
+                parameters.Add(name.get(), entry.value.get(), entry.descriptor.get(), entry.flags);
+            } else {
+                SmartPtr<IVariant> value = CREFString::CreateVariant();
+                if (!value || folder->ReadValue(name.get(), value.get()) < 0) continue;
+                parameters.Add(name.get(), value.get(), nullptr, 0);
+            }
+        }
+        return S_OK;
+    }
+
+    int32_t declared = 0;
+    parameters.get_Count(&declared);
+    for (int32_t index = 0; index < declared; ++index) {
+        SmartPtr<IString> name;
+        if (parameters.get_ItemName(index, name.put()) < 0) continue;
+        int32_t found = -1;
+        if (entries->get_Index(name.get(), &found) < 0 || found < 0) continue;
+        SmartPtr<IUnknown> item;
+        if (entries->get_Item(found, item.put()) < 0) continue;
+        if (SmartPtr<IFolderStream> sub = item.query<IFolderStream>()) {
+            FolderEntry entry;
+            if (!readFolderEntry(sub.get(), false, entry)) continue;
+            parameters.put_Item(index, entry.value.get());
+            if (entry.descriptor) parameters.put_ItemDescriptor(index, entry.descriptor.get());
+        } else {
+            // A value entry that cannot be read leaves the declared default.
+            SmartPtr<IVariant> value = CREFString::CreateVariant();
+            if (value && folder->ReadValue(name.get(), value.get()) >= 0) parameters.put_Item(index, value.get());
+        }
+    }
+    return S_OK;
+}

@@ -1,6 +1,10 @@
 // What every step object shares: the reference count and construction hooks
 // (CObject<T>), the registered name (IObjectInfoImpl<T>), the interface table
 // that QueryInterface walks, and the collection lock (CResourceLock).
+//
+// As in ATL, each class only lays out its own table of interfaces (an
+// identifier and the offset of the sub-object that answers it); one ordinary
+// function walks every class's table.
 #pragma once
 
 #include <pthread.h>
@@ -18,33 +22,91 @@
 template <class... Interfaces>
 struct InterfaceList {};
 
-template <class T>
-class IUnknownImpl;
+// An entry answered by another object that the class names with its
+// queryDelegate() (the step's input list answers IInputParameters).
+template <class I>
+struct Delegated {};
 
-template <class T>
-class CObject : public IUnknown {
+// One entry of a class's table: an identifier and the offset of the
+// sub-object answering it from the object's start (its IUnknown), or
+// kDelegatedEntry. A null identifier ends the table.
+struct InterfaceEntry {
+    const IID* iid;
+    intptr_t offset;
+};
+constexpr intptr_t kDelegatedEntry = INTPTR_MIN;
+
+// The walk every class shares. `filter` summarises the table's identifiers
+// (an identifier whose bit is not set is refused at once); `delegate`
+// answers the delegated entries (null: they are unknown).
+HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceEntry* entries, uint64_t filter, const IID& iid,
+                             void** out, IUnknown* delegate);
+
+// The base of every step object, with the operations that do not depend on
+// the class: the construction hooks, the lock and the count.
+class CObjectRoot : public IUnknown {
 public:
-    HRESULT QueryInterface(const IID&, void** out) override {
-        if (out) *out = nullptr;
-        return E_NOINTERFACE;
-    }
     virtual HRESULT FinalConstruct() { return S_OK; }
     virtual void FinalRelease() {}
     virtual void Lock() {}
     virtual void Unlock() {}
 
+protected:
+    CObjectRoot() = default;
+    ~CObjectRoot() = default;
+    CObjectRoot(const CObjectRoot&) = delete;
+    CObjectRoot& operator=(const CObjectRoot&) = delete;
+
+    uint32_t addReference() { return static_cast<uint32_t>(m_RefCount.fetch_add(1) + 1); }
+    // The count that this caller's decrement produced: exactly one caller
+    // sees 0.
+    int32_t dropReference() { return m_RefCount.fetch_sub(1) - 1; }
+
+    // Runs FinalConstruct on a new object and hands out the interface asked
+    // for; on failure the object is ended with `destroy`.
+    static HRESULT finishCreation(CObjectRoot* object, const IID& iid, void** out, void (*destroy)(CObjectRoot*));
+
+private:
+    std::atomic<int32_t> m_RefCount{1};
+};
+
+template <class T>
+class CObject : public CObjectRoot {
+public:
+    HRESULT QueryInterface(const IID&, void** out) override {
+        if (out) *out = nullptr;
+        return E_NOINTERFACE;
+    }
+
     // The class's creator, handed to the host by CreateFunction.
-    static HRESULT _CreateInstance(void* reserved, const IID* iid, void** out);
+    static HRESULT _CreateInstance(void* /*reserved*/, const IID* iid, void** out) {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (!iid) return E_POINTER;
+        T* object = new (std::nothrow) T();
+        if (!object) return E_OUTOFMEMORY;
+        return finishCreation(object, *iid, out, &destroy);
+    }
 
 protected:
     CObject() = default;
-    CObject(const CObject&) = delete;
-    CObject& operator=(const CObject&) = delete;
+    ~CObject() = default;
+
+    uint32_t addRef() { return addReference(); }
+    uint32_t release() {
+        const int32_t count = dropReference();
+        if (count == 0) destroy(this);
+        return static_cast<uint32_t>(count);
+    }
 
 private:
-    template <class>
-    friend class IUnknownImpl;
-    std::atomic<int32_t> m_RefCount{1};
+    // The teardown shared by the last Release and a failed creation, once
+    // per class and called, not copied into every Release.
+    __attribute__((noinline)) static void destroy(CObjectRoot* root) {
+        T* object = static_cast<T*>(root);
+        object->FinalRelease();
+        delete object;
+    }
 };
 
 template <class T>
@@ -68,29 +130,14 @@ const tagREFString IObjectInfoImpl<T>::m_ObjectName = {
 // without counting, and the first Unlock releases it.
 class CResourceLock {
 public:
-    CResourceLock() {
-        pthread_mutexattr_t attributes;
-        pthread_mutexattr_init(&attributes);
-        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
-        m_Created = pthread_mutex_init(&m_Mutex, &attributes) == 0;
-        pthread_mutexattr_destroy(&attributes);
-    }
+    CResourceLock();
     virtual ~CResourceLock() { Delete(); }
     CResourceLock(const CResourceLock&) = delete;
     CResourceLock& operator=(const CResourceLock&) = delete;
 
-    virtual void Lock() {
-        if (m_Created) pthread_mutex_lock(&m_Mutex);
-    }
-    virtual void Unlock() {
-        if (m_Created) pthread_mutex_unlock(&m_Mutex);
-    }
-    virtual void Delete() {
-        if (m_Created) {
-            m_Created = false;
-            pthread_mutex_destroy(&m_Mutex);
-        }
-    }
+    virtual void Lock();
+    virtual void Unlock();
+    virtual void Delete();
 
 private:
     pthread_mutex_t m_Mutex;
@@ -104,22 +151,16 @@ constexpr bool isListedOnce() {
     return (0 + ... + int(std::is_same_v<I, Rest>)) == 1;
 }
 
-// One entry of the table: answers when iid is I's identifier.
-template <class T, class I>
-bool answerInterface(T* object, const IID& iid, void** out, HRESULT& result) {
-    if (!(iid == iidOf<I>())) return false;
-    if constexpr (std::is_same_v<I, IInputParameters>) {
-        // Steps do not implement their input list; the host's object answers.
-        IUnknown* inputs = object->inputList();
-        result = inputs ? inputs->QueryInterface(iid, out) : E_NOINTERFACE;
-    } else {
-        I* face = static_cast<I*>(object);
-        face->AddRef();
-        *out = face;
-        result = S_OK;
-    }
-    return true;
-}
+template <class I>
+struct EntryOf {
+    using Interface = I;
+    static constexpr bool kDelegated = false;
+};
+template <class I>
+struct EntryOf<Delegated<I>> {
+    using Interface = I;
+    static constexpr bool kDelegated = true;
+};
 
 // A one-word summary of a table's identifiers: an identifier whose bit is
 // not set is in no table entry, and is refused without walking the table.
@@ -130,20 +171,39 @@ constexpr uint64_t filterBit(const IID& iid) {
     return uint64_t{1} << (mixed & 63u);
 }
 
-template <class... Interfaces>
-constexpr uint64_t filterOf() {
-    return (uint64_t{0} | ... | filterBit(iidOf<Interfaces>()));
+// The offset of T's base I from T's start, as ATL computes it: on an
+// address that stands for a T, never dereferenced.
+template <class T, class I>
+intptr_t offsetOfBase() {
+    constexpr uintptr_t kStandIn = 64;
+    return static_cast<intptr_t>(reinterpret_cast<uintptr_t>(static_cast<I*>(reinterpret_cast<T*>(kStandIn))) -
+                                 kStandIn);
 }
 
-template <class T, class... Interfaces>
-HRESULT queryInterfaceTable(T* object, const IID& iid, void** out, InterfaceList<Interfaces...>) {
-    static_assert((isListedOnce<Interfaces, Interfaces...>() && ...), "an interface is listed twice");
-    constexpr uint64_t kFilter = filterOf<Interfaces...>();
-    if ((kFilter & filterBit(iid)) == 0) return E_NOINTERFACE;
-    HRESULT result = E_NOINTERFACE;
-    (answerInterface<T, Interfaces>(object, iid, out, result) || ...);
-    return result;
+template <class T, class Entry>
+InterfaceEntry entryFor() {
+    using I = typename EntryOf<Entry>::Interface;
+    if constexpr (EntryOf<Entry>::kDelegated) {
+        return {&iidOf<I>(), kDelegatedEntry};
+    } else {
+        return {&iidOf<I>(), offsetOfBase<T, I>()};
+    }
 }
+
+template <class T, class List>
+struct InterfaceTable;
+
+template <class T, class... Entries>
+struct InterfaceTable<T, InterfaceList<Entries...>> {
+    static_assert((isListedOnce<Entries, Entries...>() && ...), "an interface is listed twice");
+    static constexpr bool kHasDelegated = (EntryOf<Entries>::kDelegated || ...);
+    static constexpr uint64_t kFilter = (uint64_t{0} | ... | filterBit(iidOf<typename EntryOf<Entries>::Interface>()));
+    static const InterfaceEntry entries[sizeof...(Entries) + 1];
+};
+
+template <class T, class... Entries>
+const InterfaceEntry InterfaceTable<T, InterfaceList<Entries...>>::entries[sizeof...(Entries) + 1] = {
+    entryFor<T, Entries>()..., {nullptr, 0}};
 
 }  // namespace object_detail
 
@@ -151,50 +211,13 @@ HRESULT queryInterfaceTable(T* object, const IID& iid, void** out, InterfaceList
 // one identity (the CObject<T> sub-object), one table walk.
 template <class T>
 class IUnknownImpl {
+    using Table = object_detail::InterfaceTable<T, typename T::Interfaces>;
+
 public:
     static HRESULT queryInterface(T* object, const IID& iid, void** out) {
-        if (!out) return E_POINTER;
-        if (iid == IID_IUnknown) {
-            object->AddRef();
-            *out = primary(object);
-            return S_OK;
-        }
-        *out = nullptr;
-        return object_detail::queryInterfaceTable(object, iid, out, typename T::Interfaces{});
-    }
-    static uint32_t addRef(CObject<T>* object) { return static_cast<uint32_t>(++object->m_RefCount); }
-    static uint32_t release(T* object) {
-        const int32_t count = --static_cast<CObject<T>*>(object)->m_RefCount;
-        if (count == 0) {
-            destroy(object);
-            return 0;
-        }
-        return static_cast<uint32_t>(count);
-    }
-    // The teardown shared by the last Release and a failed creation.
-    static void destroy(T* object) {
-        object->FinalRelease();
-        delete object;
+        IUnknown* delegate = nullptr;
+        if constexpr (Table::kHasDelegated) delegate = object->queryDelegate();
+        return OBJECTQueryInterface(primary(object), Table::entries, Table::kFilter, iid, out, delegate);
     }
     static IUnknown* primary(T* object) { return static_cast<IUnknown*>(static_cast<CObject<T>*>(object)); }
 };
-
-template <class T>
-HRESULT CObject<T>::_CreateInstance(void* /*reserved*/, const IID* iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (!iid) return E_POINTER;
-    T* object = new (std::nothrow) T();
-    if (!object) return E_OUTOFMEMORY;
-    HRESULT result = object->FinalConstruct();
-    if (result == S_OK) {
-        result = object->QueryInterface(*iid, out);
-        if (result == S_OK) {
-            object->Release();  // the caller's reference through out remains
-            return S_OK;
-        }
-    }
-    *out = nullptr;
-    IUnknownImpl<T>::destroy(object);
-    return result == S_OK ? E_FAIL : result;
-}

@@ -1,6 +1,5 @@
 // The Activate step: makes one object of the host's interface active or inactive.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -23,15 +22,9 @@ const PageDeclaration kPages[] = {
 class CGCUIActivate final : public StepBase<CGCUIActivate, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIActivate";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUIActivateClass = moduleClassOf<CGCUIActivate>();

@@ -1,6 +1,5 @@
 // The Button select step: presses, releases and selects buttons of a button collection or toolbar.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -24,15 +23,9 @@ const PageDeclaration kPages[] = {
 class CGCUIButtonSelect final : public StepBase<CGCUIButtonSelect, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIButtonSelect";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUIButtonSelectClass = moduleClassOf<CGCUIButtonSelect>();

@@ -1,7 +1,6 @@
 // The Confirmation step: asks the operator a question in a confirmation
 // window and records the answer.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -24,13 +23,8 @@ class CGCUIConfirm final
     : public StepBase<CGCUIConfirm, IParameters, IStepImplAsynchronous, _IConfirmationEvent> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIConfirm";
+    static constexpr StepTables kTables{{}, kParameters, kPages};
     using Interfaces = StepInterfaces<_IConfirmationEvent>;
-
-    HRESULT FinalConstruct() override { return Declare(kNoInputs, kParameters); }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 
     // Answers are not handled yet.
     HRESULT ConfirmationDone(IUnknown*, int32_t) override { return E_NOTIMPL; }

@@ -3,7 +3,6 @@
 #include <atomic>
 
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -61,13 +60,12 @@ const PageDeclaration kPages[] = {
 class CGCUIEdit final : public StepBase<CGCUIEdit, IParameters, IStepImplAsynchronous, _IUIPropFrameEvents> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIEdit";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<_IUIPropFrameEvents>;
-
-    HRESULT FinalConstruct() override { return Declare(kInputs, kParameters); }
 
     // Editing the step forgets where its pop-up window stood.
     HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        const HRESULT result = PAGESBuild(kPages, nullptr, pages);
+        const HRESULT result = StepBase::GetPages(0, pages, nullptr);
         for (int32_t& value : m_Rect) value = 0;
         return result;
     }
@@ -77,8 +75,7 @@ public:
     HRESULT Save(IDataStream* stream, int32_t mode) override {
         SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
         if (!folder) return E_NOTIMPL;
-        Params_SaveFolderStream(stream, mode | MODE_COMPACT);
-        SaveInputs(stream, mode | MODE_COMPACT);
+        m_StepInputs.savePlain(m_Parameters, stream, mode);
         folder->WriteBinary(ISCreate(L"Rect").get(), m_Rect, sizeof m_Rect, 0);
         return S_OK;
     }
@@ -88,8 +85,7 @@ public:
     HRESULT Load(IDataStream* stream, int32_t mode) override {
         SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
         if (!folder) return E_NOTIMPL;
-        Params_LoadFolderStream(stream, mode | MODE_COMPACT);
-        LoadInputs(stream, mode);
+        m_StepInputs.loadPlain(m_Parameters, stream, mode);
         int32_t area[4] = {0, 0, 0, 0};
         if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
             for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];

@@ -3,7 +3,6 @@
 #include <atomic>
 
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -28,15 +27,12 @@ class CGCUIInput final : public StepBase<CGCUIInput, IParameters, IStepImplAsync
                                          _IUIFileArchiveEvents> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIInput";
+    static constexpr StepTables kTables{{}, kParameters, kPages};
     using Interfaces = StepInterfaces<_IUIKeyboardEvents, _IUIFileArchiveEvents>;
 
     HRESULT FinalConstruct() override {
         m_InputDone = 1;
-        return Declare(kNoInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
+        return StepBase::FinalConstruct();
     }
 
     // Answers are not handled yet.

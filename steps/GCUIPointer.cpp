@@ -1,6 +1,5 @@
 // The Pointer step: sends one pointer event at a position relative to a window or the workspace.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -23,15 +22,9 @@ const PageDeclaration kPages[] = {
 class CGCUIPointer final : public StepBase<CGCUIPointer, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIPointer";
+    static constexpr StepTables kTables{{}, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kNoInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUIPointerClass = moduleClassOf<CGCUIPointer>();

@@ -1,7 +1,6 @@
 // The Property read step: makes the properties of an object the step's own
 // parameters.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -20,37 +19,15 @@ const PageDeclaration kPages[] = {
 class CGCUIPropRead final : public StepBase<CGCUIPropRead, IParametersCreatable, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIPropRead";
-    using Interfaces = StepInterfaces<IParametersCreatable>;
-
     // The parameters are made by each run from the object read.
-    HRESULT FinalConstruct() override {
-        m_SplitLayout = 1;
-        return Declare(kInputs, kNoParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
+    static constexpr StepTables kTables{kInputs, {}, kPages, 1};
+    using Interfaces = StepInterfaces<IParametersCreatable>;
 
     // The parameters come from the object read, so only XML keeps them; a
     // folder stream gets the input list alone ("Inputs" in the split layout).
     // Loading is the common one. Always 0.
     HRESULT Save(IDataStream* stream, int32_t mode) override {
-        if (!stream) return S_OK;
-        if (queryInterface<IXMLStream>(stream)) {
-            Params_SaveXML(stream, MODE_COMPACT);
-            return S_OK;
-        }
-        SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
-        if (!folder) return S_OK;
-        if (m_SplitLayout == 0) {
-            SaveInputs(stream, mode | MODE_COMPACT);
-            return S_OK;
-        }
-        SmartPtr<IFolderStream> inputs;
-        folder->CreateFolder(ISCreate(L"Inputs").get(), 0, inputs.put());
-        if (inputs) SaveInputs(inputs.get(), mode | MODE_COMPACT);
-        return S_OK;
+        return m_StepInputs.save(m_Parameters, stream, mode, false);
     }
 
     // The only step whose collection lock is a real mutex.

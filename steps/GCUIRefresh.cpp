@@ -1,9 +1,11 @@
 // The Refresh step: makes one displayed object of the host redraw itself.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
+
+enum { kRefreshableObject };  // inputs
+enum { kImmediate };          // parameters, in declaration order
 
 const InputDeclaration kInputs[] = {
     {L"RefreshableObject", &IID_IUIRefreshableObject, 0},
@@ -23,25 +25,15 @@ const PageDeclaration kPages[] = {
 class CGCUIRefresh final : public StepBase<CGCUIRefresh, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIRefresh";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages, 1};
     using Interfaces = StepInterfaces<>;
-
-    HRESULT FinalConstruct() override {
-        m_SplitLayout = 1;
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 
     // Mode 9 asks for an immediate refresh, 0 for an ordinary one; an
     // unreadable "Immediate" counts as 0. Refresh's own result is not ours.
-    HRESULT Execute(void* /*context*/) {
-        SmartPtr<IUIRefreshableObject> refreshable = InputObject(0).query<IUIRefreshableObject>();
+    HRESULT Execute(CStopEvent*) {
+        auto refreshable = InputObject(kRefreshableObject).query<IUIRefreshableObject>();
         if (!refreshable) return E_FAIL;
-        SmartPtr<IVariant> immediate;
-        const bool now = get_ItemVariant(0, immediate.put()) >= 0 && immediate && immediate->get_Long() != 0;
-        refreshable->Refresh(now ? 9 : 0);
+        refreshable->Refresh(readInteger(kImmediate) != 0 ? 9 : 0);
         return S_OK;
     }
 };

@@ -1,6 +1,5 @@
 // The Scroll step: reads or sets the scroll position and page size of one axis of a scrollable object.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -26,15 +25,9 @@ const PageDeclaration kPages[] = {
 class CGCUIScroll final : public StepBase<CGCUIScroll, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIScroll";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUIScrollClass = moduleClassOf<CGCUIScroll>();

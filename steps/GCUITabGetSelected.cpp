@@ -1,6 +1,5 @@
 // The Selected tab step: reads the index, name and object of the selected tab.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -25,16 +24,10 @@ const PageDeclaration kPages[] = {
 class CGCUITabGetSelected final : public StepBase<CGCUITabGetSelected, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCTabGetSelected";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     // The input asks for a named collection; Execute asks it for ITabCollection.
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUITabGetSelectedClass = moduleClassOf<CGCUITabGetSelected>();

@@ -1,6 +1,5 @@
 // The Tab select step: selects a tab, and a tab inside it, of a tab collection.
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -23,15 +22,9 @@ const PageDeclaration kPages[] = {
 class CGCUITabSelect final : public StepBase<CGCUITabSelect, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCTabSelect";
+    static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
-    HRESULT FinalConstruct() override {
-        return Declare(kInputs, kParameters);
-    }
-
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, nullptr, pages);
-    }
 };
 
 extern const ModuleClass gGCUITabSelectClass = moduleClassOf<CGCUITabSelect>();

@@ -1,7 +1,6 @@
 // The Verb step: runs one of the verbs that another object offers, and offers
 // its own verbs "Run" and "Edit".
 #include "module/Registry.h"
-#include "execution/PropertyPages.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -32,18 +31,15 @@ class CGCUIVerb final : public StepBase<CGCUIVerb, IParameters, IStepImplSynchro
                                         IUIVerbCollectionSpecify> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIVerb";
+    // Both pages name the step's registered name as their descriptor.
+    static constexpr StepTables kTables{kInputs, {}, kPages, 0, true};
     using Interfaces = StepInterfaces<IParametricObject, IUIVerbCollectionSpecify>;
 
     // The chosen verb is offered through IParametricObject, not declared as a
     // parameter of the step's own collection.
     HRESULT FinalConstruct() override {
         m_Action = 0;
-        return Declare(kInputs, kNoParameters);
-    }
-
-    // Both pages name the step's registered name as their descriptor.
-    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(kPages, m_ObjectName.text, pages);
+        return StepBase::FinalConstruct();
     }
 
     // The verbs are not built yet: both say so.

@@ -1,16 +1,36 @@
-// The shape every step class shares: its bases in the host's order and the
-// one IUnknown that all of its interfaces forward to.
+// The shape every step class shares and the toolkit its Execute is written
+// with: its bases in the host's order, the one IUnknown that all of its
+// interfaces forward to, its tables declared and its pages listed once, and
+// typed readers and writers of its parameters.
 #pragma once
 
+#include <cstdint>
+
+#include "execution/PropertyPages.h"
 #include "execution/StepExecution.h"
+#include "parameters/Declarations.h"
 #include "parameters/InputParametersImpl.h"
 #include "runtime/ObjectBase.h"
+#include "runtime/ComponentAccess.h"
+#include "runtime/ObjectResolve.h"
+#include "runtime/Values.h"
 
 // The interfaces every step answers besides IUnknown, in the order of the
-// host's table, with a class's own interfaces appended.
+// host's table, with a class's own interfaces appended. The input list
+// answers IInputParameters for the step.
 template <class... Extra>
-using StepInterfaces = InterfaceList<IObjectInfo, IUIPropertyPageSpecify, IStep, IInputParameters, IDataPersist,
-                                     IParameters, IBindableObject, IReplicableObject, Extra...>;
+using StepInterfaces = InterfaceList<IObjectInfo, IUIPropertyPageSpecify, IStep, Delegated<IInputParameters>,
+                                     IDataPersist, IParameters, IBindableObject, IReplicableObject, Extra...>;
+
+// A step's declaration, as data: its inputs and parameters in display order,
+// its property pages, and how it is stored.
+struct StepTables {
+    DeclarationTable<InputDeclaration> inputs;
+    DeclarationTable<ParameterDeclaration> parameters;
+    TableView<PageDeclaration> pages;
+    int32_t splitLayout = 0;           // "Parameters" and "Inputs" sub-folders, rebuilt on loading
+    bool pagesNameTheStep = false;     // each page entry's descriptor is the registered name
+};
 
 template <class T, class ParametersInterface, template <class, class, class> class Execution, class... Extra>
 class StepBase : public CObject<T>,
@@ -23,16 +43,56 @@ public:
     HRESULT QueryInterface(const IID& iid, void** out) override {
         return IUnknownImpl<T>::queryInterface(static_cast<T*>(this), iid, out);
     }
-    uint32_t AddRef() override { return IUnknownImpl<T>::addRef(this); }
-    uint32_t Release() override { return IUnknownImpl<T>::release(static_cast<T*>(this)); }
+    uint32_t AddRef() override { return this->addRef(); }
+    uint32_t Release() override { return this->release(); }
 
-    // The step's identity (its IUnknown), without a reference.
-    IUnknown* identityOfStep() { return IUnknownImpl<T>::primary(static_cast<T*>(this)); }
+    // Declares the inputs, then the parameters, from the class's tables.
+    HRESULT FinalConstruct() override {
+        this->m_StepInputs.setSplitLayout(T::kTables.splitLayout);
+        return this->m_StepInputs.declare(this->m_Parameters, T::kTables.inputs, T::kTables.parameters);
+    }
+
+    HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
+        return PAGESBuild(T::kTables.pages, T::kTables.pagesNameTheStep ? IObjectInfoImpl<T>::m_ObjectName.text : nullptr,
+                          pages);
+    }
 
     // A step whose work is not built yet says so.
-    HRESULT Execute(void* /*context*/) { return E_NOTIMPL; }
+    HRESULT Execute(CStopEvent* /*stop*/) { return E_NOTIMPL; }
+
+    // Who answers IInputParameters for the step.
+    IUnknown* queryDelegate() const { return this->inputList(); }
 
 protected:
     StepBase() = default;
     ~StepBase() = default;
+
+    // --- The toolkit ----------------------------------------------------------
+    // The parameter at index, or the default when it cannot be read.
+    int32_t readInteger(int32_t index, int32_t defaultValue = 0) { return this->m_Parameters.readInteger(index, defaultValue); }
+    double readDouble(int32_t index, double defaultValue = 0.0) { return this->m_Parameters.readDouble(index, defaultValue); }
+    SmartPtr<IString> readText(int32_t index, const wchar_t* defaultText = L"") {
+        return this->m_Parameters.readText(index, defaultText);
+    }
+    // A result written into the parameter at index.
+    HRESULT writeInteger(int32_t index, int32_t value) { return this->m_Parameters.writeInteger(index, value); }
+    HRESULT writeDouble(int32_t index, double value) { return this->m_Parameters.writeDouble(index, value); }
+    HRESULT writeText(int32_t index, IString* text) { return this->m_Parameters.writeText(index, text); }
+    HRESULT writeText(int32_t index, const wchar_t* text) { return this->m_Parameters.writeText(index, text); }
+    HRESULT writeObject(int32_t index, IUnknown* object) { return this->m_Parameters.writeObject(index, object); }
+
+    // The object bound to an input, resolved to the wanted interface
+    // directly, through a moniker or through a host window.
+    template <class I>
+    SmartPtr<I> ResolvedInput(int32_t index) {
+        return OBJECTResolve<I>(this->InputObject(index).get());
+    }
+
+    // The step's identity (its IUnknown), without a reference: what it
+    // registers as the sink of a window's events.
+    IUnknown* Identity() { return IUnknownImpl<T>::primary(static_cast<T*>(this)); }
+    HRESULT AdviseEvents(IUnknown* source, int32_t kind) { return OBJECTAdvise(source, Identity(), kind); }
+
+    // Holds the step's collection lock for a scope.
+    CollectionLockHolder LockCollection() { return CollectionLockHolder(static_cast<IParameters*>(this)); }
 };

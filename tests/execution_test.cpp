@@ -79,7 +79,7 @@ public:
     static constexpr wchar_t kRegisteredName[] = L"TestSyncStep";
     using Interfaces = StepInterfaces<>;
 
-    HRESULT Execute(void* context) {
+    HRESULT Execute(CStopEvent* context) {
         std::unique_lock<std::mutex> lock(gScript.mutex);
         ++gScript.executions;
         gScript.context = context;
@@ -95,8 +95,8 @@ public:
     static constexpr wchar_t kRegisteredName[] = L"TestAsyncStep";
     using Interfaces = StepInterfaces<>;
 
-    HRESULT Execute(void* context) {
-        auto* stop = static_cast<CStopEvent*>(context);
+    HRESULT Execute(CStopEvent* context) {
+        CStopEvent* stop = context;
         bool turnOff = false;
         {
             std::lock_guard<std::mutex> lock(gScript.mutex);

@@ -31,7 +31,7 @@ public:
     static constexpr wchar_t kRegisteredName[] = L"TestCollection";
     using Interfaces = std::conditional_t<std::is_same_v<Interface, IParametersCreatable>,
                                           StepInterfaces<IParametersCreatable>, StepInterfaces<>>;
-    int32_t capacity() const { return this->m_Capacity; }
+    int32_t capacity() const { return this->m_Parameters.capacity(); }
 };
 using Creatable = CTestCollection<IParametersCreatable>;
 using Fixed = CTestCollection<IParameters>;
@@ -83,9 +83,9 @@ SmartPtr<IInputParameter> bindingTo(IUnknown* object) {
 
 }  // namespace
 
-using ParameterCollection = HostTest;
+using Collection = HostTest;
 
-TEST_F(ParameterCollection, GrowsByTenSlotsAndKeepsTheOrder) {
+TEST_F(Collection, GrowsByTenSlotsAndKeepsTheOrder) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     EXPECT_EQ(step->capacity(), 0);
     std::vector<std::wstring> expected;
@@ -112,7 +112,7 @@ TEST_F(ParameterCollection, GrowsByTenSlotsAndKeepsTheOrder) {
     EXPECT_EQ(step->capacity(), 30) << "the array never shrinks";
 }
 
-TEST_F(ParameterCollection, LooksUpByNameNumberObjectAndDescriptor) {
+TEST_F(Collection, LooksUpByNameNumberObjectAndDescriptor) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     addInteger(step.get(), L"Wait", 1);
     addInteger(step.get(), L"Wait", 2);  // duplicates are appended
@@ -150,7 +150,7 @@ TEST_F(ParameterCollection, LooksUpByNameNumberObjectAndDescriptor) {
     EXPECT_EQ(step->get_Index(makeString(L"Wait").get(), nullptr), E_POINTER);
 }
 
-TEST_F(ParameterCollection, ItemsComeUnwrappedAndValuesAreShared) {
+TEST_F(Collection, ItemsComeUnwrappedAndValuesAreShared) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     SmartPtr<IUnknown> object = host::make<host::SuperCollection>();
     SmartPtr<IVariant> shared = makeVariant(5);
@@ -184,7 +184,7 @@ TEST_F(ParameterCollection, ItemsComeUnwrappedAndValuesAreShared) {
     EXPECT_EQ(emptied->IsString() + emptied->IsObject() + emptied->get_Type(), 0) << "an empty variant";
 }
 
-TEST_F(ParameterCollection, ABoundInputSuppliesTheValueUntilItCannot) {
+TEST_F(Collection, ABoundInputSuppliesTheValueUntilItCannot) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     SmartPtr<IVariant> supplied = makeVariant(42);
     SmartPtr<IInputParameter> binding = bindingTo(supplied.get());
@@ -213,7 +213,7 @@ TEST_F(ParameterCollection, ABoundInputSuppliesTheValueUntilItCannot) {
     EXPECT_EQ(step->PARAMInteger(5, -7), -7) << "an unreadable parameter gives the default";
 }
 
-TEST_F(ParameterCollection, IterateWritesOnlyWhatWasAskedAndWhatExists) {
+TEST_F(Collection, IterateWritesOnlyWhatWasAskedAndWhatExists) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     step->Add(makeString(L"Plain").get(), makeVariant(3).get(), nullptr, 0x13);
     step->Add(nullptr, makeVariant(4).get(), makeString(L"X|Y").get(), 0x43);
@@ -243,7 +243,7 @@ TEST_F(ParameterCollection, IterateWritesOnlyWhatWasAskedAndWhatExists) {
     EXPECT_EQ(step->Iterate(-1, nullptr, nullptr, nullptr, &flags), E_INVALIDARG);
 }
 
-TEST_F(ParameterCollection, LockFlagReportsOnlyTheLastCall) {
+TEST_F(Collection, LockFlagReportsOnlyTheLastCall) {
     for (const wchar_t* registered : {L"GCUIRefresh", L"GCUIPropRead"}) {
         SmartPtr<IParameters> parameters = createStep<IParameters>(registered);
         EXPECT_EQ(parameters->IsCollectionLocked(), 0);
@@ -255,7 +255,7 @@ TEST_F(ParameterCollection, LockFlagReportsOnlyTheLastCall) {
     }
 }
 
-TEST_F(ParameterCollection, ThePropertyReadLockIsARealMutex) {
+TEST_F(Collection, ThePropertyReadLockIsARealMutex) {
     SmartPtr<IParameters> holder = createStep<IParameters>(L"GCUIPropRead");
     ASSERT_TRUE(holder);
     std::atomic<int> stage{0};
@@ -284,7 +284,7 @@ TEST_F(ParameterCollection, ThePropertyReadLockIsARealMutex) {
     free->CollectionUnlock();
 }
 
-TEST_F(ParameterCollection, SetUpdatesOrAddsByMode) {
+TEST_F(Collection, SetUpdatesOrAddsByMode) {
     SmartPtr<IParametersCreatable> step = createStep<IParametersCreatable>(L"GCUIPropWrite");
     ASSERT_TRUE(step);
     SmartPtr<IString> choices = makeString(L"a|b");
@@ -322,7 +322,7 @@ TEST_F(ParameterCollection, SetUpdatesOrAddsByMode) {
     EXPECT_EQ(count, 3);
 }
 
-TEST_F(ParameterCollection, CopyUpdatesKeepsAndAppends) {
+TEST_F(Collection, CopyUpdatesKeepsAndAppends) {
     SmartPtr<Creatable> source = makeCollection<Creatable>();
     SmartPtr<IString> sourceChoices = makeString(L"p|q");
     source->Add(makeString(L"X").get(), makeVariant(1).get(), nullptr, 3);
@@ -364,7 +364,7 @@ TEST_F(ParameterCollection, CopyUpdatesKeepsAndAppends) {
     EXPECT_EQ(fixed->Copy(nullptr), E_POINTER);
 }
 
-TEST_F(ParameterCollection, SortsByNameAndReverses) {
+TEST_F(Collection, SortsByNameAndReverses) {
     // Code points, case-sensitive; an empty name first, a prefix before longer names.
     struct Case {
         int32_t mode;
@@ -395,7 +395,7 @@ TEST_F(ParameterCollection, SortsByNameAndReverses) {
     EXPECT_EQ(namesOf(single.get()), std::vector<std::wstring>{L"only"});
 }
 
-TEST_F(ParameterCollection, WritesOneCommaSeparatedLine) {
+TEST_F(Collection, WritesOneCommaSeparatedLine) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     step->Add(makeString(L"Mode").get(), makeVariant(1).get(), nullptr, 3);
     step->Add(makeString(L"Name").get(), makeString(L"abc").get(), nullptr, 6);
@@ -423,7 +423,7 @@ TEST_F(ParameterCollection, WritesOneCommaSeparatedLine) {
     EXPECT_EQ(step->Params_SaveCSV(nullptr, 0), S_OK);
 }
 
-TEST_F(ParameterCollection, BadIndexesAndPointersGetTheirCodes) {
+TEST_F(Collection, BadIndexesAndPointersGetTheirCodes) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     addInteger(step.get(), L"One", 1);
     for (int32_t bad : {-1, 1, INT32_MAX, INT32_MIN}) {
@@ -464,7 +464,7 @@ TEST_F(ParameterCollection, BadIndexesAndPointersGetTheirCodes) {
     EXPECT_EQ(nameAt(step.get(), 1), L"Renamed");
 }
 
-TEST_F(ParameterCollection, WithoutAVariantFactoryNothingIsStored) {
+TEST_F(Collection, WithoutAVariantFactoryNothingIsStored) {
     SmartPtr<Creatable> step = makeCollection<Creatable>();
     // A string value needs a new variant: this makes the module find its factory.
     ASSERT_EQ(step->Add(makeString(L"Kept").get(), makeString(L"kept").get(), nullptr, 6), S_OK);

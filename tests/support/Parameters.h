@@ -7,6 +7,7 @@
 #include "host/HostObject.h"
 #include "parameters/IParametersImpl.h"
 #include "runtime/CREFString.h"
+#include "runtime/Values.h"
 
 // With skipResults, the parameters flagged as results (which compact saving
 // leaves out) are passed over.

@@ -1,4 +1,4 @@
-#include "parameters/IParametersImpl.h"
+#include "parameters/ParameterRecord.h"
 
 namespace {
 

@@ -1,0 +1,181 @@
+// The step's ordered collection of named parameters: the records, their
+// guard and every operation on them, once for all step classes. The class
+// templates only lay out each class's table and forward to it.
+//
+// Two locks, for two purposes:
+// - The collection lock (CollectionLock/CollectionUnlock) is the step's own
+//   Lock/Unlock: a real, non-recursive mutex in one class and nothing in the
+//   others. Hosts use it to make several operations one unit. The collection
+//   takes it through its own interface, so it is the step's, whatever class.
+// - The record guard is internal. It is held only while a record's pointers
+//   are read or replaced, never while a host object is called beyond AddRef
+//   or a string's get_Text, and never while anything is released. Event
+//   handlers of the asynchronous steps write parameters on host threads while
+//   the worker reads them, and for most classes the collection lock does
+//   nothing: without the guard a reader could take a value that a writer has
+//   just released.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
+#include "parameters/ParameterRecord.h"
+#include "runtime/Interfaces.h"
+#include "runtime/SmartPtr.h"
+
+// Guards the record array for the few instructions each access takes (no
+// host call that could block is made under it). Property pages read
+// parameters on every repaint, so taking it must cost one atomic exchange and
+// releasing it one plain store; a thread that finds it taken yields.
+class RecordGuard {
+public:
+    void lock() {
+        while (m_Taken.exchange(true, std::memory_order_acquire)) {
+            while (m_Taken.load(std::memory_order_relaxed)) std::this_thread::yield();
+        }
+    }
+    void unlock() { m_Taken.store(false, std::memory_order_release); }
+
+private:
+    std::atomic<bool> m_Taken{false};
+};
+
+// One parameter as a reader takes it, in one call of the collection, so that
+// name, value (a bound input's current one), descriptor and flags belong
+// together even while a run writes its results. Each field holds a reference.
+struct StoredParameter {
+    SmartPtr<IString> name;
+    SmartPtr<IVariant> value;
+    SmartPtr<IUnknown> descriptor;
+    int32_t flags = 0;
+};
+
+class ParameterCollection {
+public:
+    // `face` is the step's collection interface (no reference is held): its
+    // CollectionLock and CollectionUnlock are what the locking operations
+    // take, and its object is the step that a saved value must not contain.
+    explicit ParameterCollection(IParameters* face) : m_Face(face) {}
+    ~ParameterCollection();
+    ParameterCollection(const ParameterCollection&) = delete;
+    ParameterCollection& operator=(const ParameterCollection&) = delete;
+
+    IParameters* face() const { return m_Face; }
+    // Slots in the record array: 0, 10, 20, ...; it never shrinks.
+    int32_t capacity() const { return m_Capacity; }
+
+    // --- The operations of IParameters ---------------------------------------
+    HRESULT get_Count(int32_t* count);
+    HRESULT get_Item(int32_t index, IUnknown** out);
+    HRESULT get_Index(IUnknown* key, int32_t* index);
+    HRESULT get_ItemName(int32_t index, IString** out);
+    HRESULT Rename(int32_t index, IString* name);
+    // What CollectionLock and CollectionUnlock record after the step's own
+    // Lock and Unlock: a flag, not a count.
+    void setLocked(bool locked) { m_Locked.store(locked ? 1 : 0, std::memory_order_relaxed); }
+    HRESULT IsCollectionLocked() const { return m_Locked.load(std::memory_order_relaxed) != 0 ? 1 : 0; }
+    HRESULT Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor, int32_t* flags);
+    // 1 when the value came from a bound input.
+    HRESULT get_ItemVariant(int32_t index, IVariant** out);
+    HRESULT put_Item(int32_t index, IUnknown* value);
+    HRESULT get_ItemDescriptor(int32_t index, IUnknown** out);
+    HRESULT put_ItemDescriptor(int32_t index, IUnknown* descriptor);
+    HRESULT get_ItemFlags(int32_t index, int32_t* flags);
+    HRESULT put_ItemFlags(int32_t index, int32_t flags);
+
+    // --- IParametersCreatable; plain operations of the other variant ---------
+    // Appends, also when the name exists already.
+    HRESULT Add(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags);
+    HRESULT Remove(int32_t index);
+    // The array and its capacity stay.
+    HRESULT RemoveAll();
+    // Takes over the parameters of source: a parameter of the same name is
+    // updated (value copied, descriptor and flags replaced), a new name is
+    // appended, and the target's other parameters remain. The creatable
+    // variant goes through Set; the other takes the lock once per parameter.
+    HRESULT Copy(IParameters* source, bool creatable);
+    // Orders by name; mode bit 0x2 reverses the order.
+    HRESULT Sort(int32_t mode);
+    // Updates the parameter that key designates, or adds one under key's
+    // name. Mode bit 0x1 clears the descriptor when none is given; bit 0x2
+    // stores the flags even when they are 0.
+    HRESULT Set(IUnknown* key, IUnknown* value, IUnknown* descriptor, int32_t flags, int16_t mode);
+
+    // --- For callers that hold the collection lock ---------------------------
+    // The value becomes a variant: the caller's own when it is one (shared),
+    // else a new one holding it (a null value: an empty string).
+    HRESULT AddNOLOCK(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags);
+    // Objects and strings come unwrapped, numbers as their variant.
+    HRESULT get_ItemNOLOCK(int32_t index, IUnknown** out);
+    HRESULT put_ItemNOLOCK(int32_t index, IUnknown* value);
+    HRESULT get_ItemNameNOLOCK(int32_t index, IString** out);
+    // A number is the index itself (not range checked); a string, or a
+    // variant holding one, is a name; any other object is looked for among
+    // the values' objects, then the descriptors.
+    HRESULT get_IndexNOLOCK(IUnknown* key, int32_t* index);
+    // The value readers see: a bound input's value (1) or the stored one (0).
+    HRESULT getParameter(PARAMETEROBJECT* item, IUnknown** out);
+
+    // One line of comma-separated values (with mode 0x10000, name=value),
+    // results left out in compact mode; no quoting and no line end.
+    HRESULT Params_SaveCSV(IDataStream* stream, int32_t mode);
+
+    // --- For the persistence forms and the steps -----------------------------
+    StoredParameter stored(int32_t index, bool withValue = true);
+    // The name, or "Item%d" with the index plus one for a parameter without one.
+    static SmartPtr<IString> entryName(IString* name, int32_t index);
+
+    // Typed reads: the default when the parameter cannot be read.
+    int32_t readInteger(int32_t index, int32_t defaultValue);
+    double readDouble(int32_t index, double defaultValue);
+    // The value's text; the default's when there is no value. Null only when
+    // the host can make no string.
+    SmartPtr<IString> readText(int32_t index, const wchar_t* defaultText);
+    // Typed writes of a result: a new value through put_Item.
+    HRESULT writeInteger(int32_t index, int32_t value);
+    HRESULT writeDouble(int32_t index, double value);
+    HRESULT writeText(int32_t index, IString* text);
+    HRESULT writeText(int32_t index, const wchar_t* text);
+    HRESULT writeObject(int32_t index, IUnknown* object);
+
+private:
+    struct Snapshot;
+
+    void lock() { m_Face->CollectionLock(); }
+    void unlock() { m_Face->CollectionUnlock(); }
+    // A first check, before the collection lock; readers check again under
+    // the guard, as a parameter may have been removed in between.
+    bool inRange(int32_t index) const { return index >= 0 && index < m_Count.load(std::memory_order_acquire); }
+    bool snapshot(int32_t index, Snapshot& out);
+    static HRESULT valueOf(const Snapshot& record, IUnknown** out);
+    static HRESULT variantOf(const Snapshot& record, SmartPtr<IVariant>& out);
+    HRESULT findName(IString* key, int32_t* index);
+    HRESULT findObject(IUnknown* key, int32_t* index);
+    void replaceDescriptorAndFlags(int32_t index, IUnknown* descriptor, bool replaceDescriptor, int32_t flags,
+                                   bool replaceFlags);
+    void freeAllRecords();
+    bool grow(PARAMETEROBJECT**& oldItems);
+
+    IParameters* m_Face;
+    PARAMETEROBJECT** m_Items = nullptr;
+    // Changed only under the guard; read without it for the range checks
+    // that come before the collection lock.
+    std::atomic<int32_t> m_Count{0};
+    int32_t m_Capacity = 0;
+    // Read by other threads without the collection lock, so atomic.
+    std::atomic<int32_t> m_Locked{0};
+    RecordGuard m_Guard;
+};
+
+// Holds the collection lock for a scope: every path out unlocks.
+class CollectionLockHolder {
+public:
+    explicit CollectionLockHolder(IParameters* parameters) : m_Parameters(parameters) { m_Parameters->CollectionLock(); }
+    ~CollectionLockHolder() { m_Parameters->CollectionUnlock(); }
+    CollectionLockHolder(const CollectionLockHolder&) = delete;
+    CollectionLockHolder& operator=(const CollectionLockHolder&) = delete;
+
+private:
+    IParameters* m_Parameters;
+};
