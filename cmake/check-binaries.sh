@@ -1,7 +1,8 @@
 #!/bin/sh
 # Checks what a host relies on in the built module: exactly the two entry
-# points are exported, in every configuration, and the armhf build is a
-# 32-bit ARM hard-float (ARMv7-A, VFPv3-D16) shared object.
+# points are exported, in every configuration, the armhf build is a 32-bit
+# ARM hard-float (ARMv7-A, VFPv3-D16) shared object, and stripped it fits the
+# size budget of the small device it runs on.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -36,5 +37,18 @@ if [ -f "$so" ]; then
     echo "$attributes" | grep -q "Tag_FP_arch: VFPv3-D16" || fail "$so is not VFPv3-D16"
     echo "$attributes" | grep -q "Tag_ABI_VFP_args: VFP registers" || fail "$so does not pass floats in VFP registers"
     [ $status -eq 0 ] && echo "ok: $so is a 32-bit ARMv7-A hard-float (VFPv3-D16) shared object"
+
+    # Every step class costs flash and RAM on the target: the module with all
+    # its classes stays within 200 KiB stripped.
+    budget=204800
+    stripped=$(mktemp)
+    arm-linux-gnueabihf-strip -o "$stripped" "$so"
+    size=$(stat -c %s "$stripped")
+    rm -f "$stripped"
+    if [ "$size" -le "$budget" ]; then
+        echo "ok: $so is $size bytes stripped (budget $budget)"
+    else
+        fail "$so is $size bytes stripped, over the budget of $budget"
+    fi
 fi
 exit $status

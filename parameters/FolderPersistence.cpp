@@ -9,9 +9,7 @@
 
 namespace {
 
-
 SmartPtr<IString> nameString(const wchar_t* text) { return ISCreate(text); }
-
 
 SmartPtr<IString> stringOf(IVariant* value) {
     SmartPtr<IString> string;
@@ -116,15 +114,12 @@ bool readFolderEntry(IFolderStream* folder, bool rebuild, FolderEntry& entry) {
     return true;
 }
 
-
 }  // namespace
 
 HRESULT PARAMSSaveFolderStream(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return S_OK;
-    int32_t count = 0;
-    parameters.get_Count(&count);
-    for (int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0, count = parameters.count(); index < count; ++index) {
         StoredParameter stored = parameters.stored(index);
         SmartPtr<IString> name = ParameterCollection::entryName(stored.name.get(), index);
         SmartPtr<IVariant> value = stored.value;

@@ -430,10 +430,8 @@ HRESULT ParameterCollection::getParameter(PARAMETEROBJECT* item, IUnknown** out)
 
 HRESULT ParameterCollection::Params_SaveCSV(IDataStream* stream, int32_t mode) {
     if (!queryInterface<ICSVStream>(stream)) return S_OK;
-    int32_t count = 0;
-    get_Count(&count);
     bool first = true;
-    for (int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0, end = count(); index < end; ++index) {
         SmartPtr<IVariant> value;
         get_ItemVariant(index, value.put());
         int32_t flags = 0;

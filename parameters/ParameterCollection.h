@@ -122,6 +122,7 @@ public:
     HRESULT Params_SaveCSV(IDataStream* stream, int32_t mode);
 
     // --- For the persistence forms and the steps -----------------------------
+    int32_t count() const { return m_Count.load(std::memory_order_acquire); }
     StoredParameter stored(int32_t index, bool withValue = true);
     // The name, or "Item%d" with the index plus one for a parameter without one.
     static SmartPtr<IString> entryName(IString* name, int32_t index);

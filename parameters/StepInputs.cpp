@@ -48,9 +48,7 @@ SmartPtr<IInputParameter> copyBinding(IInputParameter* source) {
 }
 
 void replicateParameters(ParameterCollection& source, IParameters* target) {
-    int32_t count = 0;
-    source.get_Count(&count);
-    for (int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0, count = source.count(); index < count; ++index) {
         SmartPtr<IVariant> value;
         source.get_ItemVariant(index, value.put());
         SmartPtr<IUnknown> descriptor;

@@ -9,7 +9,6 @@ namespace {
 
 SmartPtr<IString> nameString(const wchar_t* text) { return ISCreate(text); }
 
-
 SmartPtr<IVariant> convertedText(IXMLStream* element) {
     CREFString text(static_cast<IUnknown*>(element));
     return IVCreateConvert(text);
@@ -41,9 +40,7 @@ bool classMatches(IUnknown* object, const tagREFString& elementName, bool creata
 HRESULT PARAMSSaveXML(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
     SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream);
     if (!xml) return S_OK;
-    int32_t count = 0;
-    parameters.get_Count(&count);
-    for (int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0, count = parameters.count(); index < count; ++index) {
         const StoredParameter stored = parameters.stored(index);
         const SmartPtr<IString>& name = stored.name;
         const SmartPtr<IVariant>& value = stored.value;
@@ -124,9 +121,7 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
 HRESULT PARAMSSaveXMLUnk(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
     SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream);
     if (!xml) return S_OK;
-    int32_t count = 0;
-    parameters.get_Count(&count);
-    for (int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0, count = parameters.count(); index < count; ++index) {
         SmartPtr<IUnknown> item;
         if (parameters.get_Item(index, item.put()) < 0) continue;
         SmartPtr<IDataPersist> persist = item.query<IDataPersist>();
