@@ -20,6 +20,7 @@
 #include "parameters/ParameterCollection.h"
 #include "parameters/XmlPersistence.h"
 #include "runtime/Interfaces.h"
+#include "runtime/ObjectBase.h"
 
 template <class T, class I>
 class IParametersImpl : public I {
@@ -104,10 +105,18 @@ public:
     int32_t PARAMInteger(int32_t index, int32_t defaultValue) { return m_Parameters.readInteger(index, defaultValue); }
 
 protected:
-    IParametersImpl() : m_Parameters(this) {}
+    IParametersImpl() : m_Parameters(this, hasOwnLock()) {}
     ~IParametersImpl() = default;
     IParametersImpl(const IParametersImpl&) = delete;
     IParametersImpl& operator=(const IParametersImpl&) = delete;
 
     ParameterCollection m_Parameters;
+
+private:
+    // A class that overrides Lock names its own member; the others name the
+    // object base's, which does nothing.
+    static constexpr bool hasOwnLock() {
+        return !std::is_same_v<decltype(&T::Lock), void (CObjectRoot::*)()> ||
+               !std::is_same_v<decltype(&T::Unlock), void (CObjectRoot::*)()>;
+    }
 };

@@ -168,10 +168,12 @@ HRESULT ParameterCollection::get_ItemVariant(int32_t index, IVariant** out) {
     return result;
 }
 
+// Hosts write parameters in loops: the value is replaced here, not through
+// a second call.
 HRESULT ParameterCollection::put_Item(int32_t index, IUnknown* value) {
     if (!inRange(index)) return E_INVALIDARG;
     lock();
-    const HRESULT result = put_ItemNOLOCK(index, value);
+    const HRESULT result = replaceValue(index, value);
     unlock();
     return result;
 }
@@ -378,6 +380,10 @@ HRESULT ParameterCollection::get_ItemNOLOCK(int32_t index, IUnknown** out) {
 
 HRESULT ParameterCollection::put_ItemNOLOCK(int32_t index, IUnknown* value) {
     if (!inRange(index)) return E_INVALIDARG;
+    return replaceValue(index, value);
+}
+
+inline HRESULT ParameterCollection::replaceValue(int32_t index, IUnknown* value) {
     SmartPtr<IVariant> variant = storedVariant(value, false);
     if (!variant) return E_FAIL;
     std::lock_guard<RecordGuard> guard(m_Guard);

@@ -56,7 +56,10 @@ public:
     // `face` is the step's collection interface (no reference is held): its
     // CollectionLock and CollectionUnlock are what the locking operations
     // take, and its object is the step that a saved value must not contain.
-    explicit ParameterCollection(IParameters* face) : m_Face(face) {}
+    // `ownLock`: whether the step's Lock and Unlock do anything; when they
+    // do not, the locking operations only record the flag, as CollectionLock
+    // would, without a call through the table.
+    ParameterCollection(IParameters* face, bool ownLock) : m_Face(face), m_OwnLock(ownLock) {}
     ~ParameterCollection();
     ParameterCollection(const ParameterCollection&) = delete;
     ParameterCollection& operator=(const ParameterCollection&) = delete;
@@ -143,12 +146,25 @@ public:
 private:
     struct Snapshot;
 
-    void lock() { m_Face->CollectionLock(); }
-    void unlock() { m_Face->CollectionUnlock(); }
+    void lock() {
+        if (m_OwnLock) {
+            m_Face->CollectionLock();
+        } else {
+            setLocked(true);
+        }
+    }
+    void unlock() {
+        if (m_OwnLock) {
+            m_Face->CollectionUnlock();
+        } else {
+            setLocked(false);
+        }
+    }
     // A first check, before the collection lock; readers check again under
     // the guard, as a parameter may have been removed in between.
     bool inRange(int32_t index) const { return index >= 0 && index < m_Count.load(std::memory_order_acquire); }
     bool snapshot(int32_t index, Snapshot& out);
+    HRESULT replaceValue(int32_t index, IUnknown* value);
     static HRESULT valueOf(const Snapshot& record, IUnknown** out);
     static HRESULT variantOf(const Snapshot& record, SmartPtr<IVariant>& out);
     HRESULT findName(IString* key, int32_t* index);
@@ -159,6 +175,7 @@ private:
     bool grow(PARAMETEROBJECT**& oldItems);
 
     IParameters* m_Face;
+    bool m_OwnLock;
     PARAMETEROBJECT** m_Items = nullptr;
     // Changed only under the guard; read without it for the range checks
     // that come before the collection lock.
