@@ -7,7 +7,7 @@
 
 #include "host/Components.h"
 #include "host/Files.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -12,7 +12,7 @@
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
 #include "host/UserInterface.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 
 namespace host {

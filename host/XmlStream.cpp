@@ -6,7 +6,7 @@
 
 #include "host/Files.h"
 #include "host/FolderStream.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -17,7 +17,7 @@
 #include "host/FolderStream.h"
 #include "host/Operator.h"
 #include "host/Program.h"
-#include "host/Registry.h"
+#include "host/SettingsStore.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/Collections.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include "host/Collections.h"
 #include "host/CsvStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/TestStep.h"
 #include "support/HostTest.h"
 
