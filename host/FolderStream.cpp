@@ -5,16 +5,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/Components.h"
+#include "host/ClassFactory.h"
 #include "host/Files.h"
 #include "host/Variants.h"
 
 namespace host {
 
 namespace {
-
-std::mutex gResolverMutex;
-ObjectResolver gResolver;
 
 // The text form refuses deeper nesting; an object that stores objects that
 // store objects... (a cycle through the objects' own Save) is cut off well
@@ -233,33 +230,6 @@ private:
 };
 
 }  // namespace
-
-void setObjectResolver(ObjectResolver resolver) {
-    std::lock_guard<std::mutex> lock(gResolverMutex);
-    gResolver = std::move(resolver);
-}
-
-SmartPtr<IUnknown> createObjectOfClass(const std::wstring& className) {
-    if (SmartPtr<IUnknown> object = ClassRegistry::create(className)) return object;
-    ObjectResolver resolver;
-    {
-        std::lock_guard<std::mutex> lock(gResolverMutex);
-        resolver = gResolver;
-    }
-    return resolver ? resolver(className) : nullptr;
-}
-
-std::wstring classNameOf(IUnknown* object) {
-    if (SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(object)) {
-        tagREFString name = {0, nullptr};
-        if (info->GetName(0, &name) >= 0 && name.text && name.count > 0) return textOf(name);
-    }
-    if (queryInterface<ICollectionMoniker>(object)) return L"CollectionMoniker";
-    if (queryInterface<IInputParameters>(object)) return L"InputParameters";
-    if (queryInterface<IInputParameter>(object)) return L"InputParameter";
-    if (queryInterface<IFolderStream>(object)) return L"FolderStream";
-    return std::wstring();
-}
 
 void FolderStream::put(Entry entry) {
     Entry replaced;  // released after the lock

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -13,19 +12,6 @@
 #include "host/HostObject.h"
 
 namespace host {
-
-// Makes an object of a class the stand-in does not know by itself (the
-// module's step classes, through the module's CreateFunction).
-using ObjectResolver = std::function<SmartPtr<IUnknown>(const std::wstring& className)>;
-void setObjectResolver(ObjectResolver resolver);
-
-// A new object of the class: the stand-in's own classes first, then the
-// resolver. Null when neither knows it.
-SmartPtr<IUnknown> createObjectOfClass(const std::wstring& className);
-
-// The class name an object is stored under: a module object's own name, or
-// the stand-in class it is. Empty when the object cannot be stored.
-std::wstring classNameOf(IUnknown* object);
 
 class FolderStream final : public Object<FolderStream, IFolderStream, INamedCollection> {
 public:

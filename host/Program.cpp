@@ -9,6 +9,7 @@
 #include <cwchar>
 #include <thread>
 
+#include "host/ClassFactory.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
 #include "host/UserInterface.h"
@@ -209,15 +210,6 @@ ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace)
 
 ProgramRunner::~ProgramRunner() = default;
 
-SmartPtr<IUnknown> ProgramRunner::createStep(const std::wstring& className) const {
-    CREATEFUNCTION creator = nullptr;
-    const tagREFString name = {static_cast<int32_t>(className.size()), className.c_str()};
-    if (!m_Create || m_Create(name, &creator) != S_OK || !creator) return nullptr;
-    SmartPtr<IUnknown> step;
-    if (creator(nullptr, &IID_IUnknown, step.put_void()) != S_OK) return nullptr;
-    return step;
-}
-
 bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t index = -1;
@@ -263,7 +255,7 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         m_Labels.push_back(narrow(object.name));
     }
     for (const ProgramStep& description : program.steps) {
-        SmartPtr<IUnknown> step = createStep(description.className);
+        SmartPtr<IUnknown> step = createModuleObject(m_Create, description.className);
         if (!step) {
             error = at(description.line, "the module has no step class \"" + narrow(description.className) + "\"");
             return false;

@@ -91,7 +91,6 @@ public:
 
 private:
     struct Step;
-    SmartPtr<IUnknown> createStep(const std::wstring& className) const;
     bool setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error);
     bool bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error);
     void traceStep(size_t index, const Step& step, HRESULT result, double milliseconds,

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
+#include "host/ClassFactory.h"
 #include "host/Files.h"
-#include "host/FolderStream.h"
 #include "host/Variants.h"
 
 namespace host {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"

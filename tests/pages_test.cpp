@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/Variants.h"
 #include "support/HostTest.h"

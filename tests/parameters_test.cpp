@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/CsvStream.h"
 #include "host/Inputs.h"
