@@ -16,7 +16,8 @@
 #include "host/Files.h"
 #include "host/HostObject.h"
 #include "host/Operator.h"
-#include "host/Program.h"
+#include "host/ProgramReader.h"
+#include "host/ProgramRunner.h"
 #include "host/SettingsStore.h"
 
 namespace {
