@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <thread>
+#include <utility>
 
 #include "host/ClassFactory.h"
 #include "host/FolderStream.h"
@@ -86,6 +87,18 @@ bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std
     return true;
 }
 
+void ProgramRunner::bindToObjects(IUnknown* step) const {
+    if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step)) {
+        bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
+    }
+}
+
+// Reloaded steps keep the titles of the steps they replace, which no stream holds.
+void ProgramRunner::replaceSteps(std::vector<Step> loaded) {
+    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
+    m_Steps.swap(loaded);
+}
+
 bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
     for (const ProgramObject& object : program.objects) {
         SmartPtr<IUnknown> made;
@@ -112,9 +125,7 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         for (const ProgramBinding& binding : description.inputs) {
             if (!bindInput(step.get(), binding, error)) return false;
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         m_Steps.push_back({description.className, description.title, step});
     }
     return true;
@@ -237,13 +248,10 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
                 list->Load(inputs.get(), 0);
             }
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         loaded.push_back({stepClass, std::wstring(), step});
     }
-    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
-    m_Steps.swap(loaded);
+    replaceSteps(std::move(loaded));
     return true;
 }
 
@@ -257,13 +265,10 @@ bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
             error = "cannot re-create the step stored as " + narrow(name) + " (" + narrow(root->classOf(name)) + ")";
             return false;
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         loaded.push_back({root->classOf(name), std::wstring(), step});
     }
-    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
-    m_Steps.swap(loaded);
+    replaceSteps(std::move(loaded));
     return true;
 }
 

@@ -44,6 +44,9 @@ private:
     struct Step;
     bool setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error);
     bool bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error);
+    // Binds the step to the program's collection of objects, as a host binds each step it holds.
+    void bindToObjects(IUnknown* step) const;
+    void replaceSteps(std::vector<Step> loaded);
     void traceStep(size_t index, const Step& step, HRESULT result, double milliseconds,
                    const std::vector<std::string>& effects, const std::vector<std::string>& written);
 
