@@ -9,7 +9,7 @@
 #include "bench/Scenario.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "module/Flukokzad.h"
 #include "runtime/Interfaces.h"

@@ -1,6 +1,6 @@
 #include "host/Collections.h"
 
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -1,60 +1,9 @@
 #include "host/Components.h"
 
-#include "host/FolderStream.h"
-#include "host/XmlStream.h"
-
-#include "host/Collections.h"
-#include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/ClassFactory.h"
+#include "host/Variants.h"
 
 namespace host {
-
-namespace {
-
-struct ClassTable {
-    std::mutex mutex;
-    std::map<std::wstring, ClassRegistry::Factory> factories;
-};
-
-ClassTable& classTable() {
-    static ClassTable* table = [] {
-        auto* standard = new ClassTable;
-        standard->factories[L"CreatableString"] = [] { return SmartPtr<IUnknown>(make<String>()); };
-        standard->factories[L"Variant"] = [] { return SmartPtr<IUnknown>(make<Variant>()); };
-        standard->factories[L"SuperCollection"] = [] { return SmartPtr<IUnknown>(make<SuperCollection>()); };
-        standard->factories[L"ComponentString"] = [] { return SmartPtr<IUnknown>(make<ComponentString>()); };
-        standard->factories[L"InputParameters"] = [] { return make<InputParameters>().query<IUnknown>(); };
-        standard->factories[L"InputParameter"] = [] { return make<InputParameter>().query<IUnknown>(); };
-        standard->factories[L"CollectionMoniker"] = [] { return make<CollectionMoniker>().query<IUnknown>(); };
-        standard->factories[L"FolderStream"] = [] { return make<FolderStream>().query<IUnknown>(); };
-        standard->factories[L"XmlStream"] = [] { return XmlStream::create(L"Root").query<IUnknown>(); };
-        standard->factories[L"GlobalComponentCollection"] = [] {
-            return SmartPtr<IUnknown>(makeStandardComponents());
-        };
-        return standard;
-    }();
-    return *table;
-}
-
-}  // namespace
-
-void ClassRegistry::add(const std::wstring& className, Factory factory) {
-    ClassTable& table = classTable();
-    std::lock_guard<std::mutex> lock(table.mutex);
-    table.factories[className] = std::move(factory);
-}
-
-SmartPtr<IUnknown> ClassRegistry::create(const std::wstring& className) {
-    Factory factory;
-    {
-        ClassTable& table = classTable();
-        std::lock_guard<std::mutex> lock(table.mutex);
-        auto found = table.factories.find(className);
-        if (found == table.factories.end()) return nullptr;
-        factory = found->second;
-    }
-    return factory();
-}
 
 ComponentString::ComponentString(const std::wstring& moduleName, const std::wstring& className) {
     m_Parts[4] = moduleName;

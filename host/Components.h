@@ -1,8 +1,7 @@
-// The host's component model: classes by name, component paths that create
-// them, and the global component collection.
+// The host's component model: component paths that create the stand-in's
+// classes, and the global component collection.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -11,15 +10,6 @@
 #include "host/HostObject.h"
 
 namespace host {
-
-// The stand-in's classes, created by name (a component path's class part).
-class ClassRegistry {
-public:
-    using Factory = std::function<SmartPtr<IUnknown>()>;
-    static void add(const std::wstring& className, Factory factory);
-    // A new object of the class, or null when the class is unknown.
-    static SmartPtr<IUnknown> create(const std::wstring& className);
-};
 
 // A component path: parts by number (1 class name, 4 module name).
 class ComponentString final : public Object<ComponentString, IComponentString> {

@@ -1,10 +1,10 @@
 // The host's folder stream: an ordered tree of named entries (values, raw
-// bytes, persisted objects, sub-folders) in which programs keep their steps,
-// and its text form, which a reference host writes to a file and reads back.
+// bytes, persisted objects, sub-folders) in which programs keep their steps.
+// Its text form, which a reference host writes to a file and reads back, is
+// in host/FolderStreamText.h.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -13,19 +13,6 @@
 #include "host/HostObject.h"
 
 namespace host {
-
-// Makes an object of a class the stand-in does not know by itself (the
-// module's step classes, through the module's CreateFunction).
-using ObjectResolver = std::function<SmartPtr<IUnknown>(const std::wstring& className)>;
-void setObjectResolver(ObjectResolver resolver);
-
-// A new object of the class: the stand-in's own classes first, then the
-// resolver. Null when neither knows it.
-SmartPtr<IUnknown> createObjectOfClass(const std::wstring& className);
-
-// The class name an object is stored under: a module object's own name, or
-// the stand-in class it is. Empty when the object cannot be stored.
-std::wstring classNameOf(IUnknown* object);
 
 class FolderStream final : public Object<FolderStream, IFolderStream, INamedCollection> {
 public:
@@ -66,9 +53,8 @@ public:
     HRESULT get_Index(IUnknown* key, int32_t* index) override;
     HRESULT get_ItemName(int32_t index, IString** out) override;
 
-    // The text form: one line per entry, indented by depth. save() of a
-    // stream that load() read from a text save() wrote gives back the same
-    // text. Folders nest at most 256 deep in a text that loads.
+    // The text form (host/FolderStreamText.h). save() of a stream that
+    // load() read from a text save() wrote gives back the same text.
     std::string save() const;
     bool save(const std::string& fileName) const;
     // False, with the stream left empty and a message in error, for a text
@@ -98,12 +84,17 @@ public:
         std::vector<uint8_t> bytes;
         SmartPtr<FolderStream> folder;  // a sub-folder or a stored object's contents
     };
+    // A copy of the entries, in order, and of the bytes written without a name.
+    struct Contents {
+        std::vector<Entry> entries;
+        std::vector<uint8_t> data;
+    };
+    Contents contents() const;
 
 private:
     void put(Entry entry);
     void clear();
     bool find(const std::wstring& name, Entry& out) const;
-    void saveInto(std::string& text, int depth) const;
 
     mutable std::mutex m_Mutex;
     std::vector<Entry> m_Entries;

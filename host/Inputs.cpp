@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "host/HostObject.h"
+
 namespace host {
 
 Operator& Operator::current() {

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "host/ClassFactory.h"
 #include "host/Files.h"
-#include "host/FolderStream.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -11,13 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Components.h"
-#include "host/HostObject.h"
 #include "host/Files.h"
-#include "host/FolderStream.h"
+#include "host/HostObject.h"
 #include "host/Operator.h"
-#include "host/Program.h"
-#include "host/Registry.h"
+#include "host/ProgramReader.h"
+#include "host/ProgramRunner.h"
+#include "host/SettingsStore.h"
 
 namespace {
 
@@ -258,13 +259,7 @@ int main(int argc, char** argv) {
         components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
         module.initialize(nullptr, components.get());
         // Stored steps are re-created by their class names, as a host does.
-        host::setObjectResolver([create = module.create](const std::wstring& className) {
-            CREATEFUNCTION creator = nullptr;
-            const tagREFString name = {static_cast<int32_t>(className.size()), className.c_str()};
-            SmartPtr<IUnknown> step;
-            if (create(name, &creator) == S_OK && creator) creator(nullptr, &IID_IUnknown, step.put_void());
-            return step;
-        });
+        host::setObjectResolver(host::moduleResolver(module.create));
         result = runCommand(module, options);
         host::setObjectResolver(nullptr);
         module.initialize(nullptr, nullptr);

@@ -9,7 +9,7 @@
 #include "host/CsvStream.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"

@@ -18,7 +18,7 @@
 #include <thread>
 
 #include "host/Collections.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "runtime/CREFString.h"
 #include "runtime/FileNames.h"
 #include "runtime/Values.h"

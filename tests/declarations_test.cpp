@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

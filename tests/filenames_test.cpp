@@ -10,8 +10,8 @@
 #include <fstream>
 #include <memory>
 
-#include "host/Registry.h"
-#include "host/Values.h"
+#include "host/SettingsStore.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

@@ -11,10 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/Bindings.h"
 #include "support/Damage.h"
 #include "support/HostTest.h"

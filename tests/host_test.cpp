@@ -8,7 +8,7 @@
 
 #include "host/Collections.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 using StandInHost = HostTest;

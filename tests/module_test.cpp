@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "module/Registry.h"
 #include "support/HostTest.h"
 

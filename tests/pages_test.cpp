@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

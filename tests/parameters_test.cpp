@@ -10,10 +10,11 @@
 #include <thread>
 #include <vector>
 
+#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/CsvStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/TestStep.h"
 #include "support/HostTest.h"
 

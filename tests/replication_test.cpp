@@ -5,7 +5,7 @@
 #include "host/Collections.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

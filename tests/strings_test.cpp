@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "runtime/CREFString.h"
 #include "support/HostTest.h"
 

@@ -1,6 +1,6 @@
 // Host strings and variants made from texts, numbers, colours and variants,
 // and texts read back as numbers.
-#include "host/Values.h"
+#include "host/Variants.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "parameters/IParametersImpl.h"
 #include "support/Bindings.h"

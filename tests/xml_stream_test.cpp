@@ -11,7 +11,7 @@
 
 #include "host/Collections.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "support/Bindings.h"
 #include "support/Damage.h"

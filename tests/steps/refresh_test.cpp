@@ -3,7 +3,7 @@
 
 #include "host/Inputs.h"
 #include "host/UserInterface.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 namespace {

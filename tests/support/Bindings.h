@@ -11,7 +11,7 @@
 
 #include "host/HostObject.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "parameters/IParametersImpl.h"
 
 // A binding to a moniker of that name, with an item name and index.

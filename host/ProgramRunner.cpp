@@ -1,53 +1,21 @@
-#include "host/Program.h"
+#include "host/ProgramRunner.h"
 
-#include <tinyxml2.h>
-
-#include <cctype>
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <cwchar>
+#include <cstdio>
 #include <thread>
+#include <utility>
 
+#include "host/ClassFactory.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
+#include "host/ProgramReader.h"
 #include "host/UserInterface.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 
 namespace host {
 
 namespace {
-
-std::string at(int line, const std::string& why) { return "line " + std::to_string(line) + ": " + why; }
-
-std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
-    const char* value = element->Attribute(name);
-    return value ? widen(value) : std::wstring();
-}
-
-bool integerOf(const std::wstring& text, int32_t& value) {
-    if (text.empty()) return false;
-    wchar_t* end = nullptr;
-    const long long parsed = std::wcstoll(text.c_str(), &end, 10);
-    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
-    value = static_cast<int32_t>(parsed);
-    return true;
-}
-
-// A program file's value: a whole number, a decimal number, or text.
-SmartPtr<IVariant> valueOf(const std::wstring& text) {
-    int32_t integer = 0;
-    if (integerOf(text, integer)) return makeVariant(integer);
-    if (!text.empty()) {
-        wchar_t* end = nullptr;
-        const double real = std::wcstod(text.c_str(), &end);
-        if (*end == L'\0' && (text.find(L'.') != std::wstring::npos || text.find(L'e') != std::wstring::npos)) {
-            return makeVariant(real);
-        }
-    }
-    return makeVariant(text);
-}
 
 std::string textOfValue(IVariant* value) {
     if (!value) return "(none)";
@@ -81,158 +49,28 @@ std::vector<std::pair<std::string, std::string>> parametersOf(IUnknown* step) {
     return result;
 }
 
-// "line 3: not well-formed XML (mismatched element)".
-std::string xmlError(const tinyxml2::XMLDocument& document) {
-    std::string what = document.ErrorName() ? document.ErrorName() : "XML_ERROR";
-    if (what.compare(0, 10, "XML_ERROR_") == 0) what = what.substr(10);
-    for (char& c : what) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return at(document.ErrorLineNum() > 0 ? document.ErrorLineNum() : 1, "not well-formed XML (" + what + ")");
-}
-
-bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
-    step.line = element->GetLineNum();
-    step.className = attribute(element, "class");
-    step.title = attribute(element, "title");
-    if (step.className.empty()) {
-        error = at(step.line, "a step needs a class");
-        return false;
-    }
-    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child;
-         child = child->NextSiblingElement()) {
-        const std::string kind = child->Name();
-        const int line = child->GetLineNum();
-        if (kind == "parameter") {
-            ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
-            if (!child->Attribute("name")) {
-                error = at(line, "a parameter needs a name");
-                return false;
-            }
-            step.parameters.push_back(setting);
-        } else if (kind == "input") {
-            ProgramBinding binding;
-            binding.line = line;
-            binding.input = attribute(child, "name");
-            binding.object = attribute(child, "object");
-            if (binding.input.empty() || binding.object.empty()) {
-                error = at(line, "an input needs a name and an object");
-                return false;
-            }
-            if (child->Attribute("item")) {
-                binding.itemName = attribute(child, "item");
-                binding.hasItemName = true;
-            }
-            if (child->Attribute("index") && !integerOf(attribute(child, "index"), binding.itemIndex)) {
-                error = at(line, "the index is not a whole number");
-                return false;
-            }
-            step.inputs.push_back(binding);
-        } else {
-            error = at(line, "a step holds <parameter> and <input>, not <" + kind + ">");
-            return false;
-        }
-    }
-    return true;
-}
-
 }  // namespace
-
-bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
-    tinyxml2::XMLDocument document;
-    if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
-        error = xmlError(document);
-        return false;
-    }
-    const tinyxml2::XMLElement* root = document.RootElement();
-    if (!root || std::strcmp(root->Name(), "program") != 0) {
-        error = at(root ? root->GetLineNum() : 1, "the root element is <program>");
-        return false;
-    }
-    program = ProgramFile();
-    program.name = attribute(root, "name");
-    for (const tinyxml2::XMLElement* section = root->FirstChildElement(); section;
-         section = section->NextSiblingElement()) {
-        const std::string name = section->Name();
-        for (const tinyxml2::XMLElement* item = section->FirstChildElement(); item; item = item->NextSiblingElement()) {
-            const std::string kind = item->Name();
-            const int line = item->GetLineNum();
-            if (name == "objects") {
-                if (kind != "refreshable" && kind != "object") {
-                    error = at(line, "unknown kind of object <" + kind + ">");
-                    return false;
-                }
-                ProgramObject object{attribute(item, "name"), kind, line};
-                if (object.name.empty()) {
-                    error = at(line, "an object needs a name");
-                    return false;
-                }
-                for (const ProgramObject& other : program.objects) {
-                    if (other.name == object.name) {
-                        error = at(line, "an object named \"" + narrow(object.name) + "\" exists already");
-                        return false;
-                    }
-                }
-                program.objects.push_back(object);
-            } else if (name == "steps") {
-                if (kind != "step") {
-                    error = at(line, "<steps> holds <step> elements, not <" + kind + ">");
-                    return false;
-                }
-                ProgramStep step;
-                if (!parseStep(item, step, error)) return false;
-                program.steps.push_back(step);
-            } else if (name == "operator") {
-                if (kind != "confirm" && kind != "keyboard" && kind != "file" && kind != "editor") {
-                    error = at(line, "the operator answers with <confirm>, <keyboard>, <file> or <editor>");
-                    return false;
-                }
-                OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
-                if (item->Attribute("delay") && (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
-                    error = at(line, "the delay is a number of milliseconds");
-                    return false;
-                }
-                program.operatorScript.push_back(action);
-            } else {
-                error = at(section->GetLineNum(), "unknown section <" + name + ">");
-                return false;
-            }
-        }
-        if (name != "objects" && name != "steps" && name != "operator") {
-            error = at(section->GetLineNum(), "unknown section <" + name + ">");
-            return false;
-        }
-    }
-    return true;
-}
 
 ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace)
     : m_Create(create), m_Trace(trace), m_Objects(make<SuperCollection>()) {}
 
 ProgramRunner::~ProgramRunner() = default;
 
-SmartPtr<IUnknown> ProgramRunner::createStep(const std::wstring& className) const {
-    CREATEFUNCTION creator = nullptr;
-    const tagREFString name = {static_cast<int32_t>(className.size()), className.c_str()};
-    if (!m_Create || m_Create(name, &creator) != S_OK || !creator) return nullptr;
-    SmartPtr<IUnknown> step;
-    if (creator(nullptr, &IID_IUnknown, step.put_void()) != S_OK) return nullptr;
-    return step;
-}
-
 bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t index = -1;
     if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
-        error = at(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
+        error = programError(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
         return false;
     }
-    parameters->put_Item(index, valueOf(setting.value).get());
+    parameters->put_Item(index, programValue(setting.value).get());
     return true;
 }
 
 bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error) {
     int32_t objectIndex = -1;
     if (m_Objects->get_Index(makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
-        error = at(binding.line, "no object is named \"" + narrow(binding.object) + "\"");
+        error = programError(binding.line, "no object is named \"" + narrow(binding.object) + "\"");
         return false;
     }
     // The input list is the host's own object; its inputs are found by name.
@@ -240,13 +78,25 @@ bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std
     auto* list = dynamic_cast<InputParameters*>(inputs.get());
     SmartPtr<InputParameter> input = list ? list->input(binding.input) : nullptr;
     if (!input) {
-        error = at(binding.line, "the step has no input \"" + narrow(binding.input) + "\"");
+        error = programError(binding.line, "the step has no input \"" + narrow(binding.input) + "\"");
         return false;
     }
     input->put_Object(make<CollectionMoniker>(binding.object).query<IUnknown>().get());
     if (binding.hasItemName) input->put_ItemName(makeString(binding.itemName).get());
     input->put_ItemIndex(binding.itemIndex);
     return true;
+}
+
+void ProgramRunner::bindToObjects(IUnknown* step) const {
+    if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step)) {
+        bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
+    }
+}
+
+// Reloaded steps keep the titles of the steps they replace, which no stream holds.
+void ProgramRunner::replaceSteps(std::vector<Step> loaded) {
+    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
+    m_Steps.swap(loaded);
 }
 
 bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
@@ -263,9 +113,10 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         m_Labels.push_back(narrow(object.name));
     }
     for (const ProgramStep& description : program.steps) {
-        SmartPtr<IUnknown> step = createStep(description.className);
+        SmartPtr<IUnknown> step = createModuleObject(m_Create, description.className);
         if (!step) {
-            error = at(description.line, "the module has no step class \"" + narrow(description.className) + "\"");
+            error = programError(description.line,
+                                 "the module has no step class \"" + narrow(description.className) + "\"");
             return false;
         }
         for (const ProgramSetting& setting : description.parameters) {
@@ -274,9 +125,7 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         for (const ProgramBinding& binding : description.inputs) {
             if (!bindInput(step.get(), binding, error)) return false;
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         m_Steps.push_back({description.className, description.title, step});
     }
     return true;
@@ -399,13 +248,10 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
                 list->Load(inputs.get(), 0);
             }
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         loaded.push_back({stepClass, std::wstring(), step});
     }
-    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
-    m_Steps.swap(loaded);
+    replaceSteps(std::move(loaded));
     return true;
 }
 
@@ -419,13 +265,10 @@ bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
             error = "cannot re-create the step stored as " + narrow(name) + " (" + narrow(root->classOf(name)) + ")";
             return false;
         }
-        if (SmartPtr<IBindableObject> bindable = queryInterface<IBindableObject>(step.get())) {
-            bindable->Bind(static_cast<INamedCollection*>(m_Objects.get()), nullptr);
-        }
+        bindToObjects(step.get());
         loaded.push_back({root->classOf(name), std::wstring(), step});
     }
-    for (size_t i = 0; i < loaded.size() && i < m_Steps.size(); ++i) loaded[i].title = m_Steps[i].title;
-    m_Steps.swap(loaded);
+    replaceSteps(std::move(loaded));
     return true;
 }
 

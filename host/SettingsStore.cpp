@@ -1,4 +1,4 @@
-#include "host/Registry.h"
+#include "host/SettingsStore.h"
 
 #include "host/Files.h"
 
@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <sstream>
 
-#include "host/Values.h"
+#include "host/Variants.h"
 
 namespace host {
 

@@ -1,4 +1,4 @@
-#include "host/Values.h"
+#include "host/Variants.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,0 +1,167 @@
+#include "host/ProgramReader.h"
+
+#include <tinyxml2.h>
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+
+#include "host/Variants.h"
+
+namespace host {
+
+namespace {
+
+std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
+    const char* value = element->Attribute(name);
+    return value ? widen(value) : std::wstring();
+}
+
+bool integerOf(const std::wstring& text, int32_t& value) {
+    if (text.empty()) return false;
+    wchar_t* end = nullptr;
+    const long long parsed = std::wcstoll(text.c_str(), &end, 10);
+    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
+    value = static_cast<int32_t>(parsed);
+    return true;
+}
+
+// "line 3: not well-formed XML (mismatched element)".
+std::string xmlError(const tinyxml2::XMLDocument& document) {
+    std::string what = document.ErrorName() ? document.ErrorName() : "XML_ERROR";
+    if (what.compare(0, 10, "XML_ERROR_") == 0) what = what.substr(10);
+    for (char& c : what) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const int line = document.ErrorLineNum() > 0 ? document.ErrorLineNum() : 1;
+    return programError(line, "not well-formed XML (" + what + ")");
+}
+
+bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
+    step.line = element->GetLineNum();
+    step.className = attribute(element, "class");
+    step.title = attribute(element, "title");
+    if (step.className.empty()) {
+        error = programError(step.line, "a step needs a class");
+        return false;
+    }
+    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child;
+         child = child->NextSiblingElement()) {
+        const std::string kind = child->Name();
+        const int line = child->GetLineNum();
+        if (kind == "parameter") {
+            ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
+            if (!child->Attribute("name")) {
+                error = programError(line, "a parameter needs a name");
+                return false;
+            }
+            step.parameters.push_back(setting);
+        } else if (kind == "input") {
+            ProgramBinding binding;
+            binding.line = line;
+            binding.input = attribute(child, "name");
+            binding.object = attribute(child, "object");
+            if (binding.input.empty() || binding.object.empty()) {
+                error = programError(line, "an input needs a name and an object");
+                return false;
+            }
+            if (child->Attribute("item")) {
+                binding.itemName = attribute(child, "item");
+                binding.hasItemName = true;
+            }
+            if (child->Attribute("index") && !integerOf(attribute(child, "index"), binding.itemIndex)) {
+                error = programError(line, "the index is not a whole number");
+                return false;
+            }
+            step.inputs.push_back(binding);
+        } else {
+            error = programError(line, "a step holds <parameter> and <input>, not <" + kind + ">");
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+SmartPtr<IVariant> programValue(const std::wstring& text) {
+    int32_t integer = 0;
+    if (integerOf(text, integer)) return makeVariant(integer);
+    if (!text.empty()) {
+        wchar_t* end = nullptr;
+        const double real = std::wcstod(text.c_str(), &end);
+        if (*end == L'\0' && (text.find(L'.') != std::wstring::npos || text.find(L'e') != std::wstring::npos)) {
+            return makeVariant(real);
+        }
+    }
+    return makeVariant(text);
+}
+
+bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
+    tinyxml2::XMLDocument document;
+    if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
+        error = xmlError(document);
+        return false;
+    }
+    const tinyxml2::XMLElement* root = document.RootElement();
+    if (!root || std::strcmp(root->Name(), "program") != 0) {
+        error = programError(root ? root->GetLineNum() : 1, "the root element is <program>");
+        return false;
+    }
+    program = ProgramFile();
+    program.name = attribute(root, "name");
+    for (const tinyxml2::XMLElement* section = root->FirstChildElement(); section;
+         section = section->NextSiblingElement()) {
+        const std::string name = section->Name();
+        for (const tinyxml2::XMLElement* item = section->FirstChildElement(); item; item = item->NextSiblingElement()) {
+            const std::string kind = item->Name();
+            const int line = item->GetLineNum();
+            if (name == "objects") {
+                if (kind != "refreshable" && kind != "object") {
+                    error = programError(line, "unknown kind of object <" + kind + ">");
+                    return false;
+                }
+                ProgramObject object{attribute(item, "name"), kind, line};
+                if (object.name.empty()) {
+                    error = programError(line, "an object needs a name");
+                    return false;
+                }
+                for (const ProgramObject& other : program.objects) {
+                    if (other.name == object.name) {
+                        error = programError(line, "an object named \"" + narrow(object.name) + "\" exists already");
+                        return false;
+                    }
+                }
+                program.objects.push_back(object);
+            } else if (name == "steps") {
+                if (kind != "step") {
+                    error = programError(line, "<steps> holds <step> elements, not <" + kind + ">");
+                    return false;
+                }
+                ProgramStep step;
+                if (!parseStep(item, step, error)) return false;
+                program.steps.push_back(step);
+            } else if (name == "operator") {
+                if (kind != "confirm" && kind != "keyboard" && kind != "file" && kind != "editor") {
+                    error = programError(line, "the operator answers with <confirm>, <keyboard>, <file> or <editor>");
+                    return false;
+                }
+                OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
+                if (item->Attribute("delay") && (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
+                    error = programError(line, "the delay is a number of milliseconds");
+                    return false;
+                }
+                program.operatorScript.push_back(action);
+            } else {
+                error = programError(section->GetLineNum(), "unknown section <" + name + ">");
+                return false;
+            }
+        }
+        if (name != "objects" && name != "steps" && name != "operator") {
+            error = programError(section->GetLineNum(), "unknown section <" + name + ">");
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace host
