@@ -15,7 +15,7 @@
 #include "host/CsvStream.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/Values.h"
+#include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "runtime/Interfaces.h"
 #include "support/HostTest.h"
