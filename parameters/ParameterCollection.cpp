@@ -84,47 +84,38 @@ HRESULT ParameterCollection::get_Count(int32_t* count) {
 }
 
 HRESULT ParameterCollection::get_Item(int32_t index, IUnknown** out) {
-    lock();
-    const HRESULT result = get_ItemNOLOCK(index, out);
-    unlock();
-    return result;
+    const Held held(*this);
+    return get_ItemNOLOCK(index, out);
 }
 
 HRESULT ParameterCollection::get_Index(IUnknown* key, int32_t* index) {
-    lock();
-    const HRESULT result = get_IndexNOLOCK(key, index);
-    unlock();
-    return result;
+    const Held held(*this);
+    return get_IndexNOLOCK(key, index);
 }
 
 HRESULT ParameterCollection::get_ItemName(int32_t index, IString** out) {
-    lock();
-    const HRESULT result = get_ItemNameNOLOCK(index, out);
-    unlock();
-    return result;
+    const Held held(*this);
+    return get_ItemNameNOLOCK(index, out);
 }
 
 HRESULT ParameterCollection::Rename(int32_t index, IString* name) {
     if (!inRange(index)) return E_INVALIDARG;
-    lock();
+    // What the record held is released after the lock, as it is declared before it.
     SmartPtr<IString> replaced(name);
+    const Held held(*this);
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < m_Count) swapInto(m_Items[index]->name, replaced);
     }
-    unlock();
     return S_OK;
 }
 
 HRESULT ParameterCollection::Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor,
                                      int32_t* flags) {
     if (!inRange(index)) return E_INVALIDARG;
-    lock();
     Snapshot record;
-    if (!snapshot(index, record)) {
-        unlock();
-        return E_INVALIDARG;
-    }
+    const Held held(*this);
+    if (!snapshot(index, record)) return E_INVALIDARG;
     if (value) {
         SmartPtr<IVariant> variant;
         variantOf(record, variant);
@@ -133,7 +124,6 @@ HRESULT ParameterCollection::Iterate(int32_t index, IString** name, IVariant** v
     if (descriptor && record.descriptor) *descriptor = record.descriptor.detach();
     if (flags) *flags = record.flags;
     if (name) *name = record.name.detach();
-    unlock();
     return S_OK;
 }
 
@@ -141,10 +131,10 @@ HRESULT ParameterCollection::get_ItemVariant(int32_t index, IVariant** out) {
     if (!inRange(index)) return E_INVALIDARG;
     if (!out) return E_POINTER;
     *out = nullptr;
-    lock();
     // Only the value and the descriptor are needed: the name's reference is
     // not taken, and a value without a binding is handed out as it is.
     Snapshot record;
+    const Held held(*this);
     bool found = false;
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
@@ -164,7 +154,6 @@ HRESULT ParameterCollection::get_ItemVariant(int32_t index, IVariant** out) {
         result = variantOf(record, variant);
         *out = variant.detach();
     }
-    unlock();
     return result;
 }
 
@@ -172,35 +161,31 @@ HRESULT ParameterCollection::get_ItemVariant(int32_t index, IVariant** out) {
 // a second call.
 HRESULT ParameterCollection::put_Item(int32_t index, IUnknown* value) {
     if (!inRange(index)) return E_INVALIDARG;
-    lock();
-    const HRESULT result = replaceValue(index, value);
-    unlock();
-    return result;
+    const Held held(*this);
+    return replaceValue(index, value);
 }
 
 HRESULT ParameterCollection::get_ItemDescriptor(int32_t index, IUnknown** out) {
     if (!inRange(index)) return E_INVALIDARG;
     if (!out) return E_POINTER;
-    lock();
+    const Held held(*this);
     SmartPtr<IUnknown> descriptor;
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < m_Count) descriptor = m_Items[index]->descriptor;
     }
     *out = descriptor.detach();
-    unlock();
     return *out ? S_OK : E_FAIL;
 }
 
 HRESULT ParameterCollection::put_ItemDescriptor(int32_t index, IUnknown* descriptor) {
     if (!inRange(index)) return E_INVALIDARG;
-    lock();
     SmartPtr<IUnknown> replaced(descriptor);
+    const Held held(*this);
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
         if (index < m_Count) swapInto(m_Items[index]->descriptor, replaced);
     }
-    unlock();
     return S_OK;
 }
 
@@ -222,15 +207,13 @@ HRESULT ParameterCollection::put_ItemFlags(int32_t index, int32_t flags) {
 // --- IParametersCreatable --------------------------------------------------
 
 HRESULT ParameterCollection::Add(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags) {
-    lock();
-    const HRESULT result = AddNOLOCK(name, value, descriptor, flags);
-    unlock();
-    return result;
+    const Held held(*this);
+    return AddNOLOCK(name, value, descriptor, flags);
 }
 
 HRESULT ParameterCollection::Remove(int32_t index) {
     if (!inRange(index)) return E_INVALIDARG;
-    lock();
+    const Held held(*this);
     PARAMETEROBJECT* removed = nullptr;
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
@@ -242,14 +225,12 @@ HRESULT ParameterCollection::Remove(int32_t index) {
         }
     }
     freeRecord(removed);
-    unlock();
     return S_OK;
 }
 
 HRESULT ParameterCollection::RemoveAll() {
-    lock();
+    const Held held(*this);
     freeAllRecords();
-    unlock();
     return S_OK;
 }
 
@@ -270,7 +251,7 @@ HRESULT ParameterCollection::Copy(IParameters* source, bool creatable) {
             Set(name.get(), copy.get(), descriptor.get(), flags, 3);
             continue;
         }
-        lock();
+        const Held held(*this);
         int32_t found = -1;
         if (get_IndexNOLOCK(name.get(), &found) >= 0 && inRange(found)) {
             put_ItemNOLOCK(found, copy.get());
@@ -278,13 +259,12 @@ HRESULT ParameterCollection::Copy(IParameters* source, bool creatable) {
         } else {
             AddNOLOCK(name.get(), copy.get(), descriptor.get(), flags);
         }
-        unlock();
     }
     return S_OK;
 }
 
 HRESULT ParameterCollection::Sort(int32_t mode) {
-    lock();
+    const Held held(*this);
     {
         std::lock_guard<RecordGuard> guard(m_Guard);
         if (m_Count > 1) {
@@ -295,12 +275,11 @@ HRESULT ParameterCollection::Sort(int32_t mode) {
             }
         }
     }
-    unlock();
     return S_OK;
 }
 
 HRESULT ParameterCollection::Set(IUnknown* key, IUnknown* value, IUnknown* descriptor, int32_t flags, int16_t mode) {
-    lock();
+    const Held held(*this);
     HRESULT result = S_OK;
     int32_t index = -1;
     if (get_IndexNOLOCK(key, &index) >= 0) {
@@ -320,7 +299,6 @@ HRESULT ParameterCollection::Set(IUnknown* key, IUnknown* value, IUnknown* descr
     } else {
         result = E_FAIL;
     }
-    unlock();
     return result;
 }
 

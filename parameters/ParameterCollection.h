@@ -146,6 +146,18 @@ public:
 private:
     struct Snapshot;
 
+    // The collection lock held for a scope, released on every path out.
+    class Held {
+    public:
+        explicit Held(ParameterCollection& collection) : m_Collection(collection) { m_Collection.lock(); }
+        ~Held() { m_Collection.unlock(); }
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+
+    private:
+        ParameterCollection& m_Collection;
+    };
+
     void lock() {
         if (m_OwnLock) {
             m_Face->CollectionLock();
