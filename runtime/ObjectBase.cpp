@@ -1,21 +1,34 @@
 #include "runtime/ObjectBase.h"
 
-HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceEntry* entries, uint64_t filter, const IID& iid,
-                             void** out, IUnknown* delegate) {
+namespace {
+
+HRESULT answer(IUnknown* object, const InterfaceEntry& entry, const IID& iid, void** out, IUnknown* delegate) {
+    if (entry.offset == kDelegatedEntry) return delegate ? delegate->QueryInterface(iid, out) : E_NOINTERFACE;
+    auto* face = reinterpret_cast<IUnknown*>(reinterpret_cast<char*>(object) + entry.offset);
+    face->AddRef();
+    *out = face;
+    return S_OK;
+}
+
+}  // namespace
+
+// IUnknown is in no table: it is looked for only when the table has no
+// entry, so the entries are found first.
+HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const IID& iid, void** out,
+                             IUnknown* delegate) {
     if (!out) return E_POINTER;
+    *out = nullptr;
+    const uint8_t slot = map.index.slots[interfaceHash(iid)];
+    if (slot == kSeveralEntries) {
+        for (size_t i = 0; i < map.count; ++i) {
+            if (*map.entries[i].iid == iid) return answer(object, map.entries[i], iid, out, delegate);
+        }
+    } else if (slot != kNoEntry && *map.entries[slot - 1].iid == iid) {
+        return answer(object, map.entries[slot - 1], iid, out, delegate);
+    }
     if (iid == IID_IUnknown) {
         object->AddRef();
         *out = object;
-        return S_OK;
-    }
-    *out = nullptr;
-    if ((filter & object_detail::filterBit(iid)) == 0) return E_NOINTERFACE;
-    for (const InterfaceEntry* entry = entries; entry->iid; ++entry) {
-        if (!(*entry->iid == iid)) continue;
-        if (entry->offset == kDelegatedEntry) return delegate ? delegate->QueryInterface(iid, out) : E_NOINTERFACE;
-        auto* face = reinterpret_cast<IUnknown*>(reinterpret_cast<char*>(object) + entry->offset);
-        face->AddRef();
-        *out = face;
         return S_OK;
     }
     return E_NOINTERFACE;

@@ -10,6 +10,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <new>
@@ -36,11 +37,34 @@ struct InterfaceEntry {
 };
 constexpr intptr_t kDelegatedEntry = INTPTR_MIN;
 
-// The walk every class shares. `filter` summarises the table's identifiers
-// (an identifier whose bit is not set is refused at once); `delegate`
-// answers the delegated entries (null: they are unknown).
-HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceEntry* entries, uint64_t filter, const IID& iid,
-                             void** out, IUnknown* delegate);
+// A table's index, made at compile time: for each of 64 hash values of an
+// identifier, the entry with that hash (its position plus one), kNoEntry
+// when none has it, kSeveralEntries when more than one has it. A miss and
+// most hits are settled without walking the table.
+constexpr uint8_t kNoEntry = 0;
+constexpr uint8_t kSeveralEntries = 0xFF;
+struct InterfaceIndex {
+    uint8_t slots[64];
+};
+constexpr unsigned interfaceHash(const IID& iid) {
+    uint32_t mixed = iid.words[0] ^ iid.words[3];
+    mixed ^= mixed >> 16;
+    mixed ^= mixed >> 8;
+    return mixed & 63u;
+}
+
+// A class's table with its index.
+struct InterfaceMap {
+    const InterfaceEntry* entries;
+    size_t count;
+    InterfaceIndex index;
+};
+
+// The walk every class shares: the index, then the table's entries where
+// the index names several. `delegate` answers the delegated entries (null:
+// they are unknown).
+HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const IID& iid, void** out,
+                             IUnknown* delegate);
 
 // The base of every step object, with the operations that do not depend on
 // the class: the construction hooks, the lock and the count.
@@ -162,13 +186,15 @@ struct EntryOf<Delegated<I>> {
     static constexpr bool kDelegated = true;
 };
 
-// A one-word summary of a table's identifiers: an identifier whose bit is
-// not set is in no table entry, and is refused without walking the table.
-constexpr uint64_t filterBit(const IID& iid) {
-    uint32_t mixed = iid.words[0] ^ iid.words[3];
-    mixed ^= mixed >> 16;
-    mixed ^= mixed >> 8;
-    return uint64_t{1} << (mixed & 63u);
+template <size_t N>
+constexpr InterfaceIndex indexOf(const IID* const (&identifiers)[N]) {
+    static_assert(N < kSeveralEntries, "a table indexes fewer than 255 entries");
+    InterfaceIndex index{};
+    for (size_t i = 0; i < N; ++i) {
+        uint8_t& slot = index.slots[interfaceHash(*identifiers[i])];
+        slot = slot == kNoEntry ? static_cast<uint8_t>(i + 1) : kSeveralEntries;
+    }
+    return index;
 }
 
 // The offset of T's base I from T's start, as ATL computes it: on an
@@ -197,8 +223,9 @@ template <class T, class... Entries>
 struct InterfaceTable<T, InterfaceList<Entries...>> {
     static_assert((isListedOnce<Entries, Entries...>() && ...), "an interface is listed twice");
     static constexpr bool kHasDelegated = (EntryOf<Entries>::kDelegated || ...);
-    static constexpr uint64_t kFilter = (uint64_t{0} | ... | filterBit(iidOf<typename EntryOf<Entries>::Interface>()));
+    static constexpr const IID* kIdentifiers[] = {&iidOf<typename EntryOf<Entries>::Interface>()...};
     static const InterfaceEntry entries[sizeof...(Entries) + 1];
+    static constexpr InterfaceMap kMap = {entries, sizeof...(Entries), indexOf(kIdentifiers)};
 };
 
 template <class T, class... Entries>
@@ -217,7 +244,7 @@ public:
     static HRESULT queryInterface(T* object, const IID& iid, void** out) {
         IUnknown* delegate = nullptr;
         if constexpr (Table::kHasDelegated) delegate = object->queryDelegate();
-        return OBJECTQueryInterface(primary(object), Table::entries, Table::kFilter, iid, out, delegate);
+        return OBJECTQueryInterface(primary(object), Table::kMap, iid, out, delegate);
     }
     static IUnknown* primary(T* object) { return static_cast<IUnknown*>(static_cast<CObject<T>*>(object)); }
 };
