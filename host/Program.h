@@ -5,14 +5,29 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
 
+// One object of the simulated host as the file declares it: its kind (an
+// element name that host/ProgramObjects.cpp knows), its name, its other
+// attributes in order, and the elements inside it (the buttons of a button
+// set, the tabs of a tab set), read the same way.
 struct ProgramObject {
     std::wstring name;
-    std::string kind;  // "refreshable" or "object"
+    std::string kind;
+    std::vector<std::pair<std::string, std::wstring>> attributes;
+    std::vector<ProgramObject> children;
     int line = 0;
+
+    // The attribute's text, or null when the element has none of that name.
+    const std::wstring* attribute(const std::string& attributeName) const {
+        for (const auto& entry : attributes) {
+            if (entry.first == attributeName) return &entry.second;
+        }
+        return nullptr;
+    }
 };
 
 struct ProgramSetting {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -34,6 +35,34 @@ std::string xmlError(const tinyxml2::XMLDocument& document) {
     for (char& c : what) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     const int line = document.ErrorLineNum() > 0 ? document.ErrorLineNum() : 1;
     return programError(line, "not well-formed XML (" + what + ")");
+}
+
+// An object with its attributes and the elements inside it, each of a kind
+// the simulated host knows.
+bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std::string& error, int depth = 0) {
+    object.kind = element->Name();
+    object.line = element->GetLineNum();
+    if (!findObjectKind(object.kind)) {
+        error = programError(object.line, "unknown kind of object <" + object.kind + ">");
+        return false;
+    }
+    if (depth > 16) {
+        error = programError(object.line, "objects nest at most 16 deep");
+        return false;
+    }
+    for (const tinyxml2::XMLAttribute* a = element->FirstAttribute(); a; a = a->Next()) {
+        if (std::strcmp(a->Name(), "name") == 0) {
+            object.name = widen(a->Value());
+        } else {
+            object.attributes.emplace_back(a->Name(), widen(a->Value()));
+        }
+    }
+    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child; child = child->NextSiblingElement()) {
+        ProgramObject inner;
+        if (!parseObject(child, inner, error, depth + 1)) return false;
+        object.children.push_back(std::move(inner));
+    }
+    return true;
 }
 
 bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
@@ -116,11 +145,8 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
             const std::string kind = item->Name();
             const int line = item->GetLineNum();
             if (name == "objects") {
-                if (kind != "refreshable" && kind != "object") {
-                    error = programError(line, "unknown kind of object <" + kind + ">");
-                    return false;
-                }
-                ProgramObject object{attribute(item, "name"), kind, line};
+                ProgramObject object;
+                if (!parseObject(item, object, error)) return false;
                 if (object.name.empty()) {
                     error = programError(line, "an object needs a name");
                     return false;

@@ -8,6 +8,7 @@
 #include "host/ClassFactory.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
+#include "host/ProgramObjects.h"
 #include "host/ProgramReader.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
@@ -101,14 +102,8 @@ void ProgramRunner::replaceSteps(std::vector<Step> loaded) {
 
 bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
     for (const ProgramObject& object : program.objects) {
-        SmartPtr<IUnknown> made;
-        if (object.kind == "refreshable") {
-            made = make<RefreshableObject>(narrow(object.name)).query<IUnknown>();
-        } else {
-            SmartPtr<SuperCollection> plain = make<SuperCollection>();
-            plain->setLabel(narrow(object.name));
-            made = plain.query<IUnknown>();
-        }
+        SmartPtr<IUnknown> made = makeProgramObject(object, m_Objects.get(), error);
+        if (!made) return false;
         m_Objects->Add(makeString(object.name).get(), made.get(), nullptr, 0);
         m_Labels.push_back(narrow(object.name));
     }

@@ -10,6 +10,7 @@
 #include "host/Collections.h"
 #include "host/Inputs.h"
 #include "host/UserInterface.h"
+#include "host/Windows.h"
 #include "support/HostTest.h"
 #include "support/TestStep.h"
 
@@ -17,25 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A window of the host that shows one object; the stand-in grows its own
-// with the steps that drive windows.
-class HostWindow final : public host::Object<HostWindow, IHostWindow> {
-public:
-    static constexpr char kLedgerName[] = "TestHostWindow";
-    using Answered = host::Answers<IHostWindow>;
-    explicit HostWindow(IUnknown* hosted) : m_Hosted(hosted) {}
-    HRESULT get_HostedObject(IUnknown** out) override {
-        if (!out) return E_POINTER;
-        *out = SmartPtr<IUnknown>(m_Hosted).detach();
-        return *out ? S_OK : E_FAIL;
-    }
-    HRESULT Show(int32_t, int32_t) override { return S_OK; }
-    HRESULT get_Area(int32_t*) override { return E_NOTIMPL; }
-    HRESULT put_Area(const int32_t*) override { return E_NOTIMPL; }
-
-private:
-    SmartPtr<IUnknown> m_Hosted;
-};
+using host::HostWindow;
 
 SmartPtr<IString> text(const wchar_t* characters) { return ISCreate(characters); }
 
@@ -56,8 +39,8 @@ using Toolkit = HostTest;
 TEST_F(Toolkit, ABoundObjectIsResolvedDirectlyThroughAMonikerOrThroughAHostWindow) {
     SmartPtr<host::RefreshableObject> view = host::make<host::RefreshableObject>("View");
     IUnknown* viewObject = static_cast<IUnknown*>(view.get());
-    SmartPtr<HostWindow> window = host::make<HostWindow>(viewObject);
-    IUnknown* windowObject = static_cast<IUnknown*>(window.get());
+    SmartPtr<HostWindow> window = host::make<HostWindow>("Window", viewObject);
+    IUnknown* windowObject = static_cast<IHostWindow*>(window.get());
     SmartPtr<host::SuperCollection> withView = programWith(L"View", viewObject);
     SmartPtr<host::SuperCollection> withWindow = programWith(L"Window", windowObject);
     SmartPtr<host::CollectionMoniker> toView = monikerFor(L"View", withView.get());

@@ -1,0 +1,38 @@
+// The kinds of object a program file can declare, and how each is made.
+// Every kind is one line of the table in ProgramObjects.cpp.
+#pragma once
+
+#include <string>
+
+#include "host/Collections.h"
+#include "host/Program.h"
+#include "runtime/SmartPtr.h"
+
+namespace host {
+
+// Makes the object an element declares. `made` holds the objects declared
+// before it, by name (a window names the object it hosts). Null with
+// "line N: why" in `error` when the element cannot be made.
+using ObjectMaker = SmartPtr<IUnknown> (*)(const ProgramObject& object, SuperCollection* made, std::string& error);
+
+struct ObjectKind {
+    const char* kind;
+    ObjectMaker make;
+};
+
+// The kind of that element name, or null.
+const ObjectKind* findObjectKind(const std::string& kind);
+
+// Makes the object, labelled with its name for the trace.
+SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollection* made, std::string& error);
+
+// For makers: an object declared earlier, by the name in `attribute`; null
+// (with `error`) when the attribute names none. No attribute: null, no error.
+SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribute, SuperCollection* made,
+                               std::string& error);
+// For makers: an integer attribute, or `fallback` when absent; false with
+// `error` when it is not a whole number.
+bool integerAttribute(const ProgramObject& object, const char* attribute, int32_t fallback, int32_t& value,
+                      std::string& error);
+
+}  // namespace host

@@ -1,0 +1,53 @@
+// Windows of the simulated host: a host window shows one object, has an
+// area on the screen and takes pointer events. Each records what is done to
+// it, under its label.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/HostObject.h"
+
+namespace host {
+
+// One pointer event as a window received it.
+struct MouseEvent {
+    int32_t button = 0;
+    int32_t state = 0;
+    int32_t modifiers = 0;
+    double x = 0.0;
+    double y = 0.0;
+    int32_t area[4] = {0, 0, 0, 0};
+};
+
+class HostWindow final : public Object<HostWindow, IHostWindow, IWindow, IUIMouseInput> {
+public:
+    static constexpr char kLedgerName[] = "HostWindow";
+    using Answered = Answers<IHostWindow, IWindow, IUIMouseInput>;
+
+    explicit HostWindow(std::string label = "Window", IUnknown* hosted = nullptr);
+
+    // The hosted object, with a new reference; 0x80004005 when it shows none.
+    HRESULT get_HostedObject(IUnknown** out) override;
+    HRESULT Show(int32_t a, int32_t b) override;
+    HRESULT get_Area(int32_t rect[4]) override;
+    HRESULT put_Area(const int32_t rect[4]) override;
+    HRESULT SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) override;
+
+    void setHosted(IUnknown* hosted);
+    std::vector<MouseEvent> mouseEvents() const;
+    int32_t shows() const;
+
+private:
+    mutable std::mutex m_Mutex;
+    SmartPtr<IUnknown> m_Hosted;
+    int32_t m_Area[4] = {0, 0, 0, 0};
+    std::vector<MouseEvent> m_MouseEvents;
+    int32_t m_Shows = 0;
+};
+
+// "(1, 2, 3, 4)", as the trace writes an area.
+std::string areaText(const int32_t area[4]);
+
+}  // namespace host
