@@ -17,6 +17,7 @@
 #include "host/Variants.h"
 #include "support/TestStep.h"
 #include "support/HostTest.h"
+#include "support/CollectionText.h"
 
 namespace {
 
@@ -42,20 +43,6 @@ SmartPtr<T> makeCollection() {
     SmartPtr<IUnknown> object;
     CObject<T>::_CreateInstance(nullptr, &IID_IUnknown, object.put_void());
     return SmartPtr<T>(static_cast<T*>(static_cast<CObject<T>*>(object.get())));
-}
-
-std::wstring nameAt(IParameters* parameters, int32_t index) {
-    SmartPtr<IString> name;
-    parameters->get_ItemName(index, name.put());
-    return textOf(name.get());
-}
-
-std::vector<std::wstring> namesOf(IParameters* parameters) {
-    int32_t count = 0;
-    parameters->get_Count(&count);
-    std::vector<std::wstring> names;
-    for (int32_t i = 0; i < count; ++i) names.push_back(nameAt(parameters, i));
-    return names;
 }
 
 int32_t integerAt(IParameters* parameters, int32_t index) {

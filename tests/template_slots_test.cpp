@@ -19,6 +19,7 @@
 #include "host/XmlStream.h"
 #include "runtime/Interfaces.h"
 #include "support/HostTest.h"
+#include "support/CollectionText.h"
 
 namespace {
 
@@ -116,20 +117,6 @@ struct VariantNames {
     }
 };
 
-std::wstring nameAt(IParameters* parameters, int32_t index) {
-    SmartPtr<IString> name;
-    parameters->get_ItemName(index, name.put());
-    return textOf(name.get());
-}
-
-std::vector<std::wstring> namesOf(IParameters* parameters) {
-    int32_t count = 0;
-    parameters->get_Count(&count);
-    std::vector<std::wstring> names;
-    for (int32_t i = 0; i < count; ++i) names.push_back(nameAt(parameters, i));
-    return names;
-}
-
 std::wstring textOfValue(IVariant* value) {
     if (!value) return L"(none)";
     if (value->IsString()) {
@@ -161,21 +148,6 @@ std::vector<int32_t> flagsOf(IParameters* parameters) {
     std::vector<int32_t> flags(static_cast<size_t>(count), -1);
     for (int32_t i = 0; i < count; ++i) parameters->get_ItemFlags(i, &flags[static_cast<size_t>(i)]);
     return flags;
-}
-
-// The document's text without the declaration, its lines joined without
-// their indentation.
-std::string body(host::XmlStream* stream) {
-    const std::string text = stream->save();
-    std::string joined;
-    for (size_t start = text.find('\n') + 1; start < text.size();) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const size_t first = text.find_first_not_of(' ', start);
-        if (first < end) joined += text.substr(first, end - first);
-        start = end + 1;
-    }
-    return joined;
 }
 
 std::vector<std::wstring> entriesOf(const SmartPtr<host::FolderStream>& folder) {

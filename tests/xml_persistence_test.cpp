@@ -13,6 +13,7 @@
 #include "parameters/IParametersImpl.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
+#include "support/CollectionText.h"
 #include "support/TestStep.h"
 #include "support/Parameters.h"
 
@@ -36,21 +37,6 @@ IUnknown* unknown(CXmlCollection* collection) { return static_cast<IParametersCr
 
 void add(CXmlCollection* collection, const wchar_t* name, IUnknown* value, IUnknown* descriptor, int32_t flags) {
     collection->Add(host::makeString(name).get(), value, descriptor, flags);
-}
-
-// The document's text without the declaration, its lines joined without
-// their indentation.
-std::string body(host::XmlStream* stream) {
-    const std::string text = stream->save();
-    std::string joined;
-    for (size_t start = text.find('\n') + 1; start < text.size();) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const size_t first = text.find_first_not_of(' ', start);
-        if (first < end) joined += text.substr(first, end - first);
-        start = end + 1;
-    }
-    return joined;
 }
 
 class XmlPersistence : public HostTest {
