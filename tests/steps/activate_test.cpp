@@ -15,22 +15,14 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-struct ActivateStep {
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;  // "ActivateObject"
-};
+using ActivateStep = DrivenStep;
 
 }  // namespace
 
 class ActivateStepTest : public HostTest {
 protected:
     ActivateStep make() {
-        ActivateStep made;
-        made.step = createStep<IStep>(L"GCUIActivate");
-        made.parameters = made.step.query<IParameters>();
-        SmartPtr<IInputParameters> inputs = made.step.query<IInputParameters>();
-        if (auto* list = dynamic_cast<host::InputParameters*>(inputs.get())) made.input = list->input(L"ActivateObject");
+        ActivateStep made = driven(createStep<IStep>(L"GCUIActivate"), L"ActivateObject");
         host::Recorder::clear();
         return made;
     }

@@ -9,6 +9,7 @@
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
+#include "support/Bindings.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -16,20 +17,16 @@ namespace {
 using Calls = std::vector<std::string>;
 using Role = host::ButtonSet::Role;
 
-struct ButtonSelectStep {
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;  // "Buttons"
+using ButtonSelectStep = DrivenStep;
 
-    // Runs with "Button" and "Select" set; what the host saw.
-    Calls run(const SmartPtr<IVariant>& button, const SmartPtr<IVariant>& select) {
-        parameters->put_Item(0, button.get());
-        parameters->put_Item(1, select.get());
-        host::Recorder::clear();
-        EXPECT_EQ(step->TurnOn(), S_OK);
-        return host::Recorder::take();
-    }
-};
+// Runs with "Button" and "Select" set; what the host saw.
+Calls run(ButtonSelectStep& select, const SmartPtr<IVariant>& button, const SmartPtr<IVariant>& value) {
+    select.parameters->put_Item(0, button.get());
+    select.parameters->put_Item(1, value.get());
+    host::Recorder::clear();
+    EXPECT_EQ(select.step->TurnOn(), S_OK);
+    return host::Recorder::take();
+}
 
 SmartPtr<IVariant> number(int32_t value) { return host::makeVariant(value); }
 SmartPtr<IVariant> text(const wchar_t* value) { return host::makeVariant(std::wstring(value)); }
@@ -50,11 +47,7 @@ SmartPtr<host::ButtonSet> buttonBar(Role role) {
 class ButtonSelectStepTest : public HostTest {
 protected:
     ButtonSelectStep make(IUnknown* bound = nullptr) {
-        ButtonSelectStep made;
-        made.step = createStep<IStep>(L"GCUIButtonSelect");
-        made.parameters = made.step.query<IParameters>();
-        SmartPtr<IInputParameters> inputs = made.step.query<IInputParameters>();
-        if (auto* list = dynamic_cast<host::InputParameters*>(inputs.get())) made.input = list->input(L"Buttons");
+        ButtonSelectStep made = driven(createStep<IStep>(L"GCUIButtonSelect"), L"Buttons");
         if (bound) made.input->put_Object(bound);
         return made;
     }
@@ -66,7 +59,7 @@ TEST_F(ButtonSelectStepTest, ANegativeNumberDeselectsEveryButtonAndWorksNone) {
         for (SmartPtr<IVariant> button : {number(-1), number(-7), host::makeVariant(-0.5 - 1)}) {
             SmartPtr<host::ButtonSet> bar = buttonBar(role);
             ButtonSelectStep select = make(unknown(bar.get()));
-            EXPECT_EQ(select.run(button, number(1)), (Calls{"Bar.put_PropertyAll(15, 0)", "Bar.Refresh(0)"}));
+            EXPECT_EQ(run(select, button, number(1)), (Calls{"Bar.put_PropertyAll(15, 0)", "Bar.Refresh(0)"}));
             EXPECT_EQ(bar->itemsTaken(), 0) << "no single button is touched";
             EXPECT_TRUE(bar->commands().empty());
             for (int32_t i = 0; i < 3; ++i) EXPECT_EQ(bar->button(i)->property(host::kButtonSelected), 0);
@@ -75,7 +68,7 @@ TEST_F(ButtonSelectStepTest, ANegativeNumberDeselectsEveryButtonAndWorksNone) {
     // A text that reads as a negative number is a name, which no button bears.
     SmartPtr<host::ButtonSet> bar = buttonBar(Role::Plain);
     ButtonSelectStep select = make(unknown(bar.get()));
-    EXPECT_EQ(select.run(text(L"-1"), number(1)), Calls{"Bar.Refresh(0)"});
+    EXPECT_EQ(run(select, text(L"-1"), number(1)), Calls{"Bar.Refresh(0)"});
     EXPECT_EQ(bar->button(0)->property(host::kButtonSelected), 1);
 }
 
@@ -98,7 +91,7 @@ TEST_F(ButtonSelectStepTest, ANameOrANumberFindsTheButton) {
         {text(L""), number(1), {"Bar.Refresh(0)"}},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(select.run(c.button, c.select), c.calls) << "case " << &c - cases;
+        EXPECT_EQ(run(select, c.button, c.select), c.calls) << "case " << &c - cases;
     }
     EXPECT_EQ(bar->button(1)->property(host::kButtonSelected), 1);
     EXPECT_EQ(bar->button(2)->property(host::kButtonSelected), 0);
@@ -110,9 +103,9 @@ TEST_F(ButtonSelectStepTest, AToolbarRunsTheCommandWhateverSelectSays) {
     SmartPtr<host::ButtonSet> bar = buttonBar(Role::Toolbar);
     ButtonSelectStep select = make(unknown(bar.get()));
     for (SmartPtr<IVariant> value : {number(0), number(1), text(L"no")}) {
-        EXPECT_EQ(select.run(text(L"Stop"), value), (Calls{"Bar.RunCommand(103)", "Bar.Refresh(0)"}));
+        EXPECT_EQ(run(select, text(L"Stop"), value), (Calls{"Bar.RunCommand(103)", "Bar.Refresh(0)"}));
     }
-    EXPECT_EQ(select.run(number(1), number(1)), (Calls{"Bar.RunCommand(102)", "Bar.Refresh(0)"}));
+    EXPECT_EQ(run(select, number(1), number(1)), (Calls{"Bar.RunCommand(102)", "Bar.Refresh(0)"}));
     EXPECT_EQ(bar->commands(), (std::vector<int32_t>{103, 103, 103, 102}));
     EXPECT_FALSE(bar->button(2)->pressed());
 }
@@ -136,7 +129,7 @@ TEST_F(ButtonSelectStepTest, AToolbarHostPressesRunsAndReleasesPushButtonsOnly) 
         {L"Stop", text(L"pressed"), {"Bar.Stop.Unpress", "Bar.Refresh(0)"}, false},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(select.run(text(c.button), c.select), c.calls) << host::narrow(c.button);
+        EXPECT_EQ(run(select, text(c.button), c.select), c.calls) << host::narrow(c.button);
         int32_t index = -1;
         bar->get_Index(text(c.button).get(), &index);
         EXPECT_EQ(bar->button(index)->pressed(), c.pressedAfter) << host::narrow(c.button);
@@ -154,7 +147,7 @@ TEST_F(ButtonSelectStepTest, TheBindingIsFollowedThroughAMonikerAndAWindow) {
     select.step.query<IBindableObject>()->Bind(static_cast<INamedCollection*>(objects.get()), nullptr);
 
     Calls barCalls;
-    for (const std::string& call : select.run(text(L"Stop"), number(1))) {
+    for (const std::string& call : run(select, text(L"Stop"), number(1))) {
         if (call.rfind("Bar.", 0) == 0) barCalls.push_back(call);
     }
     EXPECT_EQ(barCalls, (Calls{"Bar.Stop.Press", "Bar.RunCommand(103, 0)", "Bar.Stop.Unpress", "Bar.Refresh(0)"}));
@@ -164,18 +157,18 @@ TEST_F(ButtonSelectStepTest, TheBindingIsFollowedThroughAMonikerAndAWindow) {
 TEST_F(ButtonSelectStepTest, BadInputWorksNoButtonAndStillSucceeds) {
     // Unbound, and without an input list at all.
     ButtonSelectStep unbound = make();
-    EXPECT_TRUE(unbound.run(number(0), number(1)).empty());
-    EXPECT_TRUE(unbound.run(number(-1), number(1)).empty());
+    EXPECT_TRUE(run(unbound, number(0), number(1)).empty());
+    EXPECT_TRUE(run(unbound, number(-1), number(1)).empty());
 
     // Bound to objects that are no button set: refreshed when they can be.
     SmartPtr<host::RefreshableObject> view = host::make<host::RefreshableObject>("View");
     ButtonSelectStep refreshable = make(static_cast<IUIRefreshableObject*>(view.get()));
-    EXPECT_EQ(refreshable.run(number(-1), number(1)), Calls{"View.Refresh(0)"});
-    EXPECT_EQ(refreshable.run(text(L"Start"), number(1)), Calls{"View.Refresh(0)"});
+    EXPECT_EQ(run(refreshable, number(-1), number(1)), Calls{"View.Refresh(0)"});
+    EXPECT_EQ(run(refreshable, text(L"Start"), number(1)), Calls{"View.Refresh(0)"});
     ButtonSelectStep plain = make(host::makeString(L"not buttons").query<IUnknown>().get());
-    EXPECT_TRUE(plain.run(number(0), number(1)).empty());
+    EXPECT_TRUE(run(plain, number(0), number(1)).empty());
     ButtonSelectStep nowhere = make(host::make<host::CollectionMoniker>(L"Nowhere").query<IUnknown>().get());
-    EXPECT_TRUE(nowhere.run(number(0), number(1)).empty());
+    EXPECT_TRUE(run(nowhere, number(0), number(1)).empty());
 
     // "Button" supplied as an object by a bound parameter designates nothing.
     SmartPtr<host::ButtonSet> bar = buttonBar(Role::ToolbarHost);
@@ -183,7 +176,7 @@ TEST_F(ButtonSelectStepTest, BadInputWorksNoButtonAndStillSucceeds) {
     SmartPtr<host::InputParameter> binding = host::make<host::InputParameter>();
     binding->put_Object(host::make<host::SuperCollection>().query<IUnknown>().get());
     select.parameters->put_ItemDescriptor(0, static_cast<IInputParameter*>(binding.get()));
-    Calls calls = select.run(number(0), number(1));
+    Calls calls = run(select, number(0), number(1));
     ASSERT_FALSE(calls.empty());
     EXPECT_EQ(calls.back(), "Bar.Refresh(0)");
     EXPECT_EQ(bar->itemsTaken(), 0);
