@@ -3,6 +3,8 @@
 #include <cwchar>
 #include <iterator>
 
+#include "host/Activation.h"
+#include "host/Buttons.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
@@ -40,6 +42,9 @@ const ObjectKind kKinds[] = {
     {"object", &makePlain},
     {"refreshable", &makeRefreshable},
     {"window", &makeWindow},
+    {"activatable", &makeProgramActivatable},
+    {"buttons", &makeProgramButtons},
+    {"button", &makeProgramButton},
 };
 
 }  // namespace

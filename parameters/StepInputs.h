@@ -32,6 +32,9 @@ public:
 
     // The object bound to the input at index, or null (unbound, no input list).
     SmartPtr<IUnknown> inputObject(int32_t index) const;
+    // The input record at index (its binding: bound object, item name and
+    // index), or null (no such input, no input list, not a record).
+    SmartPtr<IInputParameter> inputRecord(int32_t index) const;
 
     // Declares the inputs on the input list, then the parameters, in display
     // order. Results of the host calls are not checked: a step is made even

@@ -4,6 +4,9 @@
 
 namespace {
 
+enum { kActivateObject };  // inputs
+enum { kActivate };        // parameters, in declaration order
+
 const InputDeclaration kInputs[] = {
     {L"ActivateObject", &IID_IActivatableObject, 0},
 };
@@ -25,6 +28,15 @@ public:
     static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
+    // The bound object may be the activatable object, a moniker naming it or
+    // a host window showing it. Nothing to activate is not an error; any
+    // nonzero "Activate" activates, an unreadable one deactivates, and the
+    // object's own answer is the step's result.
+    HRESULT Execute(CStopEvent*) {
+        auto activatable = ResolvedInput<IActivatableObject>(kActivateObject);
+        if (!activatable) return S_OK;
+        return activatable->Activate(readInteger(kActivate) != 0 ? 1 : 0);
+    }
 };
 
 extern const ModuleClass gGCUIActivateClass = moduleClassOf<CGCUIActivate>();

@@ -74,6 +74,13 @@ protected:
     SmartPtr<IString> readText(int32_t index, const wchar_t* defaultText = L"") {
         return this->m_Parameters.readText(index, defaultText);
     }
+    // The parameter's value as it is (a number or a text), or null when it
+    // cannot be read.
+    SmartPtr<IVariant> readVariant(int32_t index) {
+        SmartPtr<IVariant> value;
+        if (this->m_Parameters.get_ItemVariant(index, value.put()) < 0) value = nullptr;
+        return value;
+    }
     // A result written into the parameter at index.
     HRESULT writeInteger(int32_t index, int32_t value) { return this->m_Parameters.writeInteger(index, value); }
     HRESULT writeDouble(int32_t index, double value) { return this->m_Parameters.writeDouble(index, value); }

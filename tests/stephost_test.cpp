@@ -54,8 +54,25 @@ TEST(StepHost, RunsTheDemonstrationWithATrace) {
     EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
 }
 
+TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
+    const Outcome activate = stephost({"run", example("activate.xml")});
+    EXPECT_EQ(activate.status, 0) << activate.output;
+    EXPECT_NE(activate.output.find("PanelWindow    get_HostedObject\n"
+                                   "                        Panel          Activate(0)"),
+              std::string::npos)
+        << activate.output;
+    const Outcome buttons = stephost({"run", example("button-select.xml")});
+    EXPECT_EQ(buttons.status, 0) << buttons.output;
+    for (const char* effect : {"Tools          RunCommand(102)", "Pumps          Start.Unpress",
+                               "Modes          put_PropertyAll(15, 0)", "Modes          Auto.put_Property(15, 1)"}) {
+        EXPECT_NE(buttons.output.find(effect), std::string::npos) << effect << "\n" << buttons.output;
+    }
+    EXPECT_EQ(buttons.output.find("Hold.Unpress"), std::string::npos) << "a toggle stays pressed";
+    EXPECT_EQ(buttons.output.find("host objects still alive"), std::string::npos) << buttons.output;
+}
+
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
-    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml"}) {
+    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;

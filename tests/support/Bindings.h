@@ -7,12 +7,37 @@
 #include <cstring>
 #include <cwchar>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/HostObject.h"
 #include "host/Inputs.h"
 #include "host/Variants.h"
 #include "parameters/IParametersImpl.h"
+
+// The step's input of that name, from the host's input list; null when the
+// step has no input list or no such input.
+inline SmartPtr<host::InputParameter> stepInput(IUnknown* step, const wchar_t* name) {
+    SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
+    auto* list = dynamic_cast<host::InputParameters*>(inputs.get());
+    return list ? list->input(name) : nullptr;
+}
+
+// A step as a test drives it: the step, its parameters and the binding of
+// one of its inputs.
+struct DrivenStep {
+    SmartPtr<IStep> step;
+    SmartPtr<IParameters> parameters;
+    SmartPtr<host::InputParameter> input;
+};
+
+inline DrivenStep driven(SmartPtr<IStep> step, const wchar_t* inputName) {
+    DrivenStep made;
+    made.parameters = step.query<IParameters>();
+    made.input = stepInput(step.get(), inputName);
+    made.step = std::move(step);
+    return made;
+}
 
 // A binding to a moniker of that name, with an item name and index.
 inline SmartPtr<host::InputParameter> monikerBinding(const std::wstring& monikerName, const std::wstring& itemName,
