@@ -6,6 +6,7 @@
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
+#include "host/Workspace.h"
 
 namespace host {
 
@@ -40,6 +41,8 @@ const ObjectKind kKinds[] = {
     {"object", &makePlain},
     {"refreshable", &makeRefreshable},
     {"window", &makeWindow},
+    {"workspace", &makeWorkspace, L"ActiveWorkspace"},
+    {"screen", &makeScreen, L"GlobalWindowCollection"},
 };
 
 }  // namespace

@@ -9,6 +9,26 @@ std::string areaText(const int32_t area[4]) {
            std::to_string(area[3]) + ")";
 }
 
+MouseEvent mouseEvent(int32_t button, int32_t state, int32_t modifiers, double x, double y, const int32_t* area) {
+    MouseEvent event;
+    event.button = button;
+    event.state = state;
+    event.modifiers = modifiers;
+    event.x = x;
+    event.y = y;
+    if (area) {
+        for (int side = 0; side < 4; ++side) event.area[side] = area[side];
+    }
+    return event;
+}
+
+std::string sendMouseText(const MouseEvent& event) {
+    char position[96];
+    std::snprintf(position, sizeof position, "%g, %g", event.x, event.y);
+    return "SendMouse(" + std::to_string(event.button) + ", " + std::to_string(event.state) + ", " +
+           std::to_string(event.modifiers) + ", " + position + ", " + areaText(event.area) + ")";
+}
+
 HostWindow::HostWindow(std::string label, IUnknown* hosted) : m_Hosted(hosted) { setLabel(std::move(label)); }
 
 HRESULT HostWindow::get_HostedObject(IUnknown** out) {
@@ -42,19 +62,8 @@ HRESULT HostWindow::put_Area(const int32_t rect[4]) {
 }
 
 HRESULT HostWindow::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
-    MouseEvent event;
-    event.button = button;
-    event.state = state;
-    event.modifiers = modifiers;
-    event.x = x;
-    event.y = y;
-    if (area) {
-        for (int side = 0; side < 4; ++side) event.area[side] = area[side];
-    }
-    char position[96];
-    std::snprintf(position, sizeof position, "%g, %g", x, y);
-    record("SendMouse(" + std::to_string(button) + ", " + std::to_string(state) + ", " + std::to_string(modifiers) +
-           ", " + position + ", " + areaText(event.area) + ")");
+    const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
+    record(sendMouseText(event));
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_MouseEvents.push_back(event);
     return S_OK;

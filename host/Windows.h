@@ -50,4 +50,9 @@ private:
 // "(1, 2, 3, 4)", as the trace writes an area.
 std::string areaText(const int32_t area[4]);
 
+// The event that SendMouse delivers (a null area reads as zeros), and the
+// call as the trace writes it: "SendMouse(1, 0, 0, 400, 300, (10, 20, 800, 600))".
+MouseEvent mouseEvent(int32_t button, int32_t state, int32_t modifiers, double x, double y, const int32_t* area);
+std::string sendMouseText(const MouseEvent& event);
+
 }  // namespace host
