@@ -29,6 +29,26 @@ std::string sendMouseText(const MouseEvent& event) {
            std::to_string(event.modifiers) + ", " + position + ", " + areaText(event.area) + ")";
 }
 
+void PointerArea::get(int32_t rect[4]) const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (int side = 0; side < 4; ++side) rect[side] = m_Area[side];
+}
+
+void PointerArea::set(const int32_t rect[4]) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
+}
+
+void PointerArea::receive(const MouseEvent& event) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Events.push_back(event);
+}
+
+std::vector<MouseEvent> PointerArea::events() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Events;
+}
+
 HostWindow::HostWindow(std::string label, IUnknown* hosted) : m_Hosted(hosted) { setLabel(std::move(label)); }
 
 HRESULT HostWindow::get_HostedObject(IUnknown** out) {
@@ -48,24 +68,21 @@ HRESULT HostWindow::Show(int32_t a, int32_t b) {
 
 HRESULT HostWindow::get_Area(int32_t rect[4]) {
     if (!rect) return E_POINTER;
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) rect[side] = m_Area[side];
+    m_Pointer.get(rect);
     return S_OK;
 }
 
 HRESULT HostWindow::put_Area(const int32_t rect[4]) {
     if (!rect) return E_POINTER;
     record("put_Area" + areaText(rect));
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
+    m_Pointer.set(rect);
     return S_OK;
 }
 
 HRESULT HostWindow::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
     const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
     record(sendMouseText(event));
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    m_MouseEvents.push_back(event);
+    m_Pointer.receive(event);
     return S_OK;
 }
 
@@ -78,10 +95,7 @@ void HostWindow::setHosted(IUnknown* hosted) {
     }
 }
 
-std::vector<MouseEvent> HostWindow::mouseEvents() const {
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_MouseEvents;
-}
+std::vector<MouseEvent> HostWindow::mouseEvents() const { return m_Pointer.events(); }
 
 int32_t HostWindow::shows() const {
     std::lock_guard<std::mutex> lock(m_Mutex);

@@ -21,6 +21,21 @@ struct MouseEvent {
     int32_t area[4] = {0, 0, 0, 0};
 };
 
+// An area on the screen that takes pointer events and keeps them: what a host
+// window and a workspace share.
+class PointerArea {
+public:
+    void get(int32_t rect[4]) const;
+    void set(const int32_t rect[4]);
+    void receive(const MouseEvent& event);
+    std::vector<MouseEvent> events() const;
+
+private:
+    mutable std::mutex m_Mutex;
+    int32_t m_Area[4] = {0, 0, 0, 0};
+    std::vector<MouseEvent> m_Events;
+};
+
 class HostWindow final : public Object<HostWindow, IHostWindow, IWindow, IUIMouseInput> {
 public:
     static constexpr char kLedgerName[] = "HostWindow";
@@ -42,8 +57,7 @@ public:
 private:
     mutable std::mutex m_Mutex;
     SmartPtr<IUnknown> m_Hosted;
-    int32_t m_Area[4] = {0, 0, 0, 0};
-    std::vector<MouseEvent> m_MouseEvents;
+    PointerArea m_Pointer;
     int32_t m_Shows = 0;
 };
 

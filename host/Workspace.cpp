@@ -16,28 +16,20 @@ HRESULT Workspace::get_Windows(IUnknown** out) {
 
 HRESULT Workspace::get_Area(int32_t rect[4]) {
     if (!rect) return E_POINTER;
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) rect[side] = m_Area[side];
+    m_Pointer.get(rect);
     return S_OK;
 }
 
 HRESULT Workspace::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
     const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
     record(sendMouseText(event));
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    m_MouseEvents.push_back(event);
+    m_Pointer.receive(event);
     return S_OK;
 }
 
-void Workspace::setArea(const int32_t rect[4]) {
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
-}
+void Workspace::setArea(const int32_t rect[4]) { m_Pointer.set(rect); }
 
-std::vector<MouseEvent> Workspace::mouseEvents() const {
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_MouseEvents;
-}
+std::vector<MouseEvent> Workspace::mouseEvents() const { return m_Pointer.events(); }
 
 SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error) {
     int32_t edges[4] = {0, 0, 0, 0};

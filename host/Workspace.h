@@ -4,7 +4,6 @@
 // windows.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,9 +34,7 @@ public:
 
 private:
     SmartPtr<WindowCollection> m_Windows;
-    mutable std::mutex m_Mutex;
-    int32_t m_Area[4] = {0, 0, 0, 0};
-    std::vector<MouseEvent> m_MouseEvents;
+    PointerArea m_Pointer;
 };
 
 // <workspace name="Desk" left="0" top="0" right="800" bottom="600">
