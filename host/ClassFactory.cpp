@@ -7,6 +7,7 @@
 #include "host/Components.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
+#include "host/MessageWindows.h"
 #include "host/Variants.h"
 #include "host/XmlStream.h"
 
@@ -31,6 +32,7 @@ ClassTable& classTable() {
         standard->factories[L"CollectionMoniker"] = [] { return make<CollectionMoniker>().query<IUnknown>(); };
         standard->factories[L"FolderStream"] = [] { return make<FolderStream>().query<IUnknown>(); };
         standard->factories[L"XmlStream"] = [] { return XmlStream::create(L"Root").query<IUnknown>(); };
+        standard->factories[L"MessageWindow"] = [] { return make<MessageWindow>().query<IUnknown>(); };
         standard->factories[L"GlobalComponentCollection"] = [] {
             return SmartPtr<IUnknown>(makeStandardComponents());
         };

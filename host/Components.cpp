@@ -1,7 +1,9 @@
 #include "host/Components.h"
 
 #include "host/ClassFactory.h"
+#include "host/MessageWindows.h"
 #include "host/Variants.h"
+#include "host/Workspace.h"
 
 namespace host {
 
@@ -163,6 +165,11 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
                                 L"XmlStream"}) {
         components->addClass(name, name);
     }
+    // A new message window for every request; one collection of open
+    // windows and one workspace for the host.
+    components->addClass(L"MessageWindow", L"MessageWindow");
+    components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
+    components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
     return components;
 }
 

@@ -61,8 +61,10 @@ private:
 };
 
 // The global collection with the standard components: "CreatableString",
-// "Variant", "SuperCollection", "ComponentString", "InputParameters" and
-// "InputParameter".
+// "Variant", "SuperCollection", "ComponentString", "InputParameters",
+// "InputParameter", "CollectionMoniker", "FolderStream", "XmlStream",
+// "MessageWindow", "GlobalWindowCollection" (labelled "Windows") and
+// "ActiveWorkspace" (an empty one, labelled "Workspace").
 SmartPtr<ComponentCollection> makeStandardComponents();
 
 }  // namespace host

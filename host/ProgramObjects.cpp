@@ -8,6 +8,7 @@
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
+#include "host/Workspace.h"
 
 namespace host {
 
@@ -45,6 +46,8 @@ const ObjectKind kKinds[] = {
     {"activatable", &makeProgramActivatable},
     {"buttons", &makeProgramButtons},
     {"button", &makeProgramButton},
+    {"workspace", &makeWorkspace, L"ActiveWorkspace"},
+    {"screen", &makeScreen, L"GlobalWindowCollection"},
 };
 
 }  // namespace

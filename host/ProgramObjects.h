@@ -18,6 +18,9 @@ using ObjectMaker = SmartPtr<IUnknown> (*)(const ProgramObject& object, SuperCol
 struct ObjectKind {
     const char* kind;
     ObjectMaker make;
+    // The named host component that a declared object of this kind becomes
+    // for the program's run ("ActiveWorkspace"), or null.
+    const wchar_t* component = nullptr;
 };
 
 // The kind of that element name, or null.

@@ -52,8 +52,8 @@ std::vector<std::pair<std::string, std::string>> parametersOf(IUnknown* step) {
 
 }  // namespace
 
-ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace)
-    : m_Create(create), m_Trace(trace), m_Objects(make<SuperCollection>()) {}
+ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace, ComponentCollection* components)
+    : m_Create(create), m_Trace(trace), m_Components(components), m_Objects(make<SuperCollection>()) {}
 
 ProgramRunner::~ProgramRunner() = default;
 
@@ -106,6 +106,8 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         if (!made) return false;
         m_Objects->Add(makeString(object.name).get(), made.get(), nullptr, 0);
         m_Labels.push_back(narrow(object.name));
+        const ObjectKind* kind = findObjectKind(object.kind);
+        if (kind && kind->component && m_Components) m_Components->addObject(kind->component, made.get());
     }
     for (const ProgramStep& description : program.steps) {
         SmartPtr<IUnknown> step = createModuleObject(m_Create, description.className);

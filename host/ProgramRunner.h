@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/Collections.h"
+#include "host/Components.h"
 #include "host/HostObject.h"
 #include "host/Program.h"
 
@@ -16,7 +17,9 @@ namespace host {
 // runs the steps in order with a trace, and saves them.
 class ProgramRunner {
 public:
-    ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace);
+    // Declared objects that stand for a host component (a workspace) replace
+    // that component in `components`, the collection the module was given.
+    ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace, ComponentCollection* components = nullptr);
     ~ProgramRunner();
 
     // Creates the objects and the steps, sets the parameters, binds the
@@ -52,6 +55,7 @@ private:
 
     CREATEFUNCTIONFUNCTION m_Create;
     std::FILE* m_Trace;
+    SmartPtr<ComponentCollection> m_Components;
     SmartPtr<SuperCollection> m_Objects;
     std::vector<std::string> m_Labels;
     struct Step {

@@ -9,6 +9,46 @@ std::string areaText(const int32_t area[4]) {
            std::to_string(area[3]) + ")";
 }
 
+MouseEvent mouseEvent(int32_t button, int32_t state, int32_t modifiers, double x, double y, const int32_t* area) {
+    MouseEvent event;
+    event.button = button;
+    event.state = state;
+    event.modifiers = modifiers;
+    event.x = x;
+    event.y = y;
+    if (area) {
+        for (int side = 0; side < 4; ++side) event.area[side] = area[side];
+    }
+    return event;
+}
+
+std::string sendMouseText(const MouseEvent& event) {
+    char position[96];
+    std::snprintf(position, sizeof position, "%g, %g", event.x, event.y);
+    return "SendMouse(" + std::to_string(event.button) + ", " + std::to_string(event.state) + ", " +
+           std::to_string(event.modifiers) + ", " + position + ", " + areaText(event.area) + ")";
+}
+
+void PointerArea::get(int32_t rect[4]) const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (int side = 0; side < 4; ++side) rect[side] = m_Area[side];
+}
+
+void PointerArea::set(const int32_t rect[4]) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
+}
+
+void PointerArea::receive(const MouseEvent& event) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Events.push_back(event);
+}
+
+std::vector<MouseEvent> PointerArea::events() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Events;
+}
+
 HostWindow::HostWindow(std::string label, IUnknown* hosted) : m_Hosted(hosted) { setLabel(std::move(label)); }
 
 HRESULT HostWindow::get_HostedObject(IUnknown** out) {
@@ -28,35 +68,21 @@ HRESULT HostWindow::Show(int32_t a, int32_t b) {
 
 HRESULT HostWindow::get_Area(int32_t rect[4]) {
     if (!rect) return E_POINTER;
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) rect[side] = m_Area[side];
+    m_Pointer.get(rect);
     return S_OK;
 }
 
 HRESULT HostWindow::put_Area(const int32_t rect[4]) {
     if (!rect) return E_POINTER;
     record("put_Area" + areaText(rect));
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
+    m_Pointer.set(rect);
     return S_OK;
 }
 
 HRESULT HostWindow::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
-    MouseEvent event;
-    event.button = button;
-    event.state = state;
-    event.modifiers = modifiers;
-    event.x = x;
-    event.y = y;
-    if (area) {
-        for (int side = 0; side < 4; ++side) event.area[side] = area[side];
-    }
-    char position[96];
-    std::snprintf(position, sizeof position, "%g, %g", x, y);
-    record("SendMouse(" + std::to_string(button) + ", " + std::to_string(state) + ", " + std::to_string(modifiers) +
-           ", " + position + ", " + areaText(event.area) + ")");
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    m_MouseEvents.push_back(event);
+    const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
+    record(sendMouseText(event));
+    m_Pointer.receive(event);
     return S_OK;
 }
 
@@ -69,10 +95,7 @@ void HostWindow::setHosted(IUnknown* hosted) {
     }
 }
 
-std::vector<MouseEvent> HostWindow::mouseEvents() const {
-    std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_MouseEvents;
-}
+std::vector<MouseEvent> HostWindow::mouseEvents() const { return m_Pointer.events(); }
 
 int32_t HostWindow::shows() const {
     std::lock_guard<std::mutex> lock(m_Mutex);

@@ -21,6 +21,21 @@ struct MouseEvent {
     int32_t area[4] = {0, 0, 0, 0};
 };
 
+// An area on the screen that takes pointer events and keeps them: what a host
+// window and a workspace share.
+class PointerArea {
+public:
+    void get(int32_t rect[4]) const;
+    void set(const int32_t rect[4]);
+    void receive(const MouseEvent& event);
+    std::vector<MouseEvent> events() const;
+
+private:
+    mutable std::mutex m_Mutex;
+    int32_t m_Area[4] = {0, 0, 0, 0};
+    std::vector<MouseEvent> m_Events;
+};
+
 class HostWindow final : public Object<HostWindow, IHostWindow, IWindow, IUIMouseInput> {
 public:
     static constexpr char kLedgerName[] = "HostWindow";
@@ -42,12 +57,16 @@ public:
 private:
     mutable std::mutex m_Mutex;
     SmartPtr<IUnknown> m_Hosted;
-    int32_t m_Area[4] = {0, 0, 0, 0};
-    std::vector<MouseEvent> m_MouseEvents;
+    PointerArea m_Pointer;
     int32_t m_Shows = 0;
 };
 
 // "(1, 2, 3, 4)", as the trace writes an area.
 std::string areaText(const int32_t area[4]);
+
+// The event that SendMouse delivers (a null area reads as zeros), and the
+// call as the trace writes it: "SendMouse(1, 0, 0, 400, 300, (10, 20, 800, 600))".
+MouseEvent mouseEvent(int32_t button, int32_t state, int32_t modifiers, double x, double y, const int32_t* area);
+std::string sendMouseText(const MouseEvent& event);
 
 }  // namespace host

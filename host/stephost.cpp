@@ -135,7 +135,7 @@ struct Options {
     std::string folderOut;
 };
 
-int runCommand(const Module& module, const Options& options) {
+int runCommand(const Module& module, const Options& options, host::ComponentCollection* components) {
     if (options.command == "classes") return listClasses(module);
 
     std::string text;
@@ -149,7 +149,7 @@ int runCommand(const Module& module, const Options& options) {
         std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
         return 1;
     }
-    host::ProgramRunner runner(module.create, options.command == "run" ? stdout : nullptr);
+    host::ProgramRunner runner(module.create, options.command == "run" ? stdout : nullptr, components);
     if (!runner.build(program, error)) {
         std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
         return 1;
@@ -194,7 +194,7 @@ int runCommand(const Module& module, const Options& options) {
     const Kind kinds[] = {{"xml", xml, &host::ProgramRunner::loadXml, &host::ProgramRunner::saveXml},
                           {"folder", folder, &host::ProgramRunner::loadFolder, &host::ProgramRunner::saveFolder}};
     for (const Kind& kind : kinds) {
-        host::ProgramRunner reloaded(module.create, nullptr);
+        host::ProgramRunner reloaded(module.create, nullptr, components);
         reloaded.build(program, error);
         if (!(reloaded.*kind.load)(kind.first, error)) {
             std::printf("%-7s cannot reload: %s\n", kind.name, error.c_str());
@@ -260,7 +260,7 @@ int main(int argc, char** argv) {
         module.initialize(nullptr, components.get());
         // Stored steps are re-created by their class names, as a host does.
         host::setObjectResolver(host::moduleResolver(module.create));
-        result = runCommand(module, options);
+        result = runCommand(module, options, components.get());
         host::setObjectResolver(nullptr);
         module.initialize(nullptr, nullptr);
         components->clear();

@@ -4,6 +4,8 @@
 
 namespace {
 
+enum { kWindowName, kX, kY, kButton, kState, kModifier };  // parameters, in declaration order
+
 const ParameterDeclaration kParameters[] = {
     {L"Window Name", Text(L""), 6},
     {L"%X", Integer(0), 5},
@@ -25,6 +27,49 @@ public:
     static constexpr StepTables kTables{{}, kParameters, kPages};
     using Interfaces = StepInterfaces<>;
 
+    // "%X" and "%Y" are percent of the target's area; a window's origin is
+    // added, the workspace's is not. The point is not clamped to the area.
+    HRESULT Execute(CStopEvent*) {
+        auto workspace = CreateObject<IWorkspace>(L"ActiveWorkspace");
+        SmartPtr<IUnknown> window;
+        const SmartPtr<IString> name = StoredValue(kWindowName).query<IString>();
+        if (workspace && CREFString(name.get()).count > 1) window = windowNamed(workspace.get(), name.get());
+
+        int32_t area[4] = {0, 0, 0, 0};  // left, top, width, height
+        double originLeft = 0.0, originTop = 0.0;
+        SmartPtr<IUIMouseInput> target;
+        if (auto hostWindow = window.query<IHostWindow>()) {
+            target = hostWindow.query<IUIMouseInput>();
+            hostWindow->get_Area(area);
+            originLeft = area[0];
+            originTop = area[1];
+        } else {
+            if (!workspace) return E_FAIL;
+            workspace->get_Area(area);
+            target = workspace.query<IUIMouseInput>();
+        }
+        if (!target) return E_FAIL;
+
+        const double x = originLeft + area[2] * (readDouble(kX) * 0.01);
+        const double y = originTop + area[3] * (readDouble(kY) * 0.01);
+        const int32_t button = readInteger(kButton) != 0 ? 2 : 1;
+        const int32_t state = readInteger(kState) == 2 ? 3 : readInteger(kState) == 1 ? 2 : 0;
+        const int32_t modifiers = readInteger(kModifier) != 0 ? 8 : 0;
+        return target->SendMouse(button, state, modifiers, x, y, area);
+    }
+
+private:
+    // The window of the workspace registered under the name, or null. The
+    // index of a failed lookup is never used: a host may leave anything there.
+    static SmartPtr<IUnknown> windowNamed(IWorkspace* workspace, IString* name) {
+        SmartPtr<IUnknown> windows;
+        workspace->get_Windows(windows.put());
+        auto collection = windows.query<IWindowCollection>();
+        int32_t index = -1;
+        SmartPtr<IUnknown> window;
+        if (collection && collection->get_Index(name, &index) >= 0) collection->get_Item(index, window.put());
+        return window;
+    }
 };
 
 extern const ModuleClass gGCUIPointerClass = moduleClassOf<CGCUIPointer>();

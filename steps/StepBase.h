@@ -81,6 +81,23 @@ protected:
         if (this->m_Parameters.get_ItemVariant(index, value.put()) < 0) value = nullptr;
         return value;
     }
+    // The string the parameter holds, or null when it holds a number, an
+    // object or nothing: unlike readText, no other value becomes text.
+    SmartPtr<IString> readString(int32_t index) {
+        SmartPtr<IVariant> value;
+        SmartPtr<IString> string;
+        if (this->m_Parameters.get_ItemVariant(index, value.put()) >= 0 && value && value->IsString()) {
+            value->get_String(string.put());
+        }
+        return string;
+    }
+    // The parameter's stored value object as get_Item gives it: the string
+    // or object it holds, else the variant itself.
+    SmartPtr<IUnknown> StoredValue(int32_t index) {
+        SmartPtr<IUnknown> value;
+        this->m_Parameters.get_Item(index, value.put());
+        return value;
+    }
     // A result written into the parameter at index.
     HRESULT writeInteger(int32_t index, int32_t value) { return this->m_Parameters.writeInteger(index, value); }
     HRESULT writeDouble(int32_t index, double value) { return this->m_Parameters.writeDouble(index, value); }

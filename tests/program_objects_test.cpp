@@ -10,6 +10,7 @@
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
+#include "host/Workspace.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -56,6 +57,41 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
     SmartPtr<IUnknown> hosted;
     ASSERT_EQ(window->get_HostedObject(hosted.put()), S_OK);
     EXPECT_TRUE(hosted.query<IUIRefreshableObject>());
+}
+
+TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
+    host::ProgramFile program;
+    std::string error;
+    ASSERT_TRUE(read("<workspace name=\"Desk\" left=\"10\" top=\"20\" right=\"810\" bottom=\"620\">\n"
+                     "  <window name=\"Plot\" left=\"100\" top=\"50\" right=\"200\" bottom=\"100\"/>\n"
+                     "  <window name=\"Log\"/>\n"
+                     "</workspace>\n",
+                     program, error))
+        << error;
+    SmartPtr<host::SuperCollection> made = build(program, error);
+    ASSERT_TRUE(made) << error;
+    SmartPtr<IUnknown> item;
+    ASSERT_EQ(made->get_Item(0, item.put()), S_OK);
+    SmartPtr<IWorkspace> workspace = item.query<IWorkspace>();
+    ASSERT_TRUE(workspace);
+    int32_t area[4] = {};
+    workspace->get_Area(area);
+    EXPECT_EQ(std::vector<int32_t>(area, area + 4), (std::vector<int32_t>{10, 20, 800, 600})) << "width and height";
+    auto* desk = dynamic_cast<host::Workspace*>(workspace.get());
+    ASSERT_NE(desk, nullptr);
+    EXPECT_EQ(desk->windows()->shown(), (std::vector<std::string>{"Plot", "Log"}));
+    auto* plot = dynamic_cast<host::HostWindow*>(desk->windows()->window(L"Plot").get());
+    ASSERT_NE(plot, nullptr);
+    EXPECT_EQ(plot->label(), "Desk.Plot") << "its calls show under the workspace in a trace";
+
+    for (const char* objects :
+         {"<workspace name=\"W\">\n<object name=\"NotAWindow\"/>\n</workspace>\n",
+          "<workspace name=\"W\" left=\"100\" right=\"50\"/>\n"}) {
+        host::ProgramFile refused;
+        ASSERT_TRUE(read(objects, refused, error)) << error;
+        EXPECT_FALSE(build(refused, error)) << objects;
+        EXPECT_EQ(error.rfind("line ", 0), 0u) << error;
+    }
 }
 
 TEST_F(ProgramObjects, BadDeclarationsAreRefusedWithTheirLine) {

@@ -71,8 +71,26 @@ TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
     EXPECT_EQ(buttons.output.find("host objects still alive"), std::string::npos) << buttons.output;
 }
 
+TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
+    const Outcome message = stephost({"run", example("message.xml")});
+    EXPECT_EQ(message.status, 0) << message.output;
+    for (const char* effect : {"Screen         Add(GCUIMessage \"Filling the tank\")",
+                               "Screen         Remove(0) closes GCUIMessage \"Filling the tank\"",
+                               "Screen         Remove(0) closes GCUIMessage \"Rinsing\""}) {
+        EXPECT_NE(message.output.find(effect), std::string::npos) << effect << "\n" << message.output;
+    }
+    const Outcome pointer = stephost({"run", example("pointer.xml")});
+    EXPECT_EQ(pointer.status, 0) << pointer.output;
+    for (const char* effect : {"Desk           SendMouse(1, 0, 0, 400, 300, (10, 20, 800, 600))",
+                               "Desk           Plot.SendMouse(2, 3, 8, 150, 60, (100, 50, 200, 100))"}) {
+        EXPECT_NE(pointer.output.find(effect), std::string::npos) << effect << "\n" << pointer.output;
+    }
+    EXPECT_EQ(pointer.output.find("host objects still alive"), std::string::npos) << pointer.output;
+}
+
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
-    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml"}) {
+    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml", "message.xml",
+                             "pointer.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;

@@ -1,0 +1,68 @@
+#include "host/Workspace.h"
+
+#include "host/ProgramObjects.h"
+
+namespace host {
+
+Workspace::Workspace(std::string label) : m_Windows(make<WindowCollection>(label + ".Windows")) {
+    setLabel(std::move(label));
+}
+
+HRESULT Workspace::get_Windows(IUnknown** out) {
+    if (!out) return E_POINTER;
+    *out = static_cast<IWindowCollection*>(SmartPtr<WindowCollection>(m_Windows).detach());
+    return S_OK;
+}
+
+HRESULT Workspace::get_Area(int32_t rect[4]) {
+    if (!rect) return E_POINTER;
+    m_Pointer.get(rect);
+    return S_OK;
+}
+
+HRESULT Workspace::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
+    const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
+    record(sendMouseText(event));
+    m_Pointer.receive(event);
+    return S_OK;
+}
+
+void Workspace::setArea(const int32_t rect[4]) { m_Pointer.set(rect); }
+
+std::vector<MouseEvent> Workspace::mouseEvents() const { return m_Pointer.events(); }
+
+SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error) {
+    int32_t edges[4] = {0, 0, 0, 0};
+    const char* const names[4] = {"left", "top", "right", "bottom"};
+    for (int edge = 0; edge < 4; ++edge) {
+        if (!integerAttribute(object, names[edge], 0, edges[edge], error)) return nullptr;
+    }
+    const int64_t width = int64_t{edges[2]} - edges[0];
+    const int64_t height = int64_t{edges[3]} - edges[1];
+    if (width < 0 || height < 0 || width > INT32_MAX || height > INT32_MAX) {
+        error = programError(object.line, "the workspace's right and bottom must not lie before its left and top");
+        return nullptr;
+    }
+    const std::string label = narrow(object.name);
+    SmartPtr<Workspace> workspace = make<Workspace>(label);
+    const int32_t area[4] = {edges[0], edges[1], static_cast<int32_t>(width), static_cast<int32_t>(height)};
+    workspace->setArea(area);
+    for (const ProgramObject& inner : object.children) {
+        SmartPtr<IUnknown> window = makeProgramObject(inner, made, error);
+        if (!window) return nullptr;
+        auto* hostWindow = dynamic_cast<HostWindow*>(window.get());
+        if (!hostWindow) {
+            error = programError(inner.line, "a workspace holds <window> elements only");
+            return nullptr;
+        }
+        hostWindow->setLabel(label + "." + narrow(inner.name));
+        workspace->windows()->place(inner.name, window.get());
+    }
+    return workspace.query<IUnknown>();
+}
+
+SmartPtr<IUnknown> makeScreen(const ProgramObject& object, SuperCollection*, std::string&) {
+    return make<WindowCollection>(narrow(object.name)).query<IUnknown>();
+}
+
+}  // namespace host
