@@ -34,6 +34,8 @@ public:
     IUnknown* inputList() const { return m_StepInputs.list(); }
     // The object bound to the input at index, or null.
     SmartPtr<IUnknown> InputObject(int32_t index) const { return m_StepInputs.inputObject(index); }
+    // The input record at index as IInputParameter, or null.
+    SmartPtr<IInputParameter> InputRecord(int32_t index) const { return m_StepInputs.inputRecord(index); }
 
 protected:
     InputParametersImpl() = default;

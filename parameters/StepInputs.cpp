@@ -102,6 +102,12 @@ SmartPtr<IUnknown> StepInputs::inputObject(int32_t index) const {
     return bound;
 }
 
+SmartPtr<IInputParameter> StepInputs::inputRecord(int32_t index) const {
+    SmartPtr<IUnknown> record;
+    if (m_Inputs) m_Inputs->get_Item(index, record.put());
+    return record.query<IInputParameter>();
+}
+
 HRESULT StepInputs::declare(ParameterCollection& parameters, DeclarationTable<InputDeclaration> inputs,
                             DeclarationTable<ParameterDeclaration> declared) {
     if (m_Inputs) {

@@ -32,6 +32,9 @@ public:
 
     // The object bound to the input at index, or null (unbound, no input list).
     SmartPtr<IUnknown> inputObject(int32_t index) const;
+    // The input record at index (what the binding remembers: the bound
+    // object, an item name and index), or null.
+    SmartPtr<IInputParameter> inputRecord(int32_t index) const;
 
     // Declares the inputs on the input list, then the parameters, in display
     // order. Results of the host calls are not checked: a step is made even
