@@ -3,6 +3,8 @@
 #include <cwchar>
 #include <iterator>
 
+#include "host/Scrolling.h"
+#include "host/Tabs.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
@@ -39,6 +41,9 @@ SmartPtr<IUnknown> makeWindow(const ProgramObject& object, SuperCollection* made
 const ObjectKind kKinds[] = {
     {"object", &makePlain},
     {"refreshable", &makeRefreshable},
+    {"scrollable", &makeScrollable},
+    {"tab", &makeTab},
+    {"tabs", &makeTabs},
     {"window", &makeWindow},
 };
 
