@@ -131,3 +131,11 @@ inline void configureStep(IUnknown* step, bool bindOne) {
         binding->put_ItemIndex(i + 2);
     }
 }
+
+// The host's binding of the step's input with that name, for a test to bind
+// directly, or null.
+inline SmartPtr<host::InputParameter> inputNamed(IUnknown* step, const std::wstring& name) {
+    SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
+    auto* list = dynamic_cast<host::InputParameters*>(inputs.get());
+    return list ? list->input(name) : nullptr;
+}
