@@ -15,30 +15,11 @@ namespace {
 
 enum { kOperation, kAxis, kPos, kPageSize };
 
-struct ScrollStep {
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;  // "ScrollableObject"
-
-    void set(int32_t index, IUnknown* value) const { parameters->put_Item(index, value); }
-    SmartPtr<IVariant> value(int32_t index) const {
-        SmartPtr<IVariant> variant;
-        parameters->get_ItemVariant(index, variant.put());
-        return variant;
-    }
-};
-
 }  // namespace
 
 class ScrollStepTest : public HostTest {
 protected:
-    ScrollStep make() {
-        ScrollStep made;
-        made.step = createStep<IStep>(L"GCUIScroll");
-        made.parameters = made.step.query<IParameters>();
-        made.input = inputNamed(made.step.get(), L"ScrollableObject");
-        return made;
-    }
+    DrivenStep make() { return DrivenStep(createStep<IStep>(L"GCUIScroll"), L"ScrollableObject"); }
     // Axis 0 at 0 with page 10, axis 1 at 120.5 with page 40.
     SmartPtr<host::ScrollableObject> chart() {
         SmartPtr<host::ScrollableObject> made = host::make<host::ScrollableObject>("Chart");
@@ -69,7 +50,7 @@ TEST_F(ScrollStepTest, EachOperationReadsOrSetsOneAxis) {
         {0, 65537, {"Chart.get_Scroll(1) -> 120.5, 40"}, 120.5, 40},
     };
     for (const Case& c : cases) {
-        ScrollStep scroll = make();
+        DrivenStep scroll = make();
         SmartPtr<host::ScrollableObject> view = chart();
         scroll.input->put_Object(view.get());
         scroll.set(kOperation, host::makeVariant(c.operation).get());
@@ -99,7 +80,7 @@ TEST_F(ScrollStepTest, EachOperationReadsOrSetsOneAxis) {
 }
 
 TEST_F(ScrollStepTest, AnAxisTheViewRefusesReadsAsZero) {
-    ScrollStep scroll = make();
+    DrivenStep scroll = make();
     SmartPtr<host::ScrollableObject> view = chart();
     scroll.input->put_Object(view.get());
     scroll.set(kAxis, host::makeVariant(int32_t{65535}).get());  // -1 as a 16-bit axis
@@ -112,7 +93,7 @@ TEST_F(ScrollStepTest, AnAxisTheViewRefusesReadsAsZero) {
 }
 
 TEST_F(ScrollStepTest, BadInputFailsWithoutTouchingAnything) {
-    ScrollStep scroll = make();
+    DrivenStep scroll = make();
     scroll.set(kOperation, host::makeVariant(int32_t{3}).get());
     scroll.set(kPos, host::makeVariant(5.0).get());
     SmartPtr<host::ScrollableObject> view = chart();

@@ -25,19 +25,18 @@ struct Results {
     SmartPtr<IUnknown> item;  // its identity
 };
 
-Results resultsOf(IParameters* parameters) {
+Results resultsOf(const DrivenStep& selected) {
     Results results{};
-    SmartPtr<IVariant> value;
-    parameters->get_ItemVariant(kIndex, value.put());
+    SmartPtr<IVariant> value = selected.value(kIndex);
     EXPECT_EQ(value->get_Type(), 1) << "Index is an integer";
     results.index = value->get_Long();
-    parameters->get_ItemVariant(kName, value.put());
+    value = selected.value(kName);
     if ((results.hasName = value->IsString() != 0)) {
         SmartPtr<IString> name;
         value->get_String(name.put());
         results.name = host::textOf(name.get());
     }
-    parameters->get_ItemVariant(kItem, value.put());
+    value = selected.value(kItem);
     SmartPtr<IUnknown> item;
     if (value->IsObject() && value->get_Object(item.put()) >= 0) results.item = item.query<IUnknown>();
     return results;
@@ -49,25 +48,11 @@ SmartPtr<IUnknown> identity(IUnknown* object) { return queryInterface<IUnknown>(
 
 class SelectedTabStepTest : public HostTest {
 protected:
-    void SetUp() override {
-        HostTest::SetUp();
-        step = createStep<IStep>(L"GCTabGetSelected");
-        parameters = step.query<IParameters>();
-        input = inputNamed(step.get(), L"TabbedWindows");
-    }
-    void TearDown() override {
-        input = nullptr;
-        parameters = nullptr;
-        step = nullptr;
-        HostTest::TearDown();
-    }
-
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;
+    DrivenStep make() { return DrivenStep(createStep<IStep>(L"GCTabGetSelected"), L"TabbedWindows"); }
 };
 
 TEST_F(SelectedTabStepTest, EachRunWritesTheTabInFrontOrWhatStandsInItsPlace) {
+    DrivenStep selected = make();
     SmartPtr<host::TabCollection> tabs = host::make<host::TabCollection>("Main");
     for (const wchar_t* name : {L"A", L"B", L"C"}) tabs->addTab(name);
     SmartPtr<host::TabCollection> empty = host::make<host::TabCollection>("Empty");
@@ -96,9 +81,9 @@ TEST_F(SelectedTabStepTest, EachRunWritesTheTabInFrontOrWhatStandsInItsPlace) {
     };
     for (const Case& c : cases) {
         if (c.front >= 0) tabs->bringToFront(c.front);
-        input->put_Object(c.bound.get());
-        EXPECT_EQ(step->TurnOn(), S_OK) << c.what;
-        const Results results = resultsOf(parameters.get());
+        selected.input->put_Object(c.bound.get());
+        EXPECT_EQ(selected.step->TurnOn(), S_OK) << c.what;
+        const Results results = resultsOf(selected);
         EXPECT_EQ(results.index, c.index) << c.what;
         EXPECT_EQ(results.hasName, c.name != nullptr) << c.what;
         EXPECT_EQ(results.name, c.name ? c.name : L"") << c.what;
@@ -108,20 +93,21 @@ TEST_F(SelectedTabStepTest, EachRunWritesTheTabInFrontOrWhatStandsInItsPlace) {
 }
 
 TEST_F(SelectedTabStepTest, TheTabCollectionIsAskedInOrderAndEarlierValuesOfAnyKindGiveWay) {
+    DrivenStep selected = make();
     SmartPtr<host::TabCollection> tabs = host::make<host::TabCollection>("Main");
     for (const wchar_t* name : {L"Setup", L"Results"}) tabs->addTab(name);
     tabs->bringToFront(1);
-    input->put_Object(static_cast<ITabCollection*>(tabs.get()));
+    selected.input->put_Object(static_cast<ITabCollection*>(tabs.get()));
     // Values of the wrong kind left in the results beforehand.
-    parameters->put_Item(kIndex, host::makeString(L"first").get());
-    parameters->put_Item(kName, static_cast<ITabCollection*>(tabs.get()));
-    parameters->put_Item(kItem, host::makeVariant(int32_t{5}).get());
+    selected.set(kIndex, host::makeString(L"first").get());
+    selected.set(kName, static_cast<ITabCollection*>(tabs.get()));
+    selected.set(kItem, host::makeVariant(int32_t{5}).get());
     host::Recorder::clear();
-    EXPECT_EQ(step->TurnOn(), S_OK);
+    EXPECT_EQ(selected.step->TurnOn(), S_OK);
     EXPECT_EQ(takeCallsOn({"Main"}), (std::vector<std::string>{"Main.get_Selected -> 1 (Results)",
                                                                "Main.get_ItemName(1) -> Results",
                                                                "Main.get_Item(1) -> Results"}));
-    const Results results = resultsOf(parameters.get());
+    const Results results = resultsOf(selected);
     EXPECT_EQ(results.index, 1);
     EXPECT_EQ(results.name, L"Results");
     EXPECT_EQ(results.item.get(), identity(tabs->tab(1).get()).get());
@@ -129,12 +115,11 @@ TEST_F(SelectedTabStepTest, TheTabCollectionIsAskedInOrderAndEarlierValuesOfAnyK
 
 TEST_F(SelectedTabStepTest, WithoutAnInputListTheResultsSayNoTab) {
     components->remove(L"InputParameters");
-    SmartPtr<IStep> bare = createStep<IStep>(L"GCTabGetSelected");
-    ASSERT_TRUE(bare);
-    SmartPtr<IParameters> bareParameters = bare.query<IParameters>();
-    bareParameters->put_Item(kIndex, host::makeVariant(int32_t{4}).get());
-    EXPECT_EQ(bare->TurnOn(), S_OK);
-    const Results results = resultsOf(bareParameters.get());
+    DrivenStep bare = make();
+    ASSERT_TRUE(bare.step);
+    bare.set(kIndex, host::makeVariant(int32_t{4}).get());
+    EXPECT_EQ(bare.step->TurnOn(), S_OK);
+    const Results results = resultsOf(bare);
     EXPECT_EQ(results.index, -1);
     EXPECT_FALSE(results.hasName);
     EXPECT_FALSE(results.item);

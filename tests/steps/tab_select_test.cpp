@@ -20,30 +20,18 @@ enum { kSubTab };
 
 using Calls = std::vector<std::string>;
 
-struct TabSelectStep {
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;  // "TabbedWindows"
-
-    // Binds the input to `object`, naming the tab (no name when null) and its index.
-    void bind(IUnknown* object, const wchar_t* itemName, int32_t itemIndex) const {
-        input->put_Object(object);
-        input->put_ItemName(itemName ? host::makeString(itemName).get() : nullptr);
-        input->put_ItemIndex(itemIndex);
-    }
-};
+// Binds the input to `object`, naming the tab (no name when null) and its index.
+void bind(const DrivenStep& select, IUnknown* object, const wchar_t* itemName, int32_t itemIndex) {
+    select.input->put_Object(object);
+    select.input->put_ItemName(itemName ? host::makeString(itemName).get() : nullptr);
+    select.input->put_ItemIndex(itemIndex);
+}
 
 }  // namespace
 
 class TabSelectStepTest : public HostTest {
 protected:
-    TabSelectStep make() {
-        TabSelectStep made;
-        made.step = createStep<IStep>(L"GCTabSelect");
-        made.parameters = made.step.query<IParameters>();
-        made.input = inputNamed(made.step.get(), L"TabbedWindows");
-        return made;
-    }
+    DrivenStep make() { return DrivenStep(createStep<IStep>(L"GCTabSelect"), L"TabbedWindows"); }
     // Main: Setup, Log, Results (Table, Summary, Plot); Setup in front.
     SmartPtr<host::TabCollection> mainWindow() {
         SmartPtr<host::TabCollection> tabs = host::make<host::TabCollection>("Main");
@@ -75,13 +63,13 @@ TEST_F(TabSelectStepTest, TheNamedTabComesToTheFrontWhereverItStands) {
         {L"", 0, -1, -1, L"Setup"},
     };
     for (const Case& c : cases) {
-        TabSelectStep select = make();
+        DrivenStep select = make();
         SmartPtr<host::TabCollection> tabs = mainWindow();
         tabs->bringToFront(2);
         if (c.moveFrom >= 0) {
             ASSERT_TRUE(tabs->move(c.moveFrom, c.moveTo));
         }
-        select.bind(static_cast<ITabCollection*>(tabs.get()), c.itemName, c.storedIndex);
+        bind(select, static_cast<ITabCollection*>(tabs.get()), c.itemName, c.storedIndex);
         host::Recorder::clear();
         EXPECT_EQ(select.step->TurnOn(), S_OK);
         const std::string which = c.itemName ? host::narrow(c.itemName) : "(no name)";
@@ -96,12 +84,12 @@ TEST_F(TabSelectStepTest, TheNamedTabComesToTheFrontWhereverItStands) {
 }
 
 TEST_F(TabSelectStepTest, SubTabSelectsInsideTheTabInFrontAsItIs) {
-    TabSelectStep select = make();
+    DrivenStep select = make();
     SmartPtr<host::TabCollection> tabs = mainWindow();
     SmartPtr<host::TabCollection> results = inner(tabs.get(), 2);
     ASSERT_TRUE(results);
-    select.bind(static_cast<ITabCollection*>(tabs.get()), L"Results", 2);
-    select.parameters->put_Item(kSubTab, host::makeVariant(int32_t{2}).get());
+    bind(select, static_cast<ITabCollection*>(tabs.get()), L"Results", 2);
+    select.set(kSubTab, host::makeVariant(int32_t{2}).get());
     host::Recorder::clear();
     EXPECT_EQ(select.step->TurnOn(), S_OK);
     EXPECT_EQ(takeCallsOn({"Main"}), (Calls{"Main.get_Index(Results) -> 2", "Main.Select(2, 1): Results in front",
@@ -125,7 +113,7 @@ TEST_F(TabSelectStepTest, SubTabSelectsInsideTheTabInFrontAsItIs) {
     };
     for (const Case& c : cases) {
         results->bringToFront(1);
-        select.parameters->put_Item(kSubTab, c.subTab.get());
+        select.set(kSubTab, c.subTab.get());
         host::Recorder::clear();
         EXPECT_EQ(select.step->TurnOn(), S_OK);
         const Calls calls = takeCallsOn({"Main", "Other"});
@@ -145,9 +133,9 @@ TEST_F(TabSelectStepTest, TheWindowIsFoundThroughAMonikerOrTheHostWindowShowingI
 
     const SmartPtr<IUnknown> bindings[] = {moniker.query<IUnknown>(), window.query<IUnknown>()};
     for (const SmartPtr<IUnknown>& bound : bindings) {
-        TabSelectStep select = make();
+        DrivenStep select = make();
         tabs->bringToFront(0);
-        select.bind(bound.get(), L"Log", 0);
+        bind(select, bound.get(), L"Log", 0);
         host::Recorder::clear();
         EXPECT_EQ(select.step->TurnOn(), S_OK);
         EXPECT_EQ(tabs->selectedName(), L"Log");
@@ -158,8 +146,8 @@ TEST_F(TabSelectStepTest, TheWindowIsFoundThroughAMonikerOrTheHostWindowShowingI
 }
 
 TEST_F(TabSelectStepTest, WithoutATabCollectionNothingIsSelectedAndNothingFails) {
-    TabSelectStep select = make();
-    select.parameters->put_Item(kSubTab, host::makeVariant(int32_t{1}).get());
+    DrivenStep select = make();
+    select.set(kSubTab, host::makeVariant(int32_t{1}).get());
     SmartPtr<host::RefreshableObject> plain = host::make<host::RefreshableObject>("Plain");
 
     struct Case {
@@ -172,7 +160,7 @@ TEST_F(TabSelectStepTest, WithoutATabCollectionNothingIsSelectedAndNothingFails)
         {plain.query<IUnknown>(), {"Plain.Refresh(0)"}},  // still refreshed
     };
     for (const Case& c : cases) {
-        select.bind(c.bound.get(), L"Log", 1);
+        bind(select, c.bound.get(), L"Log", 1);
         host::Recorder::clear();
         EXPECT_EQ(select.step->TurnOn(), S_OK);
         EXPECT_EQ(takeCallsOn({"Plain"}), c.calls);

@@ -139,3 +139,21 @@ inline SmartPtr<host::InputParameter> inputNamed(IUnknown* step, const std::wstr
     auto* list = dynamic_cast<host::InputParameters*>(inputs.get());
     return list ? list->input(name) : nullptr;
 }
+
+// A step as a test drives it: run through IStep, its parameters set and read
+// by index, and the host's binding of one of its inputs, bound directly.
+struct DrivenStep {
+    DrivenStep(SmartPtr<IStep> made, const std::wstring& inputName)
+        : step(std::move(made)), parameters(step.query<IParameters>()), input(inputNamed(step.get(), inputName)) {}
+
+    HRESULT set(int32_t index, IUnknown* value) const { return parameters->put_Item(index, value); }
+    SmartPtr<IVariant> value(int32_t index) const {
+        SmartPtr<IVariant> variant;
+        parameters->get_ItemVariant(index, variant.put());
+        return variant;
+    }
+
+    SmartPtr<IStep> step;
+    SmartPtr<IParameters> parameters;
+    SmartPtr<host::InputParameter> input;
+};
