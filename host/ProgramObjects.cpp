@@ -5,6 +5,8 @@
 
 #include "host/Activation.h"
 #include "host/Buttons.h"
+#include "host/Scrolling.h"
+#include "host/Tabs.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
@@ -42,6 +44,9 @@ SmartPtr<IUnknown> makeWindow(const ProgramObject& object, SuperCollection* made
 const ObjectKind kKinds[] = {
     {"object", &makePlain},
     {"refreshable", &makeRefreshable},
+    {"scrollable", &makeScrollable},
+    {"tab", &makeTab},
+    {"tabs", &makeTabs},
     {"window", &makeWindow},
     {"activatable", &makeProgramActivatable},
     {"buttons", &makeProgramButtons},

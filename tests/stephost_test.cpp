@@ -88,9 +88,31 @@ TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
     EXPECT_EQ(pointer.output.find("host objects still alive"), std::string::npos) << pointer.output;
 }
 
+TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
+    struct Case {
+        const char* example;
+        std::vector<const char*> lines;
+    };
+    const Case cases[] = {
+        {"scroll.xml",
+         {"Chart          get_Scroll(1) -> 120.5, 40", "wrote Pos = 120.5", "wrote PageSize = 40",
+          "Chart          put_Scroll(1, 0, 40)", "Chart          put_Scroll(0, 5, 25)"}},
+        {"tab-select.xml",
+         {"Main           get_Index(Results) -> 2", "Main           Select(2, 1): Results in front",
+          "Main           Results.Select(2, 1): Plot in front", "Main           Results.Refresh(0)"}},
+        {"selected-tab.xml", {"wrote Index = 1", "wrote Name = \"Results\"", "wrote Index = -1"}},
+    };
+    for (const Case& c : cases) {
+        const Outcome run = stephost({"run", example(c.example)});
+        EXPECT_EQ(run.status, 0) << run.output;
+        for (const char* line : c.lines) EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
+        EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
+    }
+}
+
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
-    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml", "message.xml",
-                             "pointer.xml"}) {
+    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
+                             "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;

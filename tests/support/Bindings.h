@@ -23,22 +23,6 @@ inline SmartPtr<host::InputParameter> stepInput(IUnknown* step, const wchar_t* n
     return list ? list->input(name) : nullptr;
 }
 
-// A step as a test drives it: the step, its parameters and the binding of
-// one of its inputs.
-struct DrivenStep {
-    SmartPtr<IStep> step;
-    SmartPtr<IParameters> parameters;
-    SmartPtr<host::InputParameter> input;
-};
-
-inline DrivenStep driven(SmartPtr<IStep> step, const wchar_t* inputName) {
-    DrivenStep made;
-    made.parameters = step.query<IParameters>();
-    made.input = stepInput(step.get(), inputName);
-    made.step = std::move(step);
-    return made;
-}
-
 // A binding to a moniker of that name, with an item name and index.
 inline SmartPtr<host::InputParameter> monikerBinding(const std::wstring& monikerName, const std::wstring& itemName,
                                                      int32_t itemIndex, const IID& required = IID_IUnknown) {
@@ -156,3 +140,29 @@ inline void configureStep(IUnknown* step, bool bindOne) {
         binding->put_ItemIndex(i + 2);
     }
 }
+
+// The host's binding of the step's input with that name, for a test to bind
+// directly, or null.
+inline SmartPtr<host::InputParameter> inputNamed(IUnknown* step, const std::wstring& name) {
+    return stepInput(step, name.c_str());
+}
+
+// A step as a test drives it: run through IStep, its parameters set and read
+// by index, and the host's binding of one of its inputs, bound directly.
+struct DrivenStep {
+    DrivenStep(SmartPtr<IStep> made, const std::wstring& inputName)
+        : step(std::move(made)), parameters(step.query<IParameters>()), input(inputNamed(step.get(), inputName)) {}
+
+    HRESULT set(int32_t index, IUnknown* value) const { return parameters->put_Item(index, value); }
+    SmartPtr<IVariant> value(int32_t index) const {
+        SmartPtr<IVariant> variant;
+        parameters->get_ItemVariant(index, variant.put());
+        return variant;
+    }
+
+    SmartPtr<IStep> step;
+    SmartPtr<IParameters> parameters;
+    SmartPtr<host::InputParameter> input;
+};
+
+inline DrivenStep driven(SmartPtr<IStep> step, const wchar_t* inputName) { return DrivenStep(std::move(step), inputName); }

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cwchar>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "host/Components.h"
 #include "host/HostObject.h"
@@ -16,6 +18,23 @@
 
 inline tagREFString refText(const wchar_t* text) {
     return {static_cast<int32_t>(std::wcslen(text)), text};
+}
+
+// The calls recorded since the last take on the objects with these labels
+// (their own and their parts', "Main.Results.Select(...)"), in order; the
+// module's calls on the host's factories and components are passed over.
+inline std::vector<std::string> takeCallsOn(std::initializer_list<const char*> labels) {
+    std::vector<std::string> kept;
+    for (const std::string& call : host::Recorder::take()) {
+        for (const char* label : labels) {
+            const std::string prefix = std::string(label) + ".";
+            if (call.compare(0, prefix.size(), prefix) == 0) {
+                kept.push_back(call);
+                break;
+            }
+        }
+    }
+    return kept;
 }
 
 class HostTest : public ::testing::Test {
