@@ -26,15 +26,12 @@ SmartPtr<IUnknown> makeRefreshable(const ProgramObject& object, SuperCollection*
     return make<RefreshableObject>(narrow(object.name)).query<IUnknown>();
 }
 
-// <window name="Main" hosts="Pump" left="10" top="20" right="110" bottom="220"/>
+// <window name="Main" hosts="Pump" left="10" top="20" width="100" height="200"/>
 SmartPtr<IUnknown> makeWindow(const ProgramObject& object, SuperCollection* made, std::string& error) {
     SmartPtr<IUnknown> hosted = namedObject(object, "hosts", made, error);
     if (!error.empty()) return nullptr;
     int32_t area[4] = {0, 0, 0, 0};
-    const char* const sides[4] = {"left", "top", "right", "bottom"};
-    for (int side = 0; side < 4; ++side) {
-        if (!integerAttribute(object, sides[side], 0, area[side], error)) return nullptr;
-    }
+    if (!areaAttributes(object, area, error)) return nullptr;
     SmartPtr<HostWindow> window = make<HostWindow>(narrow(object.name), hosted.get());
     window->put_Area(area);
     return window.query<IUnknown>();
@@ -101,6 +98,18 @@ bool integerAttribute(const ProgramObject& object, const char* attribute, int32_
         return false;
     }
     value = static_cast<int32_t>(parsed);
+    return true;
+}
+
+bool areaAttributes(const ProgramObject& object, int32_t area[4], std::string& error) {
+    const char* const names[4] = {"left", "top", "width", "height"};
+    for (int side = 0; side < 4; ++side) {
+        if (!integerAttribute(object, names[side], 0, area[side], error)) return false;
+    }
+    if (area[2] < 0 || area[3] < 0) {
+        error = programError(object.line, "an area's width and height are not negative");
+        return false;
+    }
     return true;
 }
 

@@ -38,4 +38,9 @@ SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribut
 bool integerAttribute(const ProgramObject& object, const char* attribute, int32_t fallback, int32_t& value,
                       std::string& error);
 
+// For makers: an area as the host gives it, left, top, width and height,
+// from the attributes of those names (0 when absent); false with `error`
+// when one is not a whole number or the width or height is negative.
+bool areaAttributes(const ProgramObject& object, int32_t area[4], std::string& error);
+
 }  // namespace host

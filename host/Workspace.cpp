@@ -32,20 +32,10 @@ void Workspace::setArea(const int32_t rect[4]) { m_Pointer.set(rect); }
 std::vector<MouseEvent> Workspace::mouseEvents() const { return m_Pointer.events(); }
 
 SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error) {
-    int32_t edges[4] = {0, 0, 0, 0};
-    const char* const names[4] = {"left", "top", "right", "bottom"};
-    for (int edge = 0; edge < 4; ++edge) {
-        if (!integerAttribute(object, names[edge], 0, edges[edge], error)) return nullptr;
-    }
-    const int64_t width = int64_t{edges[2]} - edges[0];
-    const int64_t height = int64_t{edges[3]} - edges[1];
-    if (width < 0 || height < 0 || width > INT32_MAX || height > INT32_MAX) {
-        error = programError(object.line, "the workspace's right and bottom must not lie before its left and top");
-        return nullptr;
-    }
+    int32_t area[4] = {0, 0, 0, 0};
+    if (!areaAttributes(object, area, error)) return nullptr;
     const std::string label = narrow(object.name);
     SmartPtr<Workspace> workspace = make<Workspace>(label);
-    const int32_t area[4] = {edges[0], edges[1], static_cast<int32_t>(width), static_cast<int32_t>(height)};
     workspace->setArea(area);
     for (const ProgramObject& inner : object.children) {
         SmartPtr<IUnknown> window = makeProgramObject(inner, made, error);

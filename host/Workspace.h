@@ -37,7 +37,7 @@ private:
     PointerArea m_Pointer;
 };
 
-// <workspace name="Desk" left="0" top="0" right="800" bottom="600">
+// <workspace name="Desk" left="0" top="0" width="800" height="600">
 //   <window name="Plot" .../>
 // </workspace>
 // The inner windows are placed in the workspace under their names and

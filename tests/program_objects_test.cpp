@@ -36,7 +36,7 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
     host::ProgramFile program;
     std::string error;
     ASSERT_TRUE(read("<refreshable name=\"Plot\"/>\n"
-                     "<window name=\"Main\" hosts=\"Plot\" left=\"10\" top=\"20\" right=\"110\" bottom=\"220\"/>\n",
+                     "<window name=\"Main\" hosts=\"Plot\" left=\"10\" top=\"20\" width=\"100\" height=\"200\"/>\n",
                      program, error))
         << error;
     ASSERT_EQ(program.objects.size(), 2u);
@@ -53,7 +53,7 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
     int32_t area[4] = {};
     window->get_Area(area);
     EXPECT_EQ(area[0], 10);
-    EXPECT_EQ(area[3], 220);
+    EXPECT_EQ(area[3], 200);
     SmartPtr<IUnknown> hosted;
     ASSERT_EQ(window->get_HostedObject(hosted.put()), S_OK);
     EXPECT_TRUE(hosted.query<IUIRefreshableObject>());
@@ -62,8 +62,8 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
 TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
     host::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(read("<workspace name=\"Desk\" left=\"10\" top=\"20\" right=\"810\" bottom=\"620\">\n"
-                     "  <window name=\"Plot\" left=\"100\" top=\"50\" right=\"200\" bottom=\"100\"/>\n"
+    ASSERT_TRUE(read("<workspace name=\"Desk\" left=\"10\" top=\"20\" width=\"800\" height=\"600\">\n"
+                     "  <window name=\"Plot\" left=\"100\" top=\"50\" width=\"200\" height=\"100\"/>\n"
                      "  <window name=\"Log\"/>\n"
                      "</workspace>\n",
                      program, error))
@@ -86,7 +86,7 @@ TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
 
     for (const char* objects :
          {"<workspace name=\"W\">\n<object name=\"NotAWindow\"/>\n</workspace>\n",
-          "<workspace name=\"W\" left=\"100\" right=\"50\"/>\n"}) {
+          "<workspace name=\"W\" left=\"100\" width=\"-50\"/>\n"}) {
         host::ProgramFile refused;
         ASSERT_TRUE(read(objects, refused, error)) << error;
         EXPECT_FALSE(build(refused, error)) << objects;
