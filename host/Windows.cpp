@@ -39,14 +39,17 @@ void PointerArea::set(const int32_t rect[4]) {
     for (int side = 0; side < 4; ++side) m_Area[side] = rect[side];
 }
 
+// A host that is sent events in a loop keeps the latest ones only.
 void PointerArea::receive(const MouseEvent& event) {
+    constexpr size_t kKept = 1024;
     std::lock_guard<std::mutex> lock(m_Mutex);
+    if (m_Events.size() == kKept) m_Events.pop_front();
     m_Events.push_back(event);
 }
 
 std::vector<MouseEvent> PointerArea::events() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_Events;
+    return std::vector<MouseEvent>(m_Events.begin(), m_Events.end());
 }
 
 HostWindow::HostWindow(std::string label, IUnknown* hosted) : m_Hosted(hosted) { setLabel(std::move(label)); }
@@ -81,7 +84,7 @@ HRESULT HostWindow::put_Area(const int32_t rect[4]) {
 
 HRESULT HostWindow::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
     const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
-    record(sendMouseText(event));
+    if (Recorder::enabled()) record(sendMouseText(event));
     m_Pointer.receive(event);
     return S_OK;
 }

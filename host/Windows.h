@@ -3,6 +3,7 @@
 // it, under its label.
 #pragma once
 
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -33,7 +34,7 @@ public:
 private:
     mutable std::mutex m_Mutex;
     int32_t m_Area[4] = {0, 0, 0, 0};
-    std::vector<MouseEvent> m_Events;
+    std::deque<MouseEvent> m_Events;
 };
 
 class HostWindow final : public Object<HostWindow, IHostWindow, IWindow, IUIMouseInput> {

@@ -22,7 +22,7 @@ HRESULT Workspace::get_Area(int32_t rect[4]) {
 
 HRESULT Workspace::SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) {
     const MouseEvent event = mouseEvent(button, state, modifiers, x, y, area);
-    record(sendMouseText(event));
+    if (Recorder::enabled()) record(sendMouseText(event));
     m_Pointer.receive(event);
     return S_OK;
 }
