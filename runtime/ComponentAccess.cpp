@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "runtime/CREFString.h"
+#include "runtime/Values.h"
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 
@@ -219,7 +220,45 @@ SmartPtr<IComponentString> GetComponentString(IString* name) {
     return component.query<IComponentString>();
 }
 
+namespace {
+std::mutex& keptComponentsMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+KeptComponent* gKeptComponents = nullptr;
+}  // namespace
+
+SmartPtr<IComponentString> KeptComponent::get() {
+    {
+        std::lock_guard<std::mutex> lock(keptComponentsMutex());
+        if (m_Component) return m_Component;
+    }
+    SmartPtr<IComponentString> found = GetComponentString(ISCreate(m_Name).get());
+    if (!found) return nullptr;
+    std::lock_guard<std::mutex> lock(keptComponentsMutex());
+    if (!m_Component) m_Component = std::move(found);
+    if (!m_Listed) {
+        m_Listed = true;
+        m_Next = gKeptComponents;
+        gKeptComponents = this;
+    }
+    return m_Component;
+}
+
+void KeptComponent::release() {
+    SmartPtr<IComponentString> released;
+    std::lock_guard<std::mutex> lock(keptComponentsMutex());
+    std::swap(released, m_Component);
+}
+
 void MODULEReleaseComponents() {
+    KeptComponent* kept = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(keptComponentsMutex());
+        kept = gKeptComponents;
+    }
+    // Listed components stay listed: the list only grows, at its head.
+    for (; kept; kept = kept->m_Next) kept->release();
     releaseFactories();
     GLOBALSetComponents(nullptr);
 }

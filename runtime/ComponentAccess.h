@@ -33,6 +33,38 @@ SmartPtr<I> CreateObject(const wchar_t* name) {
     return SmartPtr<I>::adopt(static_cast<I*>(CreateObject(text, &iidOf<I>())));
 }
 
+// A named host component found once with GetComponentString and kept until
+// the module lets go of its components (MODULEReleaseComponents, unload);
+// while it is missing, every use looks for it again. Meant to be a
+// function-level static of the one function that makes its objects.
+void MODULEReleaseComponents();
+
+class KeptComponent {
+public:
+    explicit KeptComponent(const wchar_t* name) : m_Name(name) {}
+    KeptComponent(const KeptComponent&) = delete;
+    KeptComponent& operator=(const KeptComponent&) = delete;
+
+    // A new object of the component's class as I, or null.
+    template <class I>
+    SmartPtr<I> CreateInstance() {
+        SmartPtr<I> made;
+        if (SmartPtr<IComponentString> component = get()) component->CreateInstance(&iidOf<I>(), made.put_void());
+        return made;
+    }
+
+    SmartPtr<IComponentString> get();
+    void release();
+
+private:
+    friend void MODULEReleaseComponents();
+
+    const wchar_t* m_Name;
+    SmartPtr<IComponentString> m_Component;
+    KeptComponent* m_Next = nullptr;  // in the list of those MODULEReleaseComponents lets go
+    bool m_Listed = false;
+};
+
 // Releases every host object the module keeps for its lifetime (the global
 // collection and the cached factories), as unloading the module does.
 void MODULEReleaseComponents();

@@ -243,6 +243,8 @@ SmartPtr<IString> ISCreate(IVariant* variant) {
     return ISCreate(variant, -1);
 }
 
+void ISSkipLeadingJunk(CREFString& text) { trimFront(text); }
+
 int32_t _IS2Integer(CREFString text, int32_t base) {
     if (text.empty()) return 0;
     uint32_t sign = 1u;

@@ -19,6 +19,9 @@ SmartPtr<IString> ISCreateHex(uint32_t value);                    // "#%06X" or 
 SmartPtr<IString> ISCreateColor(uint32_t color);                  // 0x00BBGGRR shown red first
 
 int32_t _IS2Integer(CREFString text, int32_t base);
+// Consumes the leading blanks, control characters and stray byte-order-mark
+// bytes (0xFE, 0xEF) from the view.
+void ISSkipLeadingJunk(CREFString& text);
 
 SmartPtr<IVariant> IVCreate(int32_t value);
 SmartPtr<IVariant> IVCreate(IString* string);
