@@ -3,6 +3,7 @@
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
 #include "host/Variants.h"
+#include "host/Verbs.h"
 #include "host/Workspace.h"
 
 namespace host {
@@ -170,6 +171,7 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addClass(L"MessageWindow", L"MessageWindow");
     components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
     components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
+    addVerbComponents(*components.get());
     return components;
 }
 

@@ -64,7 +64,8 @@ private:
 // "Variant", "SuperCollection", "ComponentString", "InputParameters",
 // "InputParameter", "CollectionMoniker", "FolderStream", "XmlStream",
 // "MessageWindow", "GlobalWindowCollection" (labelled "Windows") and
-// "ActiveWorkspace" (an empty one, labelled "Workspace").
+// "ActiveWorkspace" (an empty one, labelled "Workspace"), and those of
+// addVerbComponents.
 SmartPtr<ComponentCollection> makeStandardComponents();
 
 }  // namespace host

@@ -9,6 +9,7 @@
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
+#include "host/Verbs.h"
 #include "host/Windows.h"
 #include "host/Workspace.h"
 
@@ -50,6 +51,8 @@ const ObjectKind kKinds[] = {
     {"button", &makeProgramButton},
     {"workspace", &makeWorkspace, L"ActiveWorkspace"},
     {"screen", &makeScreen, L"GlobalWindowCollection"},
+    {"verbs", &makeProgramVerbs},
+    {"verb", &makeProgramVerb},
 };
 
 }  // namespace
