@@ -12,6 +12,7 @@
 #include "host/ProgramReader.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
+#include "host/Verbs.h"
 #include "host/XmlStream.h"
 
 namespace host {
@@ -60,6 +61,7 @@ ProgramRunner::~ProgramRunner() = default;
 bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t index = -1;
+    if (setParametricSetting(step, setting.name, programValue(setting.value).get())) return true;
     if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
         error = programError(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
         return false;

@@ -110,6 +110,15 @@ TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
     }
 }
 
+TEST(StepHost, TheVerbExampleHandsEachChosenVerbToThePump) {
+    const Outcome run = stephost({"run", example("verb.xml")});
+    EXPECT_EQ(run.status, 0) << run.output;
+    const size_t open = run.output.find("Pump           DoAction(5)");
+    EXPECT_NE(open, std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("Pump           DoAction(9)", open), std::string::npos) << "a text setting, blanks first";
+    EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
+}
+
 // Every step whose work exists runs to its effect among the others.
 TEST(StepHost, TheProgramOfEveryStepRunsTheBuiltOnesToTheirEffect) {
     const Outcome run = stephost({"run", example("all-steps.xml")});
@@ -125,7 +134,8 @@ TEST(StepHost, TheProgramOfEveryStepRunsTheBuiltOnesToTheirEffect) {
 
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
-                             "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml"}) {
+                             "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml",
+                             "verb.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;
