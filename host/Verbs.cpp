@@ -12,6 +12,7 @@ namespace host {
 namespace {
 
 constexpr int32_t kVerbIdentifier = 2;
+constexpr size_t kKeptActions = 1024;  // a verb object keeps its latest actions
 
 // How an object handed to the frame or the pop-up is named in the trace.
 std::string nameOfObject(IUnknown* object) {
@@ -85,6 +86,7 @@ std::vector<VerbEntry> VerbCollection::verbs() const {
 int32_t VerbObject::DoAction(int32_t verb, IUnknown* object) {
     record("DoAction(" + std::to_string(verb) + (object ? ", an object)" : ")"));
     std::lock_guard<std::mutex> lock(m_Mutex);
+    if (m_Actions.size() >= kKeptActions) m_Actions.pop_front();
     m_Actions.push_back(verb);
     return verb;
 }
@@ -101,7 +103,7 @@ HRESULT VerbObject::GetVerbs(int32_t, IUnknown*, IUIVerbCollection** out) {
 
 std::vector<int32_t> VerbObject::actions() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_Actions;
+    return std::vector<int32_t>(m_Actions.begin(), m_Actions.end());
 }
 
 // --- The parameter collection ----------------------------------------------

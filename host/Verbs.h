@@ -4,6 +4,7 @@
 // Each records what is done to it under its label.
 #pragma once
 
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -71,7 +72,7 @@ public:
 private:
     std::vector<VerbEntry> m_Verbs;
     mutable std::mutex m_Mutex;
-    std::vector<int32_t> m_Actions;
+    std::deque<int32_t> m_Actions;  // the latest ones
 };
 
 // The "ParametersCreatable" component's class: named values with

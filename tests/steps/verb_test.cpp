@@ -3,6 +3,7 @@
 // binding.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -309,8 +310,23 @@ TEST_F(VerbStepTest, MissingComponentsFailTheirOperationAndNothingElse) {
     verb.choose(3);
     EXPECT_EQ(verb.run(), Calls{}) << "no frame: no pages";
 
-    // A frame without a pop-up gets the object and shows nothing.
+    // A component missing is looked for again, and once found it is kept:
+    // the next collections are made without a lookup.
     host::addVerbComponents(*components.get());
+    host::Recorder::clear();
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(verb.parametric->GetParameters(parameters.put(), 0), S_OK);
+        EXPECT_EQ(verb.verbs->GetVerbs(0, nullptr, verbs.put()), S_OK);
+    }
+    const Calls lookups = takeCallsOn({"ComponentCollection"});
+    for (const char* name : {"ParametersCreatable", "UIVerbCollection"}) {
+        EXPECT_EQ(std::count(lookups.begin(), lookups.end(), std::string("ComponentCollection.get_Index(") + name + ")"), 1)
+            << name;
+    }
+    components->remove(L"ParametersCreatable");
+    EXPECT_EQ(verb.parametric->GetParameters(parameters.put(), 0), S_OK) << "kept";
+
+    // A frame without a pop-up gets the object and shows nothing.
     components->remove(L"UIUtils");
     EXPECT_EQ(verb.run(), Calls{"PropertyFrame.AddObject(GCUIVerb, 0x60)"});
     verb.bind(nullptr);
