@@ -2,6 +2,7 @@
 
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
+#include "host/Properties.h"
 #include "host/Variants.h"
 #include "host/Workspace.h"
 
@@ -170,6 +171,9 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addClass(L"MessageWindow", L"MessageWindow");
     components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
     components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
+    // The names of properties, one section per class; empty until a program
+    // or a test declares sections.
+    components->addObject(L"StringTable", make<StringTable>().query<IUnknown>().get());
     return components;
 }
 

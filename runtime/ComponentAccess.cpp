@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "runtime/CREFString.h"
+#include "runtime/PropertyNames.h"
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 
@@ -221,5 +222,6 @@ SmartPtr<IComponentString> GetComponentString(IString* name) {
 
 void MODULEReleaseComponents() {
     releaseFactories();
+    PROPReleaseStringTable();
     GLOBALSetComponents(nullptr);
 }
