@@ -5,6 +5,7 @@
 
 #include "host/Activation.h"
 #include "host/Buttons.h"
+#include "host/Properties.h"
 #include "host/Scrolling.h"
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
@@ -50,6 +51,11 @@ const ObjectKind kKinds[] = {
     {"button", &makeProgramButton},
     {"workspace", &makeWorkspace, L"ActiveWorkspace"},
     {"screen", &makeScreen, L"GlobalWindowCollection"},
+    {"stringtable", &makeProgramStringTable, L"StringTable"},
+    {"properties", &makeProgramProperties},
+    {"property", &makeProgramPropertyPart},
+    {"setting", &makeProgramPropertyPart},
+    {"entity", &makeProgramEntity},
 };
 
 }  // namespace

@@ -1,8 +1,12 @@
 #include "host/Properties.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
 
+#include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -341,6 +345,164 @@ HRESULT RenderableEntity::get_RenderableObject(IUnknown** out) {
     *out = SmartPtr<IUnknown>(m_Object).detach();
     record("get_RenderableObject()");
     return *out ? S_OK : E_FAIL;
+}
+
+}  // namespace host
+
+// --- Program files -------------------------------------------------------------
+
+namespace host {
+
+namespace {
+
+const std::pair<const wchar_t*, uint32_t> kFaceNames[] = {
+    {L"interrogate", PropertyObject::kInterrogate}, {L"extended", PropertyObject::kExtended},
+    {L"parametric", PropertyObject::kParametric},   {L"parameters", PropertyObject::kParameters},
+    {L"renderable", PropertyObject::kRenderable},
+};
+
+bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error) {
+    const std::wstring* text = object.attribute("offers");
+    faces = PropertyObject::kInterrogate | PropertyObject::kExtended;
+    if (!text) return true;
+    faces = 0;
+    std::wstring word;
+    const std::wstring words = *text + L" ";
+    for (wchar_t c : words) {
+        if (c != L' ') {
+            word += c;
+            continue;
+        }
+        if (word.empty()) continue;
+        bool known = false;
+        for (const auto& face : kFaceNames) {
+            if (word == face.first) {
+                faces |= face.second;
+                known = true;
+            }
+        }
+        if (!known) {
+            error = programError(object.line, "offers=\"" + narrow(word) +
+                                                  "\" is none of interrogate, extended, parametric, parameters, renderable");
+            return false;
+        }
+        word.clear();
+    }
+    return true;
+}
+
+// A number when the whole text is one, else the text.
+SmartPtr<IVariant> settingValue(const std::wstring& text) {
+    wchar_t* end = nullptr;
+    const long long integer = text.empty() ? 0 : std::wcstoll(text.c_str(), &end, 10);
+    if (!text.empty() && *end == L'\0' && integer >= INT32_MIN && integer <= INT32_MAX) {
+        return makeVariant(static_cast<int32_t>(integer));
+    }
+    const double real = text.empty() ? 0.0 : std::wcstod(text.c_str(), &end);
+    if (!text.empty() && *end == L'\0') return makeVariant(real);
+    return makeVariant(text);
+}
+
+bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObject::Property& property,
+                  int32_t& id, std::string& error) {
+    if (!integerAttribute(inner, "id", 0, id, error)) return false;
+    // Kinds read best in hexadecimal: "0x43".
+    if (const std::wstring* kind = inner.attribute("kind")) {
+        wchar_t* end = nullptr;
+        const long long parsed = kind->empty() ? 0 : std::wcstoll(kind->c_str(), &end, 0);
+        if (kind->empty() || *end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) {
+            error = programError(inner.line, "kind=\"" + narrow(*kind) + "\" is not a whole number");
+            return false;
+        }
+        property.kind = static_cast<int32_t>(parsed);
+    }
+    const std::wstring* value = inner.attribute("value");
+    const std::wstring text = value ? *value : std::wstring();
+    const int32_t type = property.kind & 0x0F;
+    if (const std::wstring* choices = inner.attribute("choices")) property.choices = *choices;
+    if (type == 4 || type == 5) {
+        wchar_t* end = nullptr;
+        const float single = text.empty() ? 0.0f : std::wcstof(text.c_str(), &end);
+        if (!text.empty() && *end != L'\0') {
+            error = programError(inner.line, "value=\"" + narrow(text) + "\" is not a number");
+            return false;
+        }
+        std::memcpy(&property.bits, &single, sizeof single);
+    } else if (type == 6) {
+        property.extendedOnly = true;
+        property.object = makeString(text).query<IUnknown>();
+    } else if (type >= 7) {
+        property.extendedOnly = true;
+        property.object = namedObject(inner, "object", made, error);
+        if (!error.empty()) return false;
+    } else if (!integerAttribute(inner, "value", 0, property.bits, error)) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+SmartPtr<IUnknown> makeProgramStringTable(const ProgramObject& object, SuperCollection*, std::string&) {
+    SmartPtr<StringTable> table = make<StringTable>();
+    table->setLabel(narrow(object.name));
+    return table.query<IUnknown>();
+}
+
+SmartPtr<IUnknown> makeProgramProperties(const ProgramObject& object, SuperCollection* made, std::string& error) {
+    uint32_t faces = 0;
+    if (!readFaces(object, faces, error)) return nullptr;
+    SmartPtr<IUnknown> tableObject = namedObject(object, "names", made, error);
+    if (!error.empty()) return nullptr;
+    auto* table = dynamic_cast<StringTable*>(queryInterface<IStringTable>(tableObject.get()).get());
+    if (tableObject && !table) {
+        error = programError(object.line, "names= names no <stringtable>");
+        return nullptr;
+    }
+    const std::wstring* classAttribute = object.attribute("class");
+    const std::wstring className = classAttribute ? *classAttribute : object.name;
+    SmartPtr<PropertyObject> properties = make<PropertyObject>(narrow(object.name), className, faces);
+    bool any = false;
+    int32_t first = 0, last = -1;
+    for (const ProgramObject& inner : object.children) {
+        if (inner.kind == "setting") {
+            const std::wstring* value = inner.attribute("value");
+            properties->addParameter(inner.name, settingValue(value ? *value : std::wstring()));
+            continue;
+        }
+        if (inner.kind != "property") {
+            error = programError(inner.line, "<properties> holds <property> and <setting> elements only");
+            return nullptr;
+        }
+        PropertyObject::Property property;
+        int32_t id = 0;
+        if (!readProperty(inner, made, property, id, error)) return nullptr;
+        properties->setProperty(id, std::move(property));
+        if (table && !inner.name.empty()) table->addName(className, std::to_wstring(id), inner.name);
+        first = any ? std::min(first, id) : id;
+        last = any ? std::max(last, id) : id;
+        any = true;
+    }
+    int32_t setFirst = first, setLast = last;
+    if (!integerAttribute(object, "first", first, setFirst, error) ||
+        !integerAttribute(object, "last", last, setLast, error)) {
+        return nullptr;
+    }
+    properties->setRange(setFirst, setLast);
+    return SmartPtr<IUnknown>(static_cast<IUIPropInterrogate*>(properties.get()));
+}
+
+SmartPtr<IUnknown> makeProgramPropertyPart(const ProgramObject& object, SuperCollection*, std::string& error) {
+    error = programError(object.line, "<" + object.kind + "> belongs inside <properties>");
+    return nullptr;
+}
+
+SmartPtr<IUnknown> makeProgramEntity(const ProgramObject& object, SuperCollection* made, std::string& error) {
+    SmartPtr<IUnknown> target = namedObject(object, "for", made, error);
+    if (!error.empty()) return nullptr;
+    SmartPtr<RenderableEntity> entity = make<RenderableEntity>(target.get());
+    entity->setLabel(narrow(object.name));
+    return entity.query<IUnknown>();
 }
 
 }  // namespace host
