@@ -1,8 +1,6 @@
 // The Property read and Property write steps: each step's TurnOn against a
 // hand-written function making the same host calls on the same objects; the
 // read also over an object with 1000 properties.
-#include <benchmark/benchmark.h>
-
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -68,18 +66,31 @@ struct ReadManySetup : PropertySetup {
     ReadManySetup() : PropertySetup(L"GCUIPropRead", 1000) {}
 };
 
+// The bound object's interfaces, asked for as both steps ask for them.
+struct Probed {
+    SmartPtr<IUIPropInterrogate> interrogate;
+    SmartPtr<IUIPropInterrogateEx> extended;
+    SmartPtr<IParametricObject> parametric;
+    SmartPtr<IParameters> own;
+
+    explicit Probed(IInputParameters* inputs) {
+        SmartPtr<IUnknown> bound;
+        inputs->get_InputObject(0, bound.put());
+        interrogate = PROPQuery<IUIPropInterrogate>(bound.get());
+        extended = PROPQuery<IUIPropInterrogateEx>(bound.get());
+        parametric = PROPQuery<IParametricObject>(bound.get());
+        own = PROPQuery<IParameters>(bound.get());
+    }
+};
+
 template <class Setup>
 HRESULT readByHand(Setup& setup) {
     const timeval start = CTimer::now();
-    SmartPtr<IUnknown> bound;
-    setup.inputs->get_InputObject(0, bound.put());
-    auto interrogate = PROPQuery<IUIPropInterrogate>(bound.get());
-    auto extended = PROPQuery<IUIPropInterrogateEx>(bound.get());
-    auto parametric = PROPQuery<IParametricObject>(bound.get());
-    auto own = PROPQuery<IParameters>(bound.get());
+    const Probed probed(setup.inputs.get());
+    IUIPropInterrogate* interrogate = probed.interrogate.get();
     setup.parameters->RemoveAll();
     if (interrogate) {
-        SmartPtr<INamedCollection> section = setup.section(interrogate.get());
+        SmartPtr<INamedCollection> section = setup.section(interrogate);
         int32_t bits = 0, first = 0, last = -1;
         interrogate->GetProperty(0x2000000, &bits);
         interrogate->GetPropertyRange(0x2000000, &first, &last);
@@ -112,14 +123,11 @@ struct WriteSetup : PropertySetup {
 
 HRESULT writeByHand(WriteSetup& setup) {
     const timeval start = CTimer::now();
-    SmartPtr<IUnknown> bound;
-    setup.inputs->get_InputObject(0, bound.put());
-    auto interrogate = PROPQuery<IUIPropInterrogate>(bound.get());
-    auto extended = PROPQuery<IUIPropInterrogateEx>(bound.get());
-    auto parametric = PROPQuery<IParametricObject>(bound.get());
+    const Probed probed(setup.inputs.get());
+    IUIPropInterrogate* interrogate = probed.interrogate.get();
     SmartPtr<INamedCollection> section =
         PROPNameSection(CreateObject<IStringTable>(L"StringTable").get(),
-                        CreateObject<IComponentString>(L"ComponentString").get(), interrogate.get());
+                        CreateObject<IComponentString>(L"ComponentString").get(), interrogate);
     SmartPtr<IString> name;
     SmartPtr<IVariant> value;
     for (int32_t i = 0; setup.parameters->Iterate(i, name.put(), value.put(), nullptr, nullptr) >= 0; ++i) {
@@ -139,27 +147,13 @@ HRESULT writeByHand(WriteSetup& setup) {
     return S_OK;
 }
 
-template <class Setup, HRESULT (*ByHand)(Setup&)>
-Registration pair(const std::string& name, bool turnOn) {
-    if (!turnOn) {
-        return Registration({"steps/" + name + "/hand-written", "", 0, 0, 64, 1, 2000, [] {
-                                 return loopWith(std::make_unique<Setup>(),
-                                                 [](Setup& setup) { benchmark::DoNotOptimize(ByHand(setup)); });
-                             }});
-    }
-    return Registration({"steps/" + name + "/TurnOn", "steps/" + name + "/hand-written", 1.3, 0, 64, 1, 2000, [] {
-                             return loopWith(std::make_unique<Setup>(),
-                                             [](Setup& setup) { benchmark::DoNotOptimize(setup.step->TurnOn()); });
-                         }});
-}
-
 const Registration kRegistrations[] = {
-    pair<ReadSetup, readByHand<ReadSetup>>("property-read", false),
-    pair<ReadSetup, readByHand<ReadSetup>>("property-read", true),
-    pair<ReadManySetup, readByHand<ReadManySetup>>("property-read-1000", false),
-    pair<ReadManySetup, readByHand<ReadManySetup>>("property-read-1000", true),
-    pair<WriteSetup, writeByHand>("property-write", false),
-    pair<WriteSetup, writeByHand>("property-write", true),
+    stepPair<ReadSetup, readByHand<ReadSetup>>("property-read", false),
+    stepPair<ReadSetup, readByHand<ReadSetup>>("property-read", true),
+    stepPair<ReadManySetup, readByHand<ReadManySetup>>("property-read-1000", false),
+    stepPair<ReadManySetup, readByHand<ReadManySetup>>("property-read-1000", true),
+    stepPair<WriteSetup, writeByHand>("property-write", false),
+    stepPair<WriteSetup, writeByHand>("property-write", true),
 };
 
 }  // namespace

@@ -20,29 +20,16 @@ using Lines = std::vector<std::string>;
 
 }  // namespace
 
-class PropertyReadStepTest : public HostTest {
+class PropertyReadStepTest : public PropertyStepTest {
 protected:
-    void SetUp() override {
-        HostTest::SetUp();
-        table = stringTable(components.get());
-        ASSERT_NE(table, nullptr);
-        nameCameraProperties(table.get());
-        read = driven(createStep<IStep>(L"GCUIPropRead"), L"UIParametric");
-        ASSERT_NE(read.input, nullptr);
-    }
-    void TearDown() override {
-        read = DrivenStep(nullptr, L"");
-        table = nullptr;
-        HostTest::TearDown();
-    }
+    void SetUp() override { setUpStep(L"GCUIPropRead"); }
     Lines readObject(IUnknown* object) {
-        read.input->put_Object(object);
-        EXPECT_EQ(read.step->TurnOn(), S_OK);
-        return parameterLines(read.step.get());
+        step.input->put_Object(object);
+        EXPECT_EQ(step.step->TurnOn(), S_OK);
+        return parameterLines(step.step.get());
     }
 
-    SmartPtr<host::StringTable> table;
-    DrivenStep read{nullptr, L""};
+    DrivenStep& read = step;
 };
 
 TEST_F(PropertyReadStepTest, KindsGiveTypesFlagsAndChoices) {

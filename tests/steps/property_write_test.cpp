@@ -22,21 +22,9 @@ struct Named {
 
 }  // namespace
 
-class PropertyWriteStepTest : public HostTest {
+class PropertyWriteStepTest : public PropertyStepTest {
 protected:
-    void SetUp() override {
-        HostTest::SetUp();
-        table = stringTable(components.get());
-        ASSERT_NE(table, nullptr);
-        nameCameraProperties(table.get());
-        write = driven(createStep<IStep>(L"GCUIPropWrite"), L"UIParametric");
-        ASSERT_NE(write.input, nullptr);
-    }
-    void TearDown() override {
-        write = DrivenStep(nullptr, L"");
-        table = nullptr;
-        HostTest::TearDown();
-    }
+    void SetUp() override { setUpStep(L"GCUIPropWrite"); }
     void give(std::initializer_list<Named> parameters) {
         SmartPtr<IParametersCreatable> creatable = write.step.query<IParametersCreatable>();
         creatable->RemoveAll();
@@ -54,8 +42,7 @@ protected:
         return calls;
     }
 
-    SmartPtr<host::StringTable> table;
-    DrivenStep write{nullptr, L""};
+    DrivenStep& write = step;
 };
 
 TEST_F(PropertyWriteStepTest, NamesFindItemsAndItemNamesGiveIds) {

@@ -10,6 +10,8 @@
 #include "host/Properties.h"
 #include "host/Variants.h"
 #include "runtime/Interfaces.h"
+#include "support/Bindings.h"
+#include "support/HostTest.h"
 
 using Face = host::PropertyObject::Face;
 
@@ -80,3 +82,25 @@ inline std::vector<std::string> parameterLines(IUnknown* step) {
     }
     return lines;
 }
+
+// A property step bound through its "UIParametric" input, with the camera's
+// names in the host's string table.
+class PropertyStepTest : public HostTest {
+protected:
+    void setUpStep(const wchar_t* registeredName) {
+        HostTest::SetUp();
+        table = stringTable(components.get());
+        ASSERT_NE(table, nullptr);
+        nameCameraProperties(table.get());
+        step = driven(createStep<IStep>(registeredName), L"UIParametric");
+        ASSERT_NE(step.input, nullptr);
+    }
+    void TearDown() override {
+        step = DrivenStep(nullptr, L"");
+        table = nullptr;
+        HostTest::TearDown();
+    }
+
+    SmartPtr<host::StringTable> table;
+    DrivenStep step{nullptr, L""};
+};
