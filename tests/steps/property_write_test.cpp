@@ -104,11 +104,18 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
               (Lines{"Camera.PutPropertyObject(105, object View)", "Camera.SetProperty(102, inf)",
                      "Camera.PutPropertyObject(104, \"Back\")"}));
 
+    // Values of the wrong kind: a text where a number goes, an object where a text goes.
+    viewValue->put_Value(plain.query<IUnknown>().get());
+    give({{L"Level", host::makeVariant(std::wstring(L"high"))}, {L"Side", viewValue}, {L"Gain", viewValue}});
+    EXPECT_EQ(writeInto(cam.query<IUnknown>().get()),
+              (Lines{"Camera.SetProperty(106, 0)", "Camera.PutPropertyObject(104, \"View\")",
+                     "Camera.SetProperty(102, 0)"}));
+
     // Without the extended interface, text and object properties are not even found.
     SmartPtr<host::PropertyObject> basic = camera(Face::kInterrogate);
     basic->setProperty(104, objectProperty(6, nullptr));
     basic->setProperty(105, objectProperty(7, oldView.query<IUnknown>().get()));
-    EXPECT_EQ(writeInto(basic.query<IUnknown>().get()), Lines{"Camera.SetProperty(102, inf)"});
+    EXPECT_EQ(writeInto(basic.query<IUnknown>().get()), Lines{"Camera.SetProperty(102, 0)"});
 }
 
 TEST_F(PropertyWriteStepTest, WithoutASectionTheObjectsParametersAreWritten) {
