@@ -78,4 +78,25 @@ struct Registration {
     explicit Registration(Scenario scenario) { scenarios().push_back(std::move(scenario)); }
 };
 
+// A step scenario of a pair: the hand-written function (turnOn false) or
+// the step's TurnOn compared with it at most 1.3 times its time. Setup
+// holds the step as `step` and is what ByHand works on.
+template <class Setup, int32_t (*ByHand)(Setup&)>
+Registration stepPair(const std::string& name, bool turnOn) {
+    if (!turnOn) {
+        return Registration({"steps/" + name + "/hand-written", "", 0, 0, 64, 1, 2000, [] {
+                                 return loopWith(std::make_unique<Setup>(), [](Setup& setup) {
+                                     volatile int32_t result = ByHand(setup);
+                                     (void)result;
+                                 });
+                             }});
+    }
+    return Registration({"steps/" + name + "/TurnOn", "steps/" + name + "/hand-written", 1.3, 0, 64, 1, 2000, [] {
+                             return loopWith(std::make_unique<Setup>(), [](Setup& setup) {
+                                 volatile int32_t result = setup.step->TurnOn();
+                                 (void)result;
+                             });
+                         }});
+}
+
 }  // namespace bench

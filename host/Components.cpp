@@ -2,6 +2,7 @@
 
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
+#include "host/Properties.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/Workspace.h"
@@ -172,6 +173,9 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
     components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
     addVerbComponents(*components.get());
+    // The names of properties, one section per class; empty until a program
+    // or a test declares sections.
+    components->addObject(L"StringTable", make<StringTable>().query<IUnknown>().get());
     return components;
 }
 

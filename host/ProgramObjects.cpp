@@ -5,6 +5,7 @@
 
 #include "host/Activation.h"
 #include "host/Buttons.h"
+#include "host/Properties.h"
 #include "host/Scrolling.h"
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
@@ -53,6 +54,11 @@ const ObjectKind kKinds[] = {
     {"screen", &makeScreen, L"GlobalWindowCollection"},
     {"verbs", &makeProgramVerbs},
     {"verb", &makeProgramVerb},
+    {"stringtable", &makeProgramStringTable, L"StringTable"},
+    {"properties", &makeProgramProperties},
+    {"property", &makeProgramPropertyPart},
+    {"setting", &makeProgramPropertyPart},
+    {"entity", &makeProgramEntity},
 };
 
 }  // namespace

@@ -62,6 +62,11 @@ bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, 
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t index = -1;
     if (setParametricSetting(step, setting.name, programValue(setting.value).get())) return true;
+    // A step whose parameters the user defines takes the ones the file gives.
+    SmartPtr<IParametersCreatable> creatable = queryInterface<IParametersCreatable>(step);
+    if (creatable && (creatable->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0)) {
+        return creatable->Add(makeString(setting.name).get(), programValue(setting.value).get(), nullptr, 0) >= 0;
+    }
     if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
         error = programError(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
         return false;

@@ -10,6 +10,7 @@
 
 #include "runtime/CREFString.h"
 #include "runtime/Values.h"
+#include "runtime/PropertyNames.h"
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 
@@ -260,5 +261,6 @@ void MODULEReleaseComponents() {
     // Listed components stay listed: the list only grows, at its head.
     for (; kept; kept = kept->m_Next) kept->release();
     releaseFactories();
+    PROPReleaseStringTable();
     GLOBALSetComponents(nullptr);
 }

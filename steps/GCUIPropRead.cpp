@@ -1,9 +1,16 @@
 // The Property read step: makes the properties of an object the step's own
 // parameters.
+#include <algorithm>
+#include <cstring>
+
 #include "module/Registry.h"
+#include "runtime/CREFString.h"
+#include "runtime/PropertyNames.h"
 #include "steps/StepBase.h"
 
 namespace {
+
+enum { kObject };  // inputs
 
 const InputDeclaration kInputs[] = {
     {L"UIParametric", &IID_IUnknown, 0},
@@ -14,6 +21,19 @@ const PageDeclaration kPages[] = {
     {L"UIPropPages.UIParametersPropPage", true},
 };
 
+// The id under which an object answers for all of its properties.
+constexpr int32_t kAllProperties = 0x2000000;
+// A property kind: the value type in the low four bits, the sub-kind above.
+constexpr int32_t kValueType = 0x0F;
+constexpr int32_t kSubKind = 0xF0;
+constexpr int32_t kHasChoices = 0x40;
+// Objects of the host have at most a few thousand properties; a wider range
+// is a broken answer, of which only this many ids are read.
+constexpr int64_t kMostIds = 0x10000;
+
+bool isInteger(int32_t valueType) { return valueType <= 3; }
+bool isFloat(int32_t valueType) { return valueType == 4 || valueType == 5; }
+
 }  // namespace
 
 class CGCUIPropRead final : public StepBase<CGCUIPropRead, IParametersCreatable, IStepImplSynchronous> {
@@ -22,6 +42,28 @@ public:
     // The parameters are made by each run from the object read.
     static constexpr StepTables kTables{kInputs, {}, kPages, 1};
     using Interfaces = StepInterfaces<IParametersCreatable>;
+
+    // Every run starts empty, so the parameters are those of the last object
+    // read. Nothing that the host answers is a failure of the step.
+    HRESULT Execute(CStopEvent*) {
+        SmartPtr<IUnknown> object = InputObject(kObject);
+        auto interrogate = PROPQuery<IUIPropInterrogate>(object.get());
+        auto extended = PROPQuery<IUIPropInterrogateEx>(object.get());
+        auto parametric = PROPQuery<IParametricObject>(object.get());
+        auto parameters = PROPQuery<IParameters>(object.get());
+
+        m_Parameters.RemoveAll();
+        if (interrogate) {
+            readProperties(interrogate.get(), extended.get());
+        } else if (parametric) {
+            SmartPtr<INamedCollection> collection;
+            parametric->GetParameters(collection.put(), 0);
+            copyNamed(collection.get());
+        } else if (parameters) {
+            copyNamed(parameters.get());
+        }
+        return S_OK;
+    }
 
     // The parameters come from the object read, so only XML keeps them; a
     // folder stream gets the input list alone ("Inputs" in the split layout).
@@ -35,6 +77,60 @@ public:
     void Unlock() override { m_ResourceLock.Unlock(); }
 
 private:
+    // One parameter per item, under the item's name, flags 0.
+    void copyNamed(INamedCollection* collection) {
+        int32_t count = 0;
+        if (!collection || collection->get_Count(&count) < 0) return;
+        for (int32_t i = 0; i < count; ++i) {
+            SmartPtr<IUnknown> item;
+            SmartPtr<IString> name;
+            collection->get_Item(i, item.put());
+            collection->get_ItemName(i, name.put());
+            m_Parameters.Add(name.get(), item.get(), nullptr, 0);
+        }
+    }
+
+    void readProperties(IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended) {
+        SmartPtr<INamedCollection> section = PROPNameSection(
+            PROPStringTable().get(), CreateObject<IComponentString>(L"ComponentString").get(), interrogate);
+        int32_t unused = 0;
+        interrogate->GetProperty(kAllProperties, &unused);
+        int32_t first = 0;
+        int32_t last = -1;
+        if (interrogate->GetPropertyRange(kAllProperties, &first, &last) < 0) return;
+        const int64_t end = std::min<int64_t>(last, int64_t{first} + kMostIds - 1);
+        for (int64_t id = first; id <= end; ++id) {
+            readProperty(interrogate, extended, section.get(), static_cast<int32_t>(id));
+        }
+    }
+
+    void readProperty(IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended, INamedCollection* section,
+                      int32_t id) {
+        int32_t bits = 0;
+        SmartPtr<IUnknown> object;
+        int32_t kind = interrogate->GetProperty(id, &bits);
+        if (kind < 0 && extended) kind = extended->GetPropertyObject(id, object.put());
+        if (kind < 0) return;
+
+        const int32_t valueType = kind & kValueType;
+        SmartPtr<IUnknown> value = object;
+        if (isInteger(valueType)) {
+            value = IVCreate(bits).query<IUnknown>();
+        } else if (isFloat(valueType)) {
+            float single = 0.0f;
+            std::memcpy(&single, &bits, sizeof single);
+            SmartPtr<IVariant> variant = CREFString::CreateVariant();
+            if (variant) variant->put_Double(single);
+            value = variant.query<IUnknown>();
+        }
+        SmartPtr<IString> choices;
+        if ((isInteger(valueType) || valueType == 6) && (kind & kSubKind) == kHasChoices) {
+            interrogate->GetPropertyChoices(id, choices.put());
+        }
+        const int32_t flags = valueType == 0 ? (kind & kSubKind) | 3 : kind & 0xFF;
+        m_Parameters.Add(PROPDisplayName(section, id).get(), value.get(), choices.get(), flags);
+    }
+
     CResourceLock m_ResourceLock;
 };
 

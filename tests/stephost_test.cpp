@@ -71,6 +71,22 @@ TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
     EXPECT_EQ(buttons.output.find("host objects still alive"), std::string::npos) << buttons.output;
 }
 
+TEST(StepHost, PropertiesAreReadWrittenByNameAndReadBack) {
+    const Outcome read = stephost({"run", example("property-read.xml")});
+    EXPECT_EQ(read.status, 0) << read.output;
+    for (const char* effect : {"wrote Exposure = 20", "wrote Mode = 1", "wrote Gain = 2.5", "wrote Label = \"Front door\""}) {
+        EXPECT_NE(read.output.find(effect), std::string::npos) << effect << "\n" << read.output;
+    }
+    const Outcome write = stephost({"run", example("property-write.xml")});
+    EXPECT_EQ(write.status, 0) << write.output;
+    for (const char* effect : {"Camera         SetProperty(100, 35)", "Camera         PutPropertyObject(103, \"Back door\")",
+                               "wrote Exposure = 35", "wrote Label = \"Back door\""}) {
+        EXPECT_NE(write.output.find(effect), std::string::npos) << effect << "\n" << write.output;
+    }
+    EXPECT_EQ(write.output.find("SetProperty(101"), std::string::npos) << "only the given properties change";
+    EXPECT_EQ(write.output.find("host objects still alive"), std::string::npos) << write.output;
+}
+
 TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
     const Outcome message = stephost({"run", example("message.xml")});
     EXPECT_EQ(message.status, 0) << message.output;
@@ -135,7 +151,7 @@ TEST(StepHost, TheProgramOfEveryStepRunsTheBuiltOnesToTheirEffect) {
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
                              "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml",
-                             "verb.xml"}) {
+                             "verb.xml", "property-read.xml", "property-write.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;
