@@ -2,6 +2,7 @@
 
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
+#include "host/OperatorWindows.h"
 #include "host/Variants.h"
 #include "host/Workspace.h"
 
@@ -170,6 +171,9 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addClass(L"MessageWindow", L"MessageWindow");
     components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
     components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
+    // A new confirmation window for every question.
+    ClassRegistry::add(L"ConfirmationWindow", [] { return make<ConfirmationWindow>().query<IUnknown>(); });
+    components->addClass(L"ConfirmationWindow", L"ConfirmationWindow");
     return components;
 }
 
