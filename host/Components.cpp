@@ -2,7 +2,9 @@
 
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
+#include "host/OperatorServices.h"
 #include "host/OperatorWindows.h"
+#include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/Workspace.h"
 
@@ -174,6 +176,13 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     // A new confirmation window for every question.
     ClassRegistry::add(L"ConfirmationWindow", [] { return make<ConfirmationWindow>().query<IUnknown>(); });
     components->addClass(L"ConfirmationWindow", L"ConfirmationWindow");
+    // A new keyboard for every prompt; one set of utilities, one password
+    // check and one recent file list for the host.
+    ClassRegistry::add(L"UIKeyboard", [] { return make<Keyboard>().query<IUnknown>(); });
+    components->addClass(L"UIKeyboard", L"UIKeyboard");
+    components->addObject(L"UIUtils", make<UIUtils>().query<IUnknown>().get());
+    components->addObject(L"PasswordAccess", make<PasswordAccess>().query<IUnknown>().get());
+    components->addObject(L"RecentFileCollection", make<RecentFileCollection>().query<IUnknown>().get());
     return components;
 }
 

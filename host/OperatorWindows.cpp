@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "host/Operator.h"
+#include "host/Variants.h"
 
 namespace host {
 
@@ -150,6 +151,168 @@ int32_t ConfirmationWindow::timeOut() const {
 }
 
 bool ConfirmationWindow::isOpen() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Open;
+}
+
+}  // namespace host
+
+namespace host {
+
+HRESULT Keyboard::put_Mode(int32_t mode) {
+    record("put_Mode(" + hex(mode) + ")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Mode = mode;
+    return S_OK;
+}
+
+HRESULT Keyboard::put_Text(IString* text) {
+    const std::wstring typed = textOf(text);
+    record("put_Text(\"" + narrow(typed) + "\")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Text = typed;
+    return S_OK;
+}
+
+HRESULT Keyboard::Advise(IUnknown* sink, int32_t kind) {
+    record("Advise(" + std::to_string(kind) + ")");
+    if (!sink) return E_POINTER;
+    std::wstring reply;
+    bool answered = false;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Sink = SmartPtr<IUnknown>(sink);
+        answered = m_Answered;
+        reply = m_Reply;
+        m_Answered = false;
+    }
+    if (answered) apply(reply);
+    return S_OK;
+}
+
+void Keyboard::shown() {
+    std::wstring prompt;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_AskOperator) return;
+        prompt = m_Text;
+    }
+    SmartPtr<Keyboard> self(this);
+    OperatorThreads::run([self, prompt] {
+        std::wstring reply;
+        if (!Operator::current().answer("keyboard", prompt, reply)) return;
+        {
+            std::lock_guard<std::mutex> lock(self->m_Mutex);
+            if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
+                self->m_Answered = true;
+                self->m_Reply = reply;
+                return;
+            }
+        }
+        self->apply(reply);
+    });
+}
+
+SmartPtr<IUnknown> Keyboard::sink() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Sink;
+}
+
+bool Keyboard::apply(const std::wstring& text) {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Text = text;
+    }
+    record("apply \"" + narrow(text) + "\"");
+    SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
+    if (events) events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(this));
+    return close();
+}
+
+bool Keyboard::close() {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Open = false;
+    }
+    record("close");
+    SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
+    if (events) events->KeyboardClose(static_cast<IUIKeyboard*>(this));
+    return true;
+}
+
+void Keyboard::setAskOperator(bool ask) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_AskOperator = ask;
+}
+
+int32_t Keyboard::mode() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Mode;
+}
+
+std::wstring Keyboard::text() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Text;
+}
+
+bool Keyboard::isOpen() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Open;
+}
+
+HRESULT FileChooser::Advise(IUnknown* sink, int32_t kind) {
+    record("Advise(" + std::to_string(kind) + ")");
+    if (!sink) return E_POINTER;
+    bool ask = false;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Sink = SmartPtr<IUnknown>(sink);
+        ask = m_AskOperator && m_Open;
+    }
+    if (!ask) return S_OK;
+    SmartPtr<FileChooser> self(this);
+    OperatorThreads::run([self] {
+        std::wstring reply;
+        if (!Operator::current().answer("file", L"", reply)) return;
+        if (!reply.empty()) self->apply(reply);
+        self->close();
+    });
+    return S_OK;
+}
+
+SmartPtr<IUnknown> FileChooser::sink() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Sink;
+}
+
+bool FileChooser::apply(const std::wstring& name) {
+    if (!isOpen()) return false;
+    record("apply \"" + narrow(name) + "\"");
+    SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
+    if (events) events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(this));
+    return true;
+}
+
+bool FileChooser::close() {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Open = false;
+    }
+    record("close");
+    SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
+    if (events) events->FileArchiveClose(static_cast<IUIFileArchive*>(this));
+    return true;
+}
+
+void FileChooser::setAskOperator(bool ask) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_AskOperator = ask;
+}
+
+bool FileChooser::isOpen() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Open;
 }

@@ -67,3 +67,68 @@ private:
 };
 
 }  // namespace host
+
+namespace host {
+
+// The on-screen keyboard ("UIKeyboard"), a new one per request. Shown in a
+// popup, it asks the operator ("keyboard") on an operator thread; the reply
+// is applied and the keyboard closed. An answer that comes before anyone
+// registered for its events waits for the registration.
+class Keyboard final : public Object<Keyboard, IUIKeyboard, IEventSource> {
+public:
+    static constexpr char kLedgerName[] = "Keyboard";
+    using Answered = Answers<IUIKeyboard, IEventSource>;
+
+    HRESULT put_Mode(int32_t mode) override;
+    HRESULT put_Text(IString* text) override;
+    HRESULT Advise(IUnknown* sink, int32_t kind) override;
+
+    // Shown in a popup: asks the operator when askOperator is set.
+    void shown();
+    // The operator types and applies; closes the keyboard. False once closed.
+    bool apply(const std::wstring& text);
+    bool close();
+    void setAskOperator(bool ask);
+
+    int32_t mode() const;
+    std::wstring text() const;
+    bool isOpen() const;
+
+private:
+    SmartPtr<IUnknown> sink();
+
+    mutable std::mutex m_Mutex;
+    int32_t m_Mode = 0;
+    std::wstring m_Text;
+    bool m_Open = true;
+    bool m_AskOperator = true;
+    bool m_Answered = false;   // the operator's reply is in m_Reply
+    std::wstring m_Reply;
+    SmartPtr<IUnknown> m_Sink;
+};
+
+// The file chooser a host window hosts: registered with, it asks the
+// operator ("file") on an operator thread; the reply is applied and the
+// chooser closed, an empty reply only closes it.
+class FileChooser final : public Object<FileChooser, IUIFileArchive, IEventSource> {
+public:
+    static constexpr char kLedgerName[] = "FileChooser";
+    using Answered = Answers<IUIFileArchive, IEventSource>;
+
+    HRESULT Advise(IUnknown* sink, int32_t kind) override;
+
+    bool apply(const std::wstring& name);
+    bool close();
+    void setAskOperator(bool ask);
+    bool isOpen() const;
+
+private:
+    SmartPtr<IUnknown> sink();
+
+    mutable std::mutex m_Mutex;
+    bool m_Open = true;
+    bool m_AskOperator = true;
+    SmartPtr<IUnknown> m_Sink;
+};
+
+}  // namespace host
