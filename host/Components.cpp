@@ -1,5 +1,7 @@
 #include "host/Components.h"
 
+#include <cstdlib>
+
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
 #include "host/OperatorServices.h"
@@ -182,7 +184,10 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addClass(L"UIKeyboard", L"UIKeyboard");
     components->addObject(L"UIUtils", make<UIUtils>().query<IUnknown>().get());
     components->addObject(L"PasswordAccess", make<PasswordAccess>().query<IUnknown>().get());
-    components->addObject(L"RecentFileCollection", make<RecentFileCollection>().query<IUnknown>().get());
+    // The recent file list is kept in the file FLUKO_RECENT_FILES names, else in memory only.
+    const char* recentFiles = std::getenv("FLUKO_RECENT_FILES");
+    components->addObject(L"RecentFileCollection",
+                          make<RecentFileCollection>(recentFiles ? recentFiles : "").query<IUnknown>().get());
     return components;
 }
 
