@@ -144,11 +144,12 @@ public:
         SmartPtr<IUnknown> window;
         utils->ShowPopup(caption.get(), Identity(), 3, keyboard.get(), window.put(), 5, 1);
         writeInteger(kReturnCode, -1);
-        // The wait is marked before the keyboard can tell of a close, so an
-        // operator faster than this thread still ends it.
+        // The wait and "no answer yet" are marked before the keyboard can
+        // tell of an apply or a close, so that an operator faster than this
+        // thread still ends the wait and keeps the answer.
         m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
-        AdviseEvents(keyboard.get(), 1);
         writeInteger(kReturnCode, 0);
+        AdviseEvents(keyboard.get(), 1);
         return S_OK;
     }
 

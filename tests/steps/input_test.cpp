@@ -147,7 +147,9 @@ TEST_F(InputStepTest, WaitKeepsTheStepRunningUntilTheWindowCloses) {
     EXPECT_FALSE(waiting.step->IsRunning());
     open->close();
 
-    // A scripted operator answers from its own thread and closes the keyboard.
+    // A scripted operator answers from its own thread and closes the keyboard
+    // (once the earlier keyboards have found nothing to answer).
+    host::OperatorThreads::wait();
     host::Operator::current().script({{"keyboard", L"from the operator", 20, 0}});
     DrivenStep scripted = inputStep(0, L"a", 1);
     runToEnd(scripted.step.get());
@@ -248,4 +250,33 @@ TEST_F(InputStepTest, MissingComponentsEndTheStep) {
     components->remove(L"RecentFileCollection");
     DrivenStep recent = inputStep(7, L"a");
     runToEnd(recent.step.get());
+}
+
+// The operator's answers, the host's stops and the host letting go race
+// from three threads; every waiting run still ends with the typed text.
+TEST_F(InputStepTest, AnswersStopsAndReleasesRace) {
+    for (int run = 0; run < 200; ++run) {
+        host::Operator::current().script({{"keyboard", L"typed", run % 7, 0}});
+        DrivenStep step = inputStep(run % 3 == 0 ? 2 : 0, L"start", run % 2);
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        std::thread stopping([step = step.step, run] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(run % 5));
+            step->TurnOff();
+        });
+        if (run % 4 == 3) {
+            step.step = nullptr;  // the host lets go; the keyboard still answers
+            step.parameters = nullptr;
+        } else {
+            for (int i = 0; i < 2000 && (step.step->IsRunning() || host::Operator::current().pending() > 0); ++i) {
+                std::this_thread::sleep_for(1ms);
+            }
+        }
+        stopping.join();
+        host::OperatorThreads::wait();
+        if (!step.step) continue;
+        EXPECT_FALSE(step.step->IsRunning()) << run;
+        EXPECT_EQ(text(step, kInput), run % 3 == 0 ? L"0" : L"typed") << run;
+        EXPECT_EQ(text(step, kReturnCode), L"1") << run;
+        utils()->forget();
+    }
 }
