@@ -3,10 +3,10 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <cwchar>
 #include <mutex>
 #include <thread>
 
+#include "bench/BenchHost.h"
 #include "bench/Scenario.h"
 #include "host/ClassFactory.h"
 #include "host/OperatorWindows.h"
@@ -17,14 +17,6 @@ namespace bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-SmartPtr<IStep> createStep(const wchar_t* name) {
-    CREATEFUNCTION creator = nullptr;
-    SmartPtr<IStep> step;
-    CreateFunction({static_cast<int32_t>(std::wcslen(name)), name}, &creator);
-    if (creator) creator(nullptr, &IID_IStep, step.put_void());
-    return step;
-}
 
 // A confirmation waiting without limit, in a window the benchmark answers
 // itself; each run gets a new window, as from the host.
@@ -75,7 +67,7 @@ struct ConfirmLatencies final : Work {
     std::vector<double> samples() const override { return latencies; }
 
     Ending ending;
-    SmartPtr<IStep> step = createStep(L"GCUIConfirm");
+    SmartPtr<IStep> step = createRegisteredStep(L"GCUIConfirm");
     std::mutex mutex;
     SmartPtr<host::ConfirmationWindow> latest;
     std::vector<double> latencies;
