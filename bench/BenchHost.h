@@ -8,6 +8,8 @@
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
 
+#include <cwchar>
+
 namespace bench {
 
 class BenchHost {
@@ -31,5 +33,15 @@ public:
 private:
     SmartPtr<host::ComponentCollection> m_Components;
 };
+
+// A new step of the registered class, through the module's CreateFunction
+// as a host makes it; null when no such class is registered.
+inline SmartPtr<IStep> createRegisteredStep(const wchar_t* name) {
+    CREATEFUNCTION creator = nullptr;
+    SmartPtr<IStep> step;
+    CreateFunction({static_cast<int32_t>(std::wcslen(name)), name}, &creator);
+    if (creator) creator(nullptr, &IID_IStep, step.put_void());
+    return step;
+}
 
 }  // namespace bench

@@ -1,8 +1,13 @@
 #include "host/Components.h"
 
+#include <cstdlib>
+
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
 #include "host/Properties.h"
+#include "host/OperatorServices.h"
+#include "host/OperatorWindows.h"
+#include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/Workspace.h"
@@ -176,6 +181,19 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     // The names of properties, one section per class; empty until a program
     // or a test declares sections.
     components->addObject(L"StringTable", make<StringTable>().query<IUnknown>().get());
+    // A new confirmation window for every question.
+    ClassRegistry::add(L"ConfirmationWindow", [] { return make<ConfirmationWindow>().query<IUnknown>(); });
+    components->addClass(L"ConfirmationWindow", L"ConfirmationWindow");
+    // A new keyboard for every prompt; one set of utilities, one password
+    // check and one recent file list for the host.
+    ClassRegistry::add(L"UIKeyboard", [] { return make<Keyboard>().query<IUnknown>(); });
+    components->addClass(L"UIKeyboard", L"UIKeyboard");
+    components->addObject(L"UIUtils", make<UIUtils>().query<IUnknown>().get());
+    components->addObject(L"PasswordAccess", make<PasswordAccess>().query<IUnknown>().get());
+    // The recent file list is kept in the file FLUKO_RECENT_FILES names, else in memory only.
+    const char* recentFiles = std::getenv("FLUKO_RECENT_FILES");
+    components->addObject(L"RecentFileCollection",
+                          make<RecentFileCollection>(recentFiles ? recentFiles : "").query<IUnknown>().get());
     return components;
 }
 

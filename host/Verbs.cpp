@@ -373,27 +373,11 @@ HRESULT PropertyFrame::SetItemSize(int32_t, int32_t, int32_t size) {
     return S_OK;
 }
 
-HRESULT PopupUtils::ShowPopup(IString* caption, IUnknown* owner, int32_t a, IUnknown* content, IUnknown** window,
-                              int32_t b, int32_t c) {
-    record("ShowPopup(" + (caption ? "\"" + narrow(textOf(caption)) + "\"" : std::string("no caption")) + ", " +
-           nameOfObject(owner) + ", " + std::to_string(a) + ", " + nameOfObject(content) + ", " +
-           std::to_string(b) + ", " + std::to_string(c) + ")");
-    if (window) *window = nullptr;  // the pop-up is shown and gone: no window to hand back
-    return S_OK;
-}
-
-HRESULT PopupUtils::ShowFileArchive(int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t,
-                                    int32_t, int32_t, int32_t, IUnknown** result) {
-    if (result) *result = nullptr;
-    return E_NOTIMPL;
-}
-
 void addVerbComponents(ComponentCollection& components) {
     ClassRegistry::add(L"UIVerbCollection", [] { return make<VerbCollection>().query<IUnknown>(); });
     ClassRegistry::add(L"ParametersCreatable", [] { return make<ParameterList>().query<IUnknown>(); });
     ClassRegistry::add(L"UIPropertyPageCollection", [] { return make<PropertyFrame>().query<IUnknown>(); });
-    ClassRegistry::add(L"UIUtils", [] { return make<PopupUtils>().query<IUnknown>(); });
-    for (const wchar_t* name : {L"UIVerbCollection", L"ParametersCreatable", L"UIPropertyPageCollection", L"UIUtils"}) {
+    for (const wchar_t* name : {L"UIVerbCollection", L"ParametersCreatable", L"UIPropertyPageCollection"}) {
         components.addClass(name, name);
     }
 }

@@ -142,22 +142,8 @@ public:
     HRESULT SetItemSize(int32_t, int32_t, int32_t size) override;
 };
 
-// The "UIUtils" component's class: records each pop-up it is asked to show;
-// it opens no file chooser.
-class PopupUtils final : public Object<PopupUtils, IUIUtils> {
-public:
-    static constexpr char kLedgerName[] = "PopupUtils";
-    using Answered = Answers<IUIUtils>;
-    PopupUtils() { setLabel("UIUtils"); }
-
-    HRESULT ShowPopup(IString* caption, IUnknown* owner, int32_t a, IUnknown* content, IUnknown** window, int32_t b,
-                      int32_t c) override;
-    HRESULT ShowFileArchive(int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t,
-                            int32_t, int32_t, int32_t, IUnknown** result) override;
-};
-
 // Registers the classes above and the components "UIVerbCollection",
-// "ParametersCreatable", "UIPropertyPageCollection" and "UIUtils".
+// "ParametersCreatable" and "UIPropertyPageCollection".
 void addVerbComponents(ComponentCollection& components);
 
 // Sets a setting the object offers through IParametricObject, as the host's

@@ -16,6 +16,7 @@
 #include "host/Files.h"
 #include "host/HostObject.h"
 #include "host/Operator.h"
+#include "host/OperatorWindows.h"
 #include "host/ProgramReader.h"
 #include "host/ProgramRunner.h"
 #include "host/SettingsStore.h"
@@ -261,6 +262,9 @@ int main(int argc, char** argv) {
         // Stored steps are re-created by their class names, as a host does.
         host::setObjectResolver(host::moduleResolver(module.create));
         result = runCommand(module, options, components.get());
+        // Windows still open hold their steps until the operator has answered
+        // them; the module's code must stay loaded until then.
+        host::OperatorThreads::wait();
         host::setObjectResolver(nullptr);
         module.initialize(nullptr, nullptr);
         components->clear();

@@ -117,6 +117,8 @@ TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
          {"Main           get_Index(Results) -> 2", "Main           Select(2, 1): Results in front",
           "Main           Results.Select(2, 1): Plot in front", "Main           Results.Refresh(0)"}},
         {"selected-tab.xml", {"wrote Index = 1", "wrote Name = \"Results\"", "wrote Index = -1"}},
+        {"confirm.xml", {"wrote Response = 6", "wrote Response = -1"}},
+        {"input.xml", {"wrote Input = \"Batch 42\"", "wrote Input = 2", "wrote Input = \"run42.csv\""}},
     };
     for (const Case& c : cases) {
         const Outcome run = stephost({"run", example(c.example)});
@@ -151,7 +153,8 @@ TEST(StepHost, TheProgramOfEveryStepRunsTheBuiltOnesToTheirEffect) {
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
                              "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml",
-                             "verb.xml", "property-read.xml", "property-write.xml"}) {
+                             "verb.xml", "property-read.xml", "property-write.xml",
+                             "confirm.xml", "input.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;

@@ -129,7 +129,7 @@ TEST_F(VerbStepTest, AVerbStepRunsAndOpensAnotherOne) {
     };
     const Case cases[] = {
         {8, {"Pump.DoAction(5)"}},  // the inner step runs
-        {3, {"PropertyFrame.AddObject(GCUIVerb, 0x60)", "UIUtils.ShowPopup(no caption, the frame, 3, the frame, 4, -1)"}},
+        {3, {"PropertyFrame.AddObject(GCUIVerb, 0x60)", "UIUtils.ShowPopup(\"\", 3, 4, -1)"}},
         {9, {}},  // a synchronous step cannot be stopped: nothing to see
         {5, {}},  // the inner step answers 5, which the outer one leaves alone
         {0, {}},

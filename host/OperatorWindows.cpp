@@ -1,0 +1,320 @@
+#include "host/OperatorWindows.h"
+
+#include <condition_variable>
+#include <cstdio>
+#include <cwchar>
+#include <thread>
+
+#include "host/Operator.h"
+#include "host/Variants.h"
+
+namespace host {
+
+namespace {
+
+struct ThreadCount {
+    std::mutex mutex;
+    std::condition_variable ended;
+    int running = 0;
+};
+
+// Never destroyed: an operator thread may still answer while the process ends.
+ThreadCount& threadCount() {
+    static ThreadCount* count = new ThreadCount;
+    return *count;
+}
+
+std::string hex(int32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
+    return text;
+}
+
+}  // namespace
+
+void OperatorThreads::run(std::function<void()> answer) {
+    ThreadCount& count = threadCount();
+    {
+        std::lock_guard<std::mutex> lock(count.mutex);
+        ++count.running;
+    }
+    std::thread([answer = std::move(answer)]() mutable {
+        answer();
+        answer = nullptr;  // what it held goes before the count says so
+        ThreadCount& count = threadCount();
+        std::lock_guard<std::mutex> lock(count.mutex);
+        if (--count.running == 0) count.ended.notify_all();
+    }).detach();
+}
+
+void OperatorThreads::wait() {
+    ThreadCount& count = threadCount();
+    std::unique_lock<std::mutex> lock(count.mutex);
+    count.ended.wait(lock, [&] { return count.running == 0; });
+}
+
+HRESULT ConfirmationWindow::SetMessage(IString* text, int32_t style) {
+    const std::wstring message = textOf(text);
+    record("SetMessage(\"" + narrow(message) + "\", " + hex(style) + ")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Message = message;
+    m_Style = style;
+    return S_OK;
+}
+
+HRESULT ConfirmationWindow::put_TimeOut(int32_t seconds) {
+    record("put_TimeOut(" + std::to_string(seconds) + ")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_TimeOut = seconds;
+    return S_OK;
+}
+
+HRESULT ConfirmationWindow::Advise(IUnknown* sink, int32_t kind) {
+    record("Advise(" + std::to_string(kind) + ")");
+    if (!sink) return E_POINTER;
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Sink = SmartPtr<IUnknown>(sink);
+    return S_OK;
+}
+
+HRESULT ConfirmationWindow::Show() {
+    record("Show");
+    std::wstring message;
+    bool ask = false;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (m_Open || m_Answered) return S_OK;
+        m_Open = true;
+        message = m_Message;
+        ask = m_AskOperator;
+    }
+    if (!ask) return S_OK;
+    // The operator thread keeps the window until it has answered.
+    SmartPtr<ConfirmationWindow> self(this);
+    OperatorThreads::run([self, message] {
+        std::wstring reply;
+        if (Operator::current().answer("confirm", message, reply)) self->press(responseOf(reply));
+    });
+    return S_OK;
+}
+
+HRESULT ConfirmationWindow::SendKey(int32_t key, int32_t a, int32_t b, int32_t c) {
+    record("SendKey(" + std::to_string(key) + ", " + std::to_string(a) + ", " + std::to_string(b) + ", " +
+           std::to_string(c) + ")");
+    if (key == 13) press(1);
+    return S_OK;
+}
+
+bool ConfirmationWindow::press(int32_t response) {
+    SmartPtr<IUnknown> sink;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open || m_Answered) return false;
+        m_Answered = true;
+        m_Open = false;
+        sink = m_Sink;
+    }
+    record("answered " + std::to_string(response));
+    SmartPtr<_IConfirmationEvent> events = queryInterface<_IConfirmationEvent>(sink.get());
+    if (events) events->ConfirmationDone(static_cast<IConfirmationWindow*>(this), response);
+    return true;
+}
+
+void ConfirmationWindow::setAskOperator(bool ask) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_AskOperator = ask;
+}
+
+int32_t ConfirmationWindow::responseOf(const std::wstring& reply) {
+    if (reply == L"ok" || reply == L"OK") return 1;
+    if (reply == L"cancel" || reply == L"Cancel") return 2;
+    if (reply == L"yes" || reply == L"Yes") return 6;
+    if (reply == L"no" || reply == L"No") return 7;
+    wchar_t* end = nullptr;
+    const long number = std::wcstol(reply.c_str(), &end, 10);
+    return !reply.empty() && end && *end == 0 ? static_cast<int32_t>(number) : 2;
+}
+
+std::wstring ConfirmationWindow::message() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Message;
+}
+
+int32_t ConfirmationWindow::style() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Style;
+}
+
+int32_t ConfirmationWindow::timeOut() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_TimeOut;
+}
+
+bool ConfirmationWindow::isOpen() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Open;
+}
+
+}  // namespace host
+
+namespace host {
+
+HRESULT Keyboard::put_Mode(int32_t mode) {
+    record("put_Mode(" + hex(mode) + ")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Mode = mode;
+    return S_OK;
+}
+
+HRESULT Keyboard::put_Text(IString* text) {
+    const std::wstring typed = textOf(text);
+    record("put_Text(\"" + narrow(typed) + "\")");
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Text = typed;
+    return S_OK;
+}
+
+HRESULT Keyboard::Advise(IUnknown* sink, int32_t kind) {
+    record("Advise(" + std::to_string(kind) + ")");
+    if (!sink) return E_POINTER;
+    std::wstring reply;
+    bool answered = false;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Sink = SmartPtr<IUnknown>(sink);
+        answered = m_Answered;
+        reply = m_Reply;
+        m_Answered = false;
+    }
+    if (answered) apply(reply);
+    return S_OK;
+}
+
+void Keyboard::shown() {
+    std::wstring prompt;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_AskOperator) return;
+        prompt = m_Text;
+    }
+    SmartPtr<Keyboard> self(this);
+    OperatorThreads::run([self, prompt] {
+        std::wstring reply;
+        if (!Operator::current().answer("keyboard", prompt, reply)) return;
+        {
+            std::lock_guard<std::mutex> lock(self->m_Mutex);
+            if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
+                self->m_Answered = true;
+                self->m_Reply = reply;
+                return;
+            }
+        }
+        self->apply(reply);
+    });
+}
+
+SmartPtr<IUnknown> Keyboard::sink() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Sink;
+}
+
+bool Keyboard::apply(const std::wstring& text) {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Text = text;
+    }
+    record("apply \"" + narrow(text) + "\"");
+    SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
+    if (events) events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(this));
+    return close();
+}
+
+bool Keyboard::close() {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Open = false;
+    }
+    record("close");
+    SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
+    if (events) events->KeyboardClose(static_cast<IUIKeyboard*>(this));
+    return true;
+}
+
+void Keyboard::setAskOperator(bool ask) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_AskOperator = ask;
+}
+
+int32_t Keyboard::mode() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Mode;
+}
+
+std::wstring Keyboard::text() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Text;
+}
+
+bool Keyboard::isOpen() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Open;
+}
+
+HRESULT FileChooser::Advise(IUnknown* sink, int32_t kind) {
+    record("Advise(" + std::to_string(kind) + ")");
+    if (!sink) return E_POINTER;
+    bool ask = false;
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Sink = SmartPtr<IUnknown>(sink);
+        ask = m_AskOperator && m_Open;
+    }
+    if (!ask) return S_OK;
+    SmartPtr<FileChooser> self(this);
+    OperatorThreads::run([self] {
+        std::wstring reply;
+        if (!Operator::current().answer("file", L"", reply)) return;
+        if (!reply.empty()) self->apply(reply);
+        self->close();
+    });
+    return S_OK;
+}
+
+SmartPtr<IUnknown> FileChooser::sink() {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Sink;
+}
+
+bool FileChooser::apply(const std::wstring& name) {
+    if (!isOpen()) return false;
+    record("apply \"" + narrow(name) + "\"");
+    SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
+    if (events) events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(this));
+    return true;
+}
+
+bool FileChooser::close() {
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        if (!m_Open) return false;
+        m_Open = false;
+    }
+    record("close");
+    SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
+    if (events) events->FileArchiveClose(static_cast<IUIFileArchive*>(this));
+    return true;
+}
+
+void FileChooser::setAskOperator(bool ask) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_AskOperator = ask;
+}
+
+bool FileChooser::isOpen() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Open;
+}
+
+}  // namespace host
