@@ -2,6 +2,8 @@
 
 #include "host/ClassFactory.h"
 #include "host/MessageWindows.h"
+#include "host/PopupUtils.h"
+#include "host/PropertyFrames.h"
 #include "host/Variants.h"
 #include "host/Workspace.h"
 
@@ -170,6 +172,14 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     components->addClass(L"MessageWindow", L"MessageWindow");
     components->addObject(L"GlobalWindowCollection", make<WindowCollection>("Windows").query<IUnknown>().get());
     components->addObject(L"ActiveWorkspace", make<Workspace>("Workspace").query<IUnknown>().get());
+    // A new property frame and pop-up collection for every request, one
+    // set of utilities (its latest pop-up window kept for tests).
+    ClassRegistry::add(L"UIPropertyPageCollection", [] { return make<PropertyFrame>().query<IUnknown>(); });
+    ClassRegistry::add(L"UIPopupCollection", [] { return make<PopupCollection>().query<IUnknown>(); });
+    ClassRegistry::add(L"SmartViewer", [] { return make<SmartViewer>().query<IUnknown>(); });
+    components->addClass(L"UIPropertyPageCollection", L"UIPropertyPageCollection");
+    components->addClass(L"UIPopupCollection", L"UIPopupCollection");
+    components->addObject(L"UIUtils", make<UIUtils>().query<IUnknown>().get());
     return components;
 }
 

@@ -5,6 +5,7 @@
 
 #include "host/Activation.h"
 #include "host/Buttons.h"
+#include "host/PropertyFrames.h"
 #include "host/Scrolling.h"
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
@@ -50,6 +51,8 @@ const ObjectKind kKinds[] = {
     {"button", &makeProgramButton},
     {"workspace", &makeWorkspace, L"ActiveWorkspace"},
     {"screen", &makeScreen, L"GlobalWindowCollection"},
+    {"frame", &makeProgramFrame, L"UIPropertyPageCollection"},
+    {"viewer", &makeProgramViewer},
 };
 
 }  // namespace
