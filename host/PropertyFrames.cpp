@@ -115,7 +115,9 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
     SmartPtr<PropertyFrame> self(this);
     std::thread([self]() mutable {
         std::wstring words;
-        if (Operator::current().answer("editor", L"Edit the properties", words)) self->raise(words);
+        // The answer is the operator's whole session with the editor, which
+        // ends with the window closed when no cancel or close ended it.
+        if (Operator::current().answer("editor", L"Edit the properties", words)) self->raise(words + L" close");
         self = nullptr;
         OperatorThreads& ended = operatorThreads();
         std::lock_guard<std::mutex> lock(ended.mutex);

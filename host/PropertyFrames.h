@@ -29,7 +29,8 @@ public:
     HRESULT put_Options(int32_t options) override;
     HRESULT SetItemSize(int32_t a, int32_t b, int32_t size) override;
     // Registers the sink and asks the operator, on a thread of its own, what
-    // to do with the editor ("apply", "cancel", "close", in order).
+    // to do with the editor ("apply", "cancel", "close", in order); an
+    // answer that neither cancels nor closes is followed by a close.
     HRESULT Advise(IUnknown* sink, int32_t kind) override;
 
     // Raises the operator's words to the sink on the caller's thread; after
