@@ -37,6 +37,29 @@ public:
     HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
 };
 
+// A frame whose operator answers while the step is still registering.
+class InstantFrame final : public host::Object<InstantFrame, IUIPropertyPageCollection, IEventSource> {
+public:
+    static constexpr char kLedgerName[] = "InstantFrame";
+    using Answered = host::Answers<IUIPropertyPageCollection, IEventSource>;
+    explicit InstantFrame(bool cancel) : m_Cancel(cancel) {}
+    HRESULT SetPages(ISuperCollection*, int32_t) override { return S_OK; }
+    HRESULT AddObject(IUnknown*, int32_t) override { return S_OK; }
+    HRESULT Close(int32_t) override { return S_OK; }
+    HRESULT put_HelpFile(IString*, int32_t) override { return S_OK; }
+    HRESULT put_Options(int32_t) override { return S_OK; }
+    HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
+    HRESULT Advise(IUnknown* sink, int32_t) override {
+        SmartPtr<_IUIPropFrameEvents> events = queryInterface<_IUIPropFrameEvents>(sink);
+        if (m_Cancel) return events->EditCancel(nullptr);
+        events->EditApply(nullptr);
+        return events->EditClosed(nullptr);
+    }
+
+private:
+    bool m_Cancel;
+};
+
 template <class Condition>
 bool within(int milliseconds, Condition condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
@@ -254,6 +277,13 @@ TEST_F(EditStepTest, TheOperatorsAnswersEndTheWaitAndThePopupsPlaceIsRemembered)
 
 TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
     set(kWait, 1);
+    for (bool cancel : {true, false}) {
+        components->addObject(L"UIPropertyPageCollection", host::make<InstantFrame>(cancel).query<IUnknown>().get());
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(3000, [&] { return step.step->IsRunning() == 0; })) << "answered during registration";
+        EXPECT_EQ(returnCode(), cancel ? -1 : 1) << "the opening's code must not undo the answer";
+    }
+    components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
     for (int run = 0; run < 30; ++run) {
         host::Operator::current().script({{"editor", run % 2 ? L"apply close" : L"cancel", 0, 0}});
         ASSERT_EQ(step.step->TurnOn(), S_OK);
