@@ -88,7 +88,8 @@ struct EndOfWait final : Work {
                 std::this_thread::yield();
                 SmartPtr<IUnknown> hosted;
                 if (auto popup = utils->lastPopup()) popup->get_HostedObject(hosted.put());
-                frame = SmartPtr<host::PropertyFrame>(dynamic_cast<host::PropertyFrame*>(hosted.query<IEventSource>().get()));
+                frame = SmartPtr<host::PropertyFrame>(
+                    dynamic_cast<host::PropertyFrame*>(hosted.query<IEventSource>().get()));
             }
             const Clock::time_point start = Clock::now();
             if (end == End::Close) {

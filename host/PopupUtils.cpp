@@ -4,12 +4,12 @@
 
 namespace host {
 
-HRESULT UIUtils::ShowPopup(IString* caption, IUnknown* owner, int32_t a, IUnknown* content, IUnknown** window, int32_t b,
-                           int32_t c) {
+HRESULT UIUtils::ShowPopup(IString* caption, IUnknown* owner, int32_t a, IUnknown* content, IUnknown** window,
+                           int32_t b, int32_t c) {
     if (!window) return E_POINTER;
     *window = nullptr;
-    record("ShowPopup(" + narrow(textOf(caption)) + ", " + (owner ? "owner" : "null") + ", " + std::to_string(a) + ", " +
-           traceLabel(content) + ", " + std::to_string(b) + ", " + std::to_string(c) + ")");
+    record("ShowPopup(" + narrow(textOf(caption)) + ", " + (owner ? "owner" : "null") + ", " + std::to_string(a) +
+           ", " + traceLabel(content) + ", " + std::to_string(b) + ", " + std::to_string(c) + ")");
     SmartPtr<HostWindow> popup = make<HostWindow>("Popup", content);
     const int32_t area[4] = {100, 100, 400, 300};
     popup->put_Area(area);

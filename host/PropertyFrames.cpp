@@ -194,7 +194,8 @@ HRESULT PopupCollection::AdjustArea(int32_t rect[4], int32_t a, int32_t b) {
 }
 
 HRESULT SmartViewer::ShowObject(int32_t reserved1, IUnknown* object, int32_t reserved2) {
-    record("ShowObject(" + std::to_string(reserved1) + ", " + traceLabel(object) + ", " + std::to_string(reserved2) + ")");
+    record("ShowObject(" + std::to_string(reserved1) + ", " + traceLabel(object) + ", " + std::to_string(reserved2) +
+           ")");
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_Shown = object;
     return S_OK;

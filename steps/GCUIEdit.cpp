@@ -10,7 +10,7 @@
 namespace {
 
 enum { kEdit1, kEdit8 = 7, kOptionalViewer };  // inputs
-enum {                                          // parameters, in declaration order
+enum {                                         // parameters, in declaration order
     kAccessLevel,
     kCaption,
     kSetPages,
@@ -34,7 +34,9 @@ constexpr int32_t kWaitSliceMs = 1000;
 
 // A class name's leading filler: white space, control characters and the
 // stray bytes of a mangled byte-order mark.
-bool isFiller(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) || std::iswcntrl(static_cast<wint_t>(c)) || c == 0xFE || c == 0xEF; }
+bool isFiller(wchar_t c) {
+    return std::iswspace(static_cast<wint_t>(c)) || std::iswcntrl(static_cast<wint_t>(c)) || c == 0xFE || c == 0xEF;
+}
 
 // What the frame edits for a bound object: the object a moniker names, the
 // object a host window shows, the object a tree node stands for.
@@ -180,7 +182,8 @@ public:
         window = nullptr;
 
         if (wait && stop) {
-            while (!stop->IsSet() && !m_Worker.waitUntil(stop, kWaitSliceMs, [this] { return m_EditDone.load() != 0; })) {
+            while (!stop->IsSet() &&
+                   !m_Worker.waitUntil(stop, kWaitSliceMs, [this] { return m_EditDone.load() != 0; })) {
             }
             // A stop that came while the editor was being opened found no
             // window to close.
@@ -279,9 +282,14 @@ private:
     int32_t options() {
         int32_t options = 0x1;  // Off, also for a value that cannot be read or is out of the list
         switch (readInteger(kShowClose)) {
-            case 1: options = 0x5; break;
-            case 2: options = 0x205; break;
-            default: break;
+            case 1:
+                options = 0x5;
+                break;
+            case 2:
+                options = 0x205;
+                break;
+            default:
+                break;
         }
         if (readInteger(kShowHelp) != 0) options |= 0x2;
         if (readInteger(kShowSaveLoad) != 0) options |= 0xA0;

@@ -21,8 +21,24 @@
 
 namespace {
 
-enum { kCaption = 1, kSetPages, kItemSize, kSaveLocation, kShowClose, kShowHelp, kShowSaveLoad, kWait = 9, kReturnCode,
-       kHelpFile, kPageName1, kPage1, kArg1, kFlags1, kPage2 = 17, kPage3 = 21 };
+enum {
+    kCaption = 1,
+    kSetPages,
+    kItemSize,
+    kSaveLocation,
+    kShowClose,
+    kShowHelp,
+    kShowSaveLoad,
+    kWait = 9,
+    kReturnCode,
+    kHelpFile,
+    kPageName1,
+    kPage1,
+    kArg1,
+    kFlags1,
+    kPage2 = 17,
+    kPage3 = 21
+};
 
 // A frame that cannot tell anyone that the operator has answered.
 class SilentFrame final : public host::Object<SilentFrame, IUIPropertyPageCollection> {
@@ -143,15 +159,36 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
                                                 L":UIPropInterrogatePropPage::0"};
     const Case cases[] = {
         {"values at creation", {}, {}, 0xA7, 18, {}, 0xE0},
-        {"close on apply, no help, no save or load", {{kShowClose, 2}, {kShowHelp, 0}, {kShowSaveLoad, 0}, {kItemSize, 0}},
-         {}, 0x205, -1, {}, 0xE0},
-        {"close off, load only, negative size", {{kShowClose, 0}, {kShowSaveLoad, 2}, {kItemSize, -4}}, {}, 0xA3, -1, {}, 0xE0},
+        {"close on apply, no help, no save or load",
+         {{kShowClose, 2}, {kShowHelp, 0}, {kShowSaveLoad, 0}, {kItemSize, 0}},
+         {},
+         0x205,
+         -1,
+         {},
+         0xE0},
+        {"close off, load only, negative size",
+         {{kShowClose, 0}, {kShowSaveLoad, 2}, {kItemSize, -4}},
+         {},
+         0xA3,
+         -1,
+         {},
+         0xE0},
         {"close unreadable", {}, {{kShowClose, L"Show"}}, 0xA3, 18, {}, 0xE0},
         {"pages at creation", {{kSetPages, 1}}, {}, 0xA7, 18, kCreated, 0xC0},
-        {"a blank Page2 ends the list", {{kSetPages, 1}}, {{kPage2, L" \t "}, {kPage3, L"Other"}}, 0xA7, 18,
-         {L"Parameters:UIParametersPropPage::1"}, 0xC0},
-        {"filler before a class name", {{kSetPages, 1}, {kFlags1, 6}}, {{kPage1, L"\xFE\xEF\x01 Grid"}, {kPage2, L""}}, 0xA7,
-         18, {L"Parameters:Grid::6"}, 0xC0},
+        {"a blank Page2 ends the list",
+         {{kSetPages, 1}},
+         {{kPage2, L" \t "}, {kPage3, L"Other"}},
+         0xA7,
+         18,
+         {L"Parameters:UIParametersPropPage::1"},
+         0xC0},
+        {"filler before a class name",
+         {{kSetPages, 1}, {kFlags1, 6}},
+         {{kPage1, L"\xFE\xEF\x01 Grid"}, {kPage2, L""}},
+         0xA7,
+         18,
+         {L"Parameters:Grid::6"},
+         0xC0},
         {"a page name that is no text", {{kSetPages, 1}, {kPageName1, 3}}, {}, 0xA7, 18, {L""}, 0xC0},
     };
     for (const Case& c : cases) {
@@ -175,8 +212,9 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
             EXPECT_TRUE(frame->pages().empty());
         } else if (c.pages.front().empty()) {
             EXPECT_TRUE(frame->pages().empty());  // SetPages got an empty list
-            EXPECT_NE(std::find(host::Recorder::calls().begin(), host::Recorder::calls().end(), "Frame.SetPages([], 0)"),
-                      host::Recorder::calls().end());
+            EXPECT_NE(
+                std::find(host::Recorder::calls().begin(), host::Recorder::calls().end(), "Frame.SetPages([], 0)"),
+                host::Recorder::calls().end());
         } else {
             EXPECT_EQ(frame->pages(), c.pages);
         }
@@ -184,7 +222,9 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
         const auto objects = frame->objects();
         ASSERT_EQ(objects.size(), 9u);
         for (size_t i = 0; i < 8; ++i) {
-            IUnknown* expected = i == 0 ? first.query<IUnknown>().get() : i == 2 ? third.query<IUnknown>().get() : nullptr;
+            IUnknown* expected = i == 0   ? first.query<IUnknown>().get()
+                                 : i == 2 ? third.query<IUnknown>().get()
+                                          : nullptr;
             EXPECT_EQ(objects[i].object.get(), expected) << "input " << i;
             EXPECT_EQ(objects[i].flags, c.objectFlags);
         }
