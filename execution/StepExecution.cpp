@@ -117,6 +117,19 @@ HRESULT StepWorker::executionTime(double* out) {
     return S_OK;
 }
 
+HRESULT StepWorker::runHere(CObjectRoot* step, Execute execute) {
+    {
+        std::lock_guard<std::mutex> lock(m_StateMutex);
+        if (m_Running.load() == 1 || (m_Record && !m_Record->finished)) return E_FAIL;
+        m_Timer.Start();
+    }
+    const HRESULT result = execute(step, nullptr);
+    std::lock_guard<std::mutex> lock(m_StateMutex);
+    m_Result = result;
+    m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+    return result;
+}
+
 void StepWorker::wake() {
     { std::lock_guard<std::mutex> lock(m_WaitMutex); }
     m_Wakeup.notify_all();

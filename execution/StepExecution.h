@@ -117,6 +117,9 @@ public:
     // Nonzero from TurnOn until the worker has cleaned up.
     int32_t isRunning();
     HRESULT executionTime(double* out);
+    // Runs Execute on the caller's thread with no stop event, timed like a
+    // worker's run; 0x80004005 while a worker exists.
+    HRESULT runHere(CObjectRoot* step, Execute execute);
 
     // Waits at most `milliseconds`, ended at once by a stop or by wake().
     // `done` is asked under the wait's lock, so a wake that comes before the
@@ -174,6 +177,7 @@ protected:
 
     HRESULT StartWorker() { return m_Worker.start(static_cast<T*>(this), &run); }
     HRESULT StopWorker() { return m_Worker.stop(); }
+    HRESULT RunHere() { return m_Worker.runHere(static_cast<T*>(this), &run); }
 
     StepWorker m_Worker;
 

@@ -8,6 +8,7 @@
 #include "host/OperatorServices.h"
 #include "host/OperatorWindows.h"
 #include "host/UIUtilities.h"
+#include "host/PropertyFrames.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/Workspace.h"
@@ -194,6 +195,12 @@ SmartPtr<ComponentCollection> makeStandardComponents() {
     const char* recentFiles = std::getenv("FLUKO_RECENT_FILES");
     components->addObject(L"RecentFileCollection",
                           make<RecentFileCollection>(recentFiles ? recentFiles : "").query<IUnknown>().get());
+    // A new property frame and pop-up collection for every request.
+    ClassRegistry::add(L"UIPropertyPageCollection", [] { return make<PropertyFrame>().query<IUnknown>(); });
+    ClassRegistry::add(L"UIPopupCollection", [] { return make<PopupCollection>().query<IUnknown>(); });
+    ClassRegistry::add(L"SmartViewer", [] { return make<SmartViewer>().query<IUnknown>(); });
+    components->addClass(L"UIPropertyPageCollection", L"UIPropertyPageCollection");
+    components->addClass(L"UIPopupCollection", L"UIPopupCollection");
     return components;
 }
 

@@ -6,6 +6,7 @@
 #include "host/Activation.h"
 #include "host/Buttons.h"
 #include "host/Properties.h"
+#include "host/PropertyFrames.h"
 #include "host/Scrolling.h"
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
@@ -59,6 +60,8 @@ const ObjectKind kKinds[] = {
     {"property", &makeProgramPropertyPart},
     {"setting", &makeProgramPropertyPart},
     {"entity", &makeProgramEntity},
+    {"frame", &makeProgramFrame, L"UIPropertyPageCollection"},
+    {"viewer", &makeProgramViewer},
 };
 
 }  // namespace

@@ -23,6 +23,8 @@ HRESULT UIUtils::ShowPopup(IString* caption, IUnknown*, int32_t a, IUnknown* con
     if (!window) return E_POINTER;
     *window = nullptr;
     SmartPtr<HostWindow> popup = make<HostWindow>("Popup", content);
+    const int32_t area[4] = {100, 100, 400, 300};
+    popup->put_Area(area);
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Popups.push_back(popup);
@@ -73,6 +75,11 @@ void UIUtils::setChooser(Chooser chooser) {
 std::vector<SmartPtr<HostWindow>> UIUtils::popups() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Popups;
+}
+
+SmartPtr<HostWindow> UIUtils::lastPopup() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Popups.empty() ? nullptr : m_Popups.back();
 }
 
 std::vector<SmartPtr<HostWindow>> UIUtils::choosers() const {

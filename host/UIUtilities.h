@@ -33,6 +33,8 @@ public:
     void setChooser(Chooser chooser);
     // The popups shown so far, oldest first.
     std::vector<SmartPtr<HostWindow>> popups() const;
+    // The window of the latest ShowPopup, or null.
+    SmartPtr<HostWindow> lastPopup() const;
     // The windows hosting file choosers shown so far, oldest first.
     std::vector<SmartPtr<HostWindow>> choosers() const;
     // Lets go of every window shown.

@@ -14,20 +14,6 @@ namespace {
 constexpr int32_t kVerbIdentifier = 2;
 constexpr size_t kKeptActions = 1024;  // a verb object keeps its latest actions
 
-// How an object handed to the frame or the pop-up is named in the trace.
-std::string nameOfObject(IUnknown* object) {
-    if (!object) return "none";
-    const std::wstring className = classNameOf(object);
-    if (!className.empty()) return narrow(className);
-    return queryInterface<IUIPropertyPageCollection>(object) ? "the frame" : "an object";
-}
-
-std::string hex(int32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned>(value));
-    return text;
-}
-
 // The variant a value designates: a copy of a variant or of a string, or a
 // variant holding the object.
 SmartPtr<IVariant> variantOf(IUnknown* value) {
@@ -343,41 +329,10 @@ HRESULT ParameterList::GetName(int32_t, tagREFString* name) {
 
 // --- The property frame and the pop-up -------------------------------------
 
-HRESULT PropertyFrame::SetPages(ISuperCollection*, int32_t) {
-    record("SetPages");
-    return S_OK;
-}
-
-HRESULT PropertyFrame::AddObject(IUnknown* object, int32_t flags) {
-    record("AddObject(" + nameOfObject(object) + ", " + hex(flags) + ")");
-    return S_OK;
-}
-
-HRESULT PropertyFrame::Close(int32_t code) {
-    record("Close(" + std::to_string(code) + ")");
-    return S_OK;
-}
-
-HRESULT PropertyFrame::put_HelpFile(IString* helpFile, int32_t) {
-    record("put_HelpFile", helpFile);
-    return S_OK;
-}
-
-HRESULT PropertyFrame::put_Options(int32_t options) {
-    record("put_Options(" + hex(options) + ")");
-    return S_OK;
-}
-
-HRESULT PropertyFrame::SetItemSize(int32_t, int32_t, int32_t size) {
-    record("SetItemSize(" + std::to_string(size) + ")");
-    return S_OK;
-}
-
 void addVerbComponents(ComponentCollection& components) {
     ClassRegistry::add(L"UIVerbCollection", [] { return make<VerbCollection>().query<IUnknown>(); });
     ClassRegistry::add(L"ParametersCreatable", [] { return make<ParameterList>().query<IUnknown>(); });
-    ClassRegistry::add(L"UIPropertyPageCollection", [] { return make<PropertyFrame>().query<IUnknown>(); });
-    for (const wchar_t* name : {L"UIVerbCollection", L"ParametersCreatable", L"UIPropertyPageCollection"}) {
+    for (const wchar_t* name : {L"UIVerbCollection", L"ParametersCreatable"}) {
         components.addClass(name, name);
     }
 }

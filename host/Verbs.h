@@ -126,24 +126,9 @@ private:
     int32_t m_Locks = 0;
 };
 
-// The "UIPropertyPageCollection" component's class: a property frame that
-// records the objects it is given (by their class or label).
-class PropertyFrame final : public Object<PropertyFrame, IUIPropertyPageCollection> {
-public:
-    static constexpr char kLedgerName[] = "PropertyFrame";
-    using Answered = Answers<IUIPropertyPageCollection>;
-    PropertyFrame() { setLabel("PropertyFrame"); }
 
-    HRESULT SetPages(ISuperCollection* pages, int32_t) override;
-    HRESULT AddObject(IUnknown* object, int32_t flags) override;
-    HRESULT Close(int32_t code) override;
-    HRESULT put_HelpFile(IString* helpFile, int32_t) override;
-    HRESULT put_Options(int32_t options) override;
-    HRESULT SetItemSize(int32_t, int32_t, int32_t size) override;
-};
-
-// Registers the classes above and the components "UIVerbCollection",
-// "ParametersCreatable" and "UIPropertyPageCollection".
+// Registers the classes above and the components "UIVerbCollection" and
+// "ParametersCreatable".
 void addVerbComponents(ComponentCollection& components);
 
 // Sets a setting the object offers through IParametricObject, as the host's

@@ -1,11 +1,63 @@
 // The Edit step: lets the operator edit the properties of bound objects in
 // the host's property frame.
 #include <atomic>
+#include <cwctype>
+#include <mutex>
 
 #include "module/Registry.h"
 #include "steps/StepBase.h"
 
 namespace {
+
+enum { kEdit1, kEdit8 = 7, kOptionalViewer };  // inputs
+enum {                                         // parameters, in declaration order
+    kAccessLevel,
+    kCaption,
+    kSetPages,
+    kItemSize,
+    kSaveLocation,
+    kShowClose,
+    kShowHelp,
+    kShowSaveLoad,
+    kWindowLess,
+    kWait,
+    kReturnCode,
+    kHelpFile,
+    kPageName1,  // then "Page1", "Arg1", "Flags1", and so on for five pages
+};
+enum { kPageName, kPageClass, kPageArgument, kPageFlags, kPageFields, kPageCount = 5 };
+
+constexpr int32_t kReturnOpen = 0, kReturnApplied = 1, kReturnCancelled = -1;
+// How long one wait for the operator lasts before it looks again; a close,
+// a cancel or a stop ends it at once.
+constexpr int32_t kWaitSliceMs = 1000;
+
+// A class name's leading filler: white space, control characters and the
+// stray bytes of a mangled byte-order mark.
+bool isFiller(wchar_t c) {
+    return std::iswspace(static_cast<wint_t>(c)) || std::iswcntrl(static_cast<wint_t>(c)) || c == 0xFE || c == 0xEF;
+}
+
+// What the frame edits for a bound object: the object a moniker names, the
+// object a host window shows, the object a tree node stands for.
+SmartPtr<IUnknown> editedObject(SmartPtr<IUnknown> object) {
+    if (auto moniker = object.query<ICollectionMoniker>()) {
+        SmartPtr<IUnknown> named;
+        moniker->GetObject(IID_IUnknown, named.put_void());
+        object = named;
+    }
+    if (auto window = object.query<IHostWindow>()) {
+        SmartPtr<IUnknown> hosted;
+        window->get_HostedObject(hosted.put());
+        object = hosted;
+    }
+    if (auto node = object.query<IUINode>()) {
+        SmartPtr<IUnknown> nodeObject;
+        node->get_NodeObject(nodeObject.put());
+        object = nodeObject;
+    }
+    return object;
+}
 
 const InputDeclaration kInputs[] = {
     {L"Edit1", &IID_IUIPropertyPageSpecify, 0}, {L"Edit2", &IID_IUIPropertyPageSpecify, 0},
@@ -63,9 +115,87 @@ public:
     static constexpr StepTables kTables{kInputs, kParameters, kPages};
     using Interfaces = StepInterfaces<_IUIPropFrameEvents>;
 
+    // "Wait" decides where the run happens. A step that waits for the
+    // operator runs on the worker, so that the host's thread goes on while
+    // the editor is open; a step that only opens the editor does it at once
+    // on the caller's thread and is finished when TurnOn returns. ("WindowLess"
+    // and "ShowSaveLoad" have nothing to do with where the step runs.)
+    HRESULT TurnOn() override {
+        if (IsRunning()) return E_FAIL;
+        return readInteger(kWait) != 0 ? StartWorker() : RunHere();
+    }
+
+    // Closes an open editor (its rectangle is not remembered), then stops
+    // the worker.
+    HRESULT TurnOff() override {
+        closeEditor();
+        return StopWorker();
+    }
+
+    // A worker exists, or the operator's answer is awaited.
+    int32_t IsRunning() override { return m_Worker.isRunning() != 0 || m_EditDone.load() == 0 ? 1 : 0; }
+
+    // Fills the frame and shows it in the bound viewer or in a pop-up
+    // window; on the worker with "Wait" set, waits until the editor is
+    // closed or the run is stopped. The host's results are not checked:
+    // every run returns 0.
+    HRESULT Execute(CStopEvent* stop) {
+        takeWindow();  // the previous run's window, if the operator never closed it
+        auto frame = CreateObject<IUIPropertyPageCollection>(L"UIPropertyPageCollection");
+        if (!frame) return S_OK;
+
+        const bool setPages = readInteger(kSetPages) != 0;
+        addEditedObjects(frame.get(), setPages ? 0xC0 : 0xE0);
+        if (setPages) addPages(frame.get());
+        frame->put_HelpFile(readText(kHelpFile).get(), 0);
+        const SmartPtr<IString> caption = readText(kCaption, L"Edit...");
+        const int32_t itemSize = readInteger(kItemSize);
+        if (itemSize > 0) frame->SetItemSize(0, 0, itemSize);
+        frame->AddObject(nullptr, 0);
+        frame->put_Options(options());
+
+        if (auto viewer = InputObject(kOptionalViewer).query<ISmartViewer>()) {
+            viewer->ShowObject(0, frame.get(), 0);
+            if (auto refreshable = viewer.query<IUIRefreshableObject>()) refreshable->Refresh(0);
+            return S_OK;
+        }
+
+        SmartPtr<IHostWindow> window = showPopup(caption.get(), frame.get());
+        if (!window) return S_OK;  // nothing on screen: nothing to wait for
+        {
+            std::lock_guard<std::mutex> lock(m_EditMutex);
+            m_Window = window;
+        }
+        // The wait is marked and the opening's code written before the frame
+        // can raise events: an operator who answers before this run gets to
+        // its wait must still end it, and an early apply must not be undone.
+        const bool wait = readInteger(kWait) != 0;
+        m_EditDone = wait ? 0 : 1;
+        writeInteger(kReturnCode, kReturnOpen);
+        if (AdviseEvents(frame.get(), 1) < 0) {
+            // A frame that raises no events would keep the step waiting for ever.
+            writeInteger(kReturnCode, kReturnCancelled);
+            m_EditDone = 1;
+            return S_OK;
+        }
+        frame = nullptr;
+        window = nullptr;
+
+        if (wait && stop) {
+            while (!stop->IsSet() &&
+                   !m_Worker.waitUntil(stop, kWaitSliceMs, [this] { return m_EditDone.load() != 0; })) {
+            }
+            // A stop that came while the editor was being opened found no
+            // window to close.
+            if (stop->IsSet()) closeEditor();
+        }
+        return S_OK;
+    }
+
     // Editing the step forgets where its pop-up window stood.
     HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
         const HRESULT result = StepBase::GetPages(0, pages, nullptr);
+        std::lock_guard<std::mutex> lock(m_EditMutex);
         for (int32_t& value : m_Rect) value = 0;
         return result;
     }
@@ -76,7 +206,9 @@ public:
         SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
         if (!folder) return E_NOTIMPL;
         m_StepInputs.savePlain(m_Parameters, stream, mode);
-        folder->WriteBinary(ISCreate(L"Rect").get(), m_Rect, sizeof m_Rect, 0);
+        int32_t area[4];
+        rememberedArea(area);
+        folder->WriteBinary(ISCreate(L"Rect").get(), area, sizeof area, 0);
         return S_OK;
     }
 
@@ -88,18 +220,139 @@ public:
         m_StepInputs.loadPlain(m_Parameters, stream, mode);
         int32_t area[4] = {0, 0, 0, 0};
         if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
+            std::lock_guard<std::mutex> lock(m_EditMutex);
             for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
         }
         return S_OK;
     }
 
-    // The frame's events are not handled yet.
-    HRESULT EditClosed(IUnknown*) override { return E_NOTIMPL; }
-    HRESULT EditApply(IUnknown*) override { return E_NOTIMPL; }
-    HRESULT EditCancel(IUnknown*) override { return E_NOTIMPL; }
+    // The frame's events, on whatever thread the host raises them. They may
+    // come twice, late, or after the host has let go of the step: each only
+    // writes the outcome and ends a wait. The outcome is written before the
+    // wait ends, so a host that sees the step finished reads the final code.
+    HRESULT EditClosed(IUnknown*) override {
+        endEdit();
+        return S_OK;
+    }
+    // The editor stays open and the wait goes on.
+    HRESULT EditApply(IUnknown*) override {
+        writeInteger(kReturnCode, kReturnApplied);
+        return S_OK;
+    }
+    HRESULT EditCancel(IUnknown*) override {
+        writeInteger(kReturnCode, kReturnCancelled);
+        endEdit();
+        return S_OK;
+    }
 
 private:
-    int32_t m_Rect[4] = {0, 0, 0, 0};  // the pop-up window's last area; width > 0 marks it valid
+    // Inputs 1 to 8 in order, up to the first that the input list refuses;
+    // an unbound input adds no object.
+    void addEditedObjects(IUIPropertyPageCollection* frame, int32_t flags) {
+        SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(inputList());
+        for (int32_t input = kEdit1; inputs && input <= kEdit8; ++input) {
+            SmartPtr<IUnknown> bound;
+            if (inputs->get_InputObject(input, bound.put()) < 0) break;
+            frame->AddObject(editedObject(bound).get(), flags);
+        }
+    }
+
+    // The listed pages up to the first without a class name (or whose texts
+    // cannot be read).
+    void addPages(IUIPropertyPageCollection* frame) {
+        SmartPtr<ISuperCollection> pages = CREFString::CreateCollection();
+        if (!pages) return;
+        for (int32_t page = 0; page < kPageCount; ++page) {
+            const int32_t first = kPageName1 + page * kPageFields;
+            const SmartPtr<IString> name = readString(first + kPageName);
+            const SmartPtr<IString> className = readString(first + kPageClass);
+            const SmartPtr<IString> argument = readString(first + kPageArgument);
+            if (!name || !className || !argument) break;
+            CREFString text(className.get());
+            while (!text.empty() && isFiller(*text.text)) {
+                ++text.text;
+                --text.count;
+            }
+            if (text.empty()) break;
+            pages->Add(name.get(), ISCreate(text).get(), argument.get(), readInteger(first + kPageFlags));
+        }
+        frame->SetPages(pages.get(), 0);
+    }
+
+    int32_t options() {
+        int32_t options = 0x1;  // Off, also for a value that cannot be read or is out of the list
+        switch (readInteger(kShowClose)) {
+            case 1:
+                options = 0x5;
+                break;
+            case 2:
+                options = 0x205;
+                break;
+            default:
+                break;
+        }
+        if (readInteger(kShowHelp) != 0) options |= 0x2;
+        if (readInteger(kShowSaveLoad) != 0) options |= 0xA0;
+        return options;
+    }
+
+    // The frame in a new pop-up window, where the last one stood when asked.
+    SmartPtr<IHostWindow> showPopup(IString* caption, IUIPropertyPageCollection* frame) {
+        auto utils = CreateObject<IUIUtils>(L"UIUtils");
+        if (!utils) return nullptr;
+        SmartPtr<IUnknown> shown;
+        utils->ShowPopup(caption, Identity(), 3, frame, shown.put(), 4, 1);
+        SmartPtr<IHostWindow> window = shown.query<IHostWindow>();
+        int32_t area[4];
+        rememberedArea(area);
+        if (window && readInteger(kSaveLocation) != 0 && area[2] > 0) {
+            if (auto popups = CreateObject<IUIPopupCollection>(L"UIPopupCollection")) popups->AdjustArea(area, 0, 1);
+            window->put_Area(area);
+        }
+        return window;
+    }
+
+    // The open editor's window, no longer held by the step.
+    SmartPtr<IHostWindow> takeWindow() {
+        std::lock_guard<std::mutex> lock(m_EditMutex);
+        return std::move(m_Window);
+    }
+
+    void rememberedArea(int32_t area[4]) {
+        std::lock_guard<std::mutex> lock(m_EditMutex);
+        for (int side = 0; side < 4; ++side) area[side] = m_Rect[side];
+    }
+
+    // The operator has closed the editor: where its window stood is kept
+    // for the next run.
+    void endEdit() {
+        if (SmartPtr<IHostWindow> window = takeWindow()) {
+            int32_t area[4] = {0, 0, 0, 0};
+            if (window->get_Area(area) >= 0) {
+                std::lock_guard<std::mutex> lock(m_EditMutex);
+                for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
+            }
+        }
+        m_EditDone = 1;
+        m_Worker.wake();
+    }
+
+    // A stop closes the frame. Its close event then finds no window, so a
+    // stopped editor's place is not remembered; and the wait ends even with
+    // a frame that never reports its close.
+    void closeEditor() {
+        if (SmartPtr<IHostWindow> window = takeWindow()) {
+            SmartPtr<IUnknown> hosted;
+            window->get_HostedObject(hosted.put());
+            if (auto frame = hosted.query<IUIPropertyPageCollection>()) frame->Close(3);
+        }
+        m_EditDone = 1;
+        m_Worker.wake();
+    }
+
+    std::mutex m_EditMutex;              // m_Window and m_Rect, shared with the frame's event thread
+    SmartPtr<IHostWindow> m_Window;      // the pop-up window of the open editor
+    int32_t m_Rect[4] = {0, 0, 0, 0};    // the pop-up window's last area; width > 0 marks it valid
     std::atomic<int32_t> m_EditDone{1};  // 1 when no answer of the editor is awaited
 };
 

@@ -104,6 +104,16 @@ TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
     EXPECT_EQ(pointer.output.find("host objects still alive"), std::string::npos) << pointer.output;
 }
 
+TEST(StepHost, TheEditExampleWaitsForTheOperatorsApplyAndClose) {
+    const Outcome edit = stephost({"run", example("edit.xml")});
+    EXPECT_EQ(edit.status, 0) << edit.output;
+    for (const char* effect : {"Inspector      ShowObject(0, Editor, 0)", "Editor         AddObject(Valve, 0xC0)",
+                               "Editor         put_Options(0x2A7)", "Editor         Advise(1)\n"
+                               "                        wrote ReturnCode = 1"}) {
+        EXPECT_NE(edit.output.find(effect), std::string::npos) << effect << "\n" << edit.output;
+    }
+}
+
 TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
     struct Case {
         const char* example;
@@ -154,7 +164,7 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
                              "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml",
                              "verb.xml", "property-read.xml", "property-write.xml",
-                             "confirm.xml", "input.xml"}) {
+                             "confirm.xml", "input.xml", "edit.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;

@@ -129,7 +129,7 @@ TEST_F(VerbStepTest, AVerbStepRunsAndOpensAnotherOne) {
     };
     const Case cases[] = {
         {8, {"Pump.DoAction(5)"}},  // the inner step runs
-        {3, {"PropertyFrame.AddObject(GCUIVerb, 0x60)", "UIUtils.ShowPopup(\"\", 3, 4, -1)"}},
+        {3, {"Frame.AddObject(GCUIVerb, 0x60)", "UIUtils.ShowPopup(\"\", 3, 4, -1)"}},
         {9, {}},  // a synchronous step cannot be stopped: nothing to see
         {5, {}},  // the inner step answers 5, which the outer one leaves alone
         {0, {}},
@@ -313,6 +313,7 @@ TEST_F(VerbStepTest, MissingComponentsFailTheirOperationAndNothingElse) {
     // A component missing is looked for again, and once found it is kept:
     // the next collections are made without a lookup.
     host::addVerbComponents(*components.get());
+    components->addClass(L"UIPropertyPageCollection", L"UIPropertyPageCollection");
     host::Recorder::clear();
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(verb.parametric->GetParameters(parameters.put(), 0), S_OK);
@@ -328,6 +329,6 @@ TEST_F(VerbStepTest, MissingComponentsFailTheirOperationAndNothingElse) {
 
     // A frame without a pop-up gets the object and shows nothing.
     components->remove(L"UIUtils");
-    EXPECT_EQ(verb.run(), Calls{"PropertyFrame.AddObject(GCUIVerb, 0x60)"});
+    EXPECT_EQ(verb.run(), Calls{"Frame.AddObject(GCUIVerb, 0x60)"});
     verb.bind(nullptr);
 }

@@ -1,0 +1,387 @@
+// The Edit step: the objects bound to its inputs in the host's property
+// frame, shown in a viewer or in a pop-up window whose answer it may await.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/Collections.h"
+#include "host/Operator.h"
+#include "host/UIUtilities.h"
+#include "host/PropertyFrames.h"
+#include "host/Variants.h"
+#include "host/Windows.h"
+#include "support/Bindings.h"
+#include "support/HostTest.h"
+#include "support/RecordedCalls.h"
+
+namespace {
+
+enum {
+    kCaption = 1,
+    kSetPages,
+    kItemSize,
+    kSaveLocation,
+    kShowClose,
+    kShowHelp,
+    kShowSaveLoad,
+    kWait = 9,
+    kReturnCode,
+    kHelpFile,
+    kPageName1,
+    kPage1,
+    kArg1,
+    kFlags1,
+    kPage2 = 17,
+    kPage3 = 21
+};
+
+// A frame that cannot tell anyone that the operator has answered.
+class SilentFrame final : public host::Object<SilentFrame, IUIPropertyPageCollection> {
+public:
+    static constexpr char kLedgerName[] = "SilentFrame";
+    using Answered = host::Answers<IUIPropertyPageCollection>;
+    HRESULT SetPages(ISuperCollection*, int32_t) override { return S_OK; }
+    HRESULT AddObject(IUnknown*, int32_t) override { return S_OK; }
+    HRESULT Close(int32_t) override { return S_OK; }
+    HRESULT put_HelpFile(IString*, int32_t) override { return S_OK; }
+    HRESULT put_Options(int32_t) override { return S_OK; }
+    HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
+};
+
+// A frame whose operator answers while the step is still registering.
+class InstantFrame final : public host::Object<InstantFrame, IUIPropertyPageCollection, IEventSource> {
+public:
+    static constexpr char kLedgerName[] = "InstantFrame";
+    using Answered = host::Answers<IUIPropertyPageCollection, IEventSource>;
+    explicit InstantFrame(bool cancel) : m_Cancel(cancel) {}
+    HRESULT SetPages(ISuperCollection*, int32_t) override { return S_OK; }
+    HRESULT AddObject(IUnknown*, int32_t) override { return S_OK; }
+    HRESULT Close(int32_t) override { return S_OK; }
+    HRESULT put_HelpFile(IString*, int32_t) override { return S_OK; }
+    HRESULT put_Options(int32_t) override { return S_OK; }
+    HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
+    HRESULT Advise(IUnknown* sink, int32_t) override {
+        SmartPtr<_IUIPropFrameEvents> events = queryInterface<_IUIPropFrameEvents>(sink);
+        if (m_Cancel) return events->EditCancel(nullptr);
+        events->EditApply(nullptr);
+        return events->EditClosed(nullptr);
+    }
+
+private:
+    bool m_Cancel;
+};
+
+template <class Condition>
+bool within(int milliseconds, Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
+
+}  // namespace
+
+class EditStepTest : public HostTest {
+protected:
+    void SetUp() override {
+        HostTest::SetUp();
+        frame = host::make<host::PropertyFrame>("Frame");
+        components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
+        SmartPtr<IUnknown> found;
+        components->GetComponent(7, L"UIUtils", nullptr, found.put_void());
+        utils = SmartPtr<host::UIUtils>(dynamic_cast<host::UIUtils*>(found.query<IUIUtils>().get()));
+        ASSERT_NE(utils, nullptr);
+        step = newStep();
+        host::Recorder::clear();
+    }
+    void TearDown() override {
+        if (step.step) step.step->TurnOff();
+        host::PropertyFrame::waitForOperators();
+        host::Operator::current().script({});
+        step = DrivenStep{nullptr, L""};
+        frame = nullptr;
+        if (utils) utils->forget();
+        utils = nullptr;
+        HostTest::TearDown();
+    }
+
+    DrivenStep newStep() { return driven(createStep<IStep>(L"GCUIEdit"), L"Edit1"); }
+    void set(int32_t index, int32_t value) { step.set(index, host::makeVariant(value).get()); }
+    void setText(int32_t index, const wchar_t* text) { step.set(index, host::makeString(text).get()); }
+    int32_t returnCode() {
+        SmartPtr<IVariant> value = step.value(kReturnCode);
+        return value ? value->get_Long() : 99;
+    }
+    // Runs the step and waits until it has ended by itself.
+    bool runToEnd() {
+        EXPECT_EQ(step.step->TurnOn(), S_OK);
+        return within(5000, [&] { return step.step->IsRunning() == 0; });
+    }
+    // Starts a waiting run and waits until the frame listens to the operator.
+    void openAndWait() {
+        set(kWait, 1);
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(5000, [&] { return frame->hasSink(); }));
+    }
+    static std::vector<std::string> frameCalls() { return takeCallsExcept({"ComponentString", "ComponentCollection"}); }
+
+    SmartPtr<host::PropertyFrame> frame;
+    SmartPtr<host::UIUtils> utils;
+    DrivenStep step{nullptr, L""};
+};
+
+TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
+    SmartPtr<host::SuperCollection> first = host::make<host::SuperCollection>();
+    SmartPtr<host::SuperCollection> third = host::make<host::SuperCollection>();
+    // A host window is replaced by the object it shows.
+    SmartPtr<host::HostWindow> window = host::make<host::HostWindow>("Holder", third.query<IUnknown>().get());
+    step.input->put_Object(first.query<IUnknown>().get());
+    stepInput(step.step.get(), L"Edit3")->put_Object(window.query<IUnknown>().get());
+
+    struct Case {
+        const char* what;
+        std::vector<std::pair<int32_t, int32_t>> numbers;
+        std::vector<std::pair<int32_t, const wchar_t*>> texts;
+        int32_t options;
+        int32_t itemSize;
+        std::vector<std::wstring> pages;  // none: SetPages not called
+        int32_t objectFlags;
+    };
+    const std::vector<std::wstring> kCreated = {L"Parameters:UIParametersPropPage::1",
+                                                L"Preferences:UIParametricObjectPropPage::0",
+                                                L":UIPropInterrogatePropPage::0"};
+    const Case cases[] = {
+        {"values at creation", {}, {}, 0xA7, 18, {}, 0xE0},
+        {"close on apply, no help, no save or load",
+         {{kShowClose, 2}, {kShowHelp, 0}, {kShowSaveLoad, 0}, {kItemSize, 0}},
+         {},
+         0x205,
+         -1,
+         {},
+         0xE0},
+        {"close off, load only, negative size",
+         {{kShowClose, 0}, {kShowSaveLoad, 2}, {kItemSize, -4}},
+         {},
+         0xA3,
+         -1,
+         {},
+         0xE0},
+        {"close unreadable", {}, {{kShowClose, L"Show"}}, 0xA3, 18, {}, 0xE0},
+        {"pages at creation", {{kSetPages, 1}}, {}, 0xA7, 18, kCreated, 0xC0},
+        {"a blank Page2 ends the list",
+         {{kSetPages, 1}},
+         {{kPage2, L" \t "}, {kPage3, L"Other"}},
+         0xA7,
+         18,
+         {L"Parameters:UIParametersPropPage::1"},
+         0xC0},
+        {"filler before a class name",
+         {{kSetPages, 1}, {kFlags1, 6}},
+         {{kPage1, L"\xFE\xEF\x01 Grid"}, {kPage2, L""}},
+         0xA7,
+         18,
+         {L"Parameters:Grid::6"},
+         0xC0},
+        {"a page name that is no text", {{kSetPages, 1}, {kPageName1, 3}}, {}, 0xA7, 18, {L""}, 0xC0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        DrivenStep fresh = newStep();
+        std::swap(step, fresh);
+        step.input->put_Object(first.query<IUnknown>().get());
+        stepInput(step.step.get(), L"Edit3")->put_Object(window.query<IUnknown>().get());
+        SmartPtr<host::PropertyFrame> own = host::make<host::PropertyFrame>("Frame");
+        components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
+        std::swap(frame, own);
+        for (const auto& number : c.numbers) set(number.first, number.second);
+        for (const auto& text : c.texts) setText(text.first, text.second);
+        setText(kHelpFile, L"pump.hlp");
+
+        ASSERT_TRUE(runToEnd());
+        EXPECT_EQ(frame->options(), c.options);
+        EXPECT_EQ(frame->itemSize(), c.itemSize);
+        EXPECT_EQ(frame->helpFile(), L"pump.hlp");
+        if (c.pages.empty()) {
+            EXPECT_TRUE(frame->pages().empty());
+        } else if (c.pages.front().empty()) {
+            EXPECT_TRUE(frame->pages().empty());  // SetPages got an empty list
+            EXPECT_NE(
+                std::find(host::Recorder::calls().begin(), host::Recorder::calls().end(), "Frame.SetPages([], 0)"),
+                host::Recorder::calls().end());
+        } else {
+            EXPECT_EQ(frame->pages(), c.pages);
+        }
+        // Eight inputs, only the first and the third bound, then the closing null.
+        const auto objects = frame->objects();
+        ASSERT_EQ(objects.size(), 9u);
+        for (size_t i = 0; i < 8; ++i) {
+            IUnknown* expected = i == 0   ? first.query<IUnknown>().get()
+                                 : i == 2 ? third.query<IUnknown>().get()
+                                          : nullptr;
+            EXPECT_EQ(objects[i].object.get(), expected) << "input " << i;
+            EXPECT_EQ(objects[i].flags, c.objectFlags);
+        }
+        EXPECT_EQ(objects[8].object, nullptr);
+        EXPECT_EQ(objects[8].flags, 0);
+        // Without waiting the step opens the editor and is finished.
+        EXPECT_EQ(returnCode(), 0);
+        frame->raise(L"close");
+        std::swap(step, fresh);
+        std::swap(frame, own);
+        host::Recorder::clear();
+    }
+}
+
+TEST_F(EditStepTest, AViewerShowsTheFrameInPlaceAndNothingIsAwaited) {
+    SmartPtr<host::SmartViewer> viewer = host::make<host::SmartViewer>("Inspector");
+    stepInput(step.step.get(), L"OptionalViewer")->put_Object(viewer.query<IUnknown>().get());
+    set(kWait, 1);
+    set(kReturnCode, 7);
+    ASSERT_TRUE(runToEnd());
+    EXPECT_EQ(viewer->shown().get(), frame.query<IUnknown>().get());
+    const auto calls = frameCalls();
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "Inspector.ShowObject(0, Frame, 0)"), calls.end());
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "Inspector.Refresh(0)"), calls.end());
+    EXPECT_EQ(utils->lastPopup(), nullptr);
+    EXPECT_FALSE(frame->hasSink());
+    EXPECT_EQ(returnCode(), 7);
+    viewer->ShowObject(0, nullptr, 0);  // the viewer lets go of the frame
+}
+
+TEST_F(EditStepTest, TheOperatorsAnswersEndTheWaitAndThePopupsPlaceIsRemembered) {
+    set(kSaveLocation, 1);
+    openAndWait();
+    EXPECT_EQ(step.step->IsRunning(), 1);
+    EXPECT_EQ(returnCode(), 0);
+    frame->raise(L"apply");
+    EXPECT_EQ(returnCode(), 1);
+    EXPECT_EQ(step.step->IsRunning(), 1) << "an apply leaves the editor open";
+    const int32_t moved[4] = {5, 6, 300, 200};
+    utils->lastPopup()->put_Area(moved);
+    frame->raise(L"close");
+    ASSERT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
+    EXPECT_EQ(returnCode(), 1) << "a close keeps the last apply";
+    frame->raise(L"close");  // late and twice: nothing happens
+    step.step->TurnOff();
+
+    // The next window opens where the last one stood; a cancel remembers too.
+    host::Recorder::clear();
+    openAndWait();
+    auto calls = frameCalls();
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "Popups.AdjustArea((5, 6, 300, 200), 0, 1)"), calls.end());
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "Popup.put_Area(5, 6, 300, 200)"), calls.end());
+    const int32_t again[4] = {7, 8, 310, 210};
+    utils->lastPopup()->put_Area(again);
+    frame->raise(L"cancel");
+    ASSERT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
+    EXPECT_EQ(returnCode(), -1);
+    host::Recorder::clear();
+    openAndWait();
+    EXPECT_EQ(utils->lastPopup()->shows(), 0);
+    int32_t area[4];
+    utils->lastPopup()->get_Area(area);
+    EXPECT_EQ(std::vector<int32_t>(area, area + 4), (std::vector<int32_t>{7, 8, 310, 210}));
+
+    // A stop closes the frame and does not remember the window's place.
+    const int32_t stopped[4] = {1, 1, 50, 50};
+    utils->lastPopup()->put_Area(stopped);
+    host::Recorder::clear();
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    calls = frameCalls();
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "Frame.Close(3)"), calls.end());
+    EXPECT_EQ(returnCode(), 0);
+    openAndWait();
+    utils->lastPopup()->get_Area(area);
+    EXPECT_EQ(area[0], 7);
+    step.step->TurnOff();
+
+    // Opening the step's pages forgets the place.
+    SmartPtr<IUIPropertyPageSpecify> pages = step.step.query<IUIPropertyPageSpecify>();
+    SmartPtr<INamedCollection> listed;
+    pages->GetPages(0, listed.put(), nullptr);
+    host::Recorder::clear();
+    openAndWait();
+    calls = frameCalls();
+    EXPECT_EQ(std::find(calls.begin(), calls.end(), "Popups.AdjustArea((7, 8, 310, 210), 0, 1)"), calls.end());
+    utils->lastPopup()->get_Area(area);
+    EXPECT_EQ(area[0], 100);
+}
+
+TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
+    set(kWait, 1);
+    for (bool cancel : {true, false}) {
+        components->addObject(L"UIPropertyPageCollection", host::make<InstantFrame>(cancel).query<IUnknown>().get());
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(3000, [&] { return step.step->IsRunning() == 0; })) << "answered during registration";
+        EXPECT_EQ(returnCode(), cancel ? -1 : 1) << "the opening's code must not undo the answer";
+    }
+    components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
+    for (int run = 0; run < 30; ++run) {
+        host::Operator::current().script({{"editor", run % 2 ? L"apply close" : L"cancel", 0, 0}});
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(5000, [&] { return step.step->IsRunning() == 0; })) << "run " << run;
+        EXPECT_EQ(returnCode(), run % 2 ? 1 : -1);
+        host::PropertyFrame::waitForOperators();
+    }
+}
+
+TEST_F(EditStepTest, ClosesAndStopsRacingFromSeveralThreadsEndEveryRun) {
+    for (int run = 0; run < 200; ++run) {
+        DrivenStep racing = newStep();
+        racing.set(kWait, host::makeVariant(1).get());
+        ASSERT_EQ(racing.step->TurnOn(), S_OK);
+        std::atomic<bool> go{false};
+        std::thread closer([&] {
+            while (!go.load()) std::this_thread::yield();
+            frame->raise(run % 3 ? L"apply close" : L"cancel");
+        });
+        std::thread stopper([&] {
+            while (!go.load()) std::this_thread::yield();
+            if (run % 2) racing.step->TurnOff();
+        });
+        go = true;
+        if (run % 4 == 0) racing.step->TurnOff();
+        closer.join();
+        stopper.join();
+        // A close that came before the frame listened is lost: the host stops the step.
+        if (!within(20, [&] { return racing.step->IsRunning() == 0; })) racing.step->TurnOff();
+        ASSERT_EQ(racing.step->IsRunning(), 0) << "run " << run;
+        racing.step = nullptr;  // released while the frame may still raise events
+        frame->raise(L"close");
+    }
+}
+
+TEST_F(EditStepTest, MissingPiecesGiveUpCleanly) {
+    // A frame that raises no events: the step cannot wait for it.
+    components->addObject(L"UIPropertyPageCollection", host::make<SilentFrame>().query<IUnknown>().get());
+    set(kWait, 1);
+    ASSERT_TRUE(runToEnd());
+    EXPECT_EQ(returnCode(), -1);
+    step.step->TurnOff();
+
+    // No utilities to show a pop-up: nothing is on screen, nothing awaited.
+    components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
+    components->remove(L"UIUtils");
+    set(kReturnCode, 5);
+    ASSERT_TRUE(runToEnd());
+    EXPECT_EQ(returnCode(), 5);
+    EXPECT_FALSE(frame->hasSink());
+
+    // No frame at all; values of the wrong kind read as their defaults.
+    components->remove(L"UIPropertyPageCollection");
+    step.set(kWait, host::makeString(L"yes").get());
+    step.set(kCaption, host::make<host::SuperCollection>().query<IUnknown>().get());
+    host::Recorder::clear();
+    EXPECT_EQ(step.step->TurnOn(), S_OK);
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    EXPECT_EQ(returnCode(), 5);
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+}
