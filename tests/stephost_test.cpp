@@ -147,14 +147,16 @@ TEST(StepHost, TheVerbExampleHandsEachChosenVerbToThePump) {
     EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
 }
 
-// Every step whose work exists runs to its effect among the others.
-TEST(StepHost, TheProgramOfEveryStepRunsTheBuiltOnesToTheirEffect) {
+// Every step runs to its effect among the others.
+TEST(StepHost, TheProgramOfEveryStepRunsEachToItsEffect) {
     const Outcome run = stephost({"run", example("all-steps.xml")});
     for (const char* effect : {"Panel          Activate(0)", "Toolbar        RunCommand(102, 0)",
                                "Screen         Add(GCUIMessage \"Measuring, please wait\")",
                                "Desk           Chart.SendMouse(1, 3, 0, 920, 420, (200, 100, 600, 400))",
                                "StatusView     Refresh(9)", "Chart          put_Scroll(1, 40, 10)",
-                               "wrote Name = \"Setup\"", "Tabs           Results.Select(1, 1): Plot in front"}) {
+                               "wrote Name = \"Setup\"", "Tabs           Results.Select(1, 1): Plot in front",
+                               "wrote Response = 6", "wrote Input = \"4711\"", "wrote Speed = 1200",
+                               "Pump           SetProperty(100, 1500)", "PumpMenu       DoAction(5)"}) {
         EXPECT_NE(run.output.find(effect), std::string::npos) << effect << "\n" << run.output;
     }
     EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
