@@ -242,6 +242,11 @@ bool Keyboard::close() {
     return true;
 }
 
+bool Keyboard::advised() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return static_cast<bool>(m_Sink);
+}
+
 void Keyboard::setAskOperator(bool ask) {
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_AskOperator = ask;

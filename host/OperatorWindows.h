@@ -93,6 +93,8 @@ public:
     int32_t mode() const;
     std::wstring text() const;
     bool isOpen() const;
+    // A step has registered for its events.
+    bool advised() const;
 
 private:
     SmartPtr<IUnknown> sink();
