@@ -223,7 +223,7 @@ TEST_F(ConfirmStepTest, MissingOrDeafWindowsGiveUpTheWait) {
 // steps go while their windows may still answer.
 TEST_F(ConfirmStepTest, AnswersStopsAndTimeOutsRace) {
     std::mt19937 random(7);
-    for (int run = 0; run < 200; ++run) {
+    for (int run = 0; run < 1000; ++run) {
         DrivenStep confirm = confirmStep(host::makeVariant(0.02).get(), run % 2);
         SmartPtr<host::ConfirmationWindow> window = heldWindow();
         const int answerAfter = static_cast<int>(random() % 40);

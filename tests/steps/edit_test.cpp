@@ -334,7 +334,7 @@ TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
 }
 
 TEST_F(EditStepTest, ClosesAndStopsRacingFromSeveralThreadsEndEveryRun) {
-    for (int run = 0; run < 200; ++run) {
+    for (int run = 0; run < 1000; ++run) {
         DrivenStep racing = newStep();
         racing.set(kWait, host::makeVariant(1).get());
         ASSERT_EQ(racing.step->TurnOn(), S_OK);

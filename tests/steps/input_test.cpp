@@ -255,7 +255,7 @@ TEST_F(InputStepTest, MissingComponentsEndTheStep) {
 // The operator's answers, the host's stops and the host letting go race
 // from three threads; every waiting run still ends with the typed text.
 TEST_F(InputStepTest, AnswersStopsAndReleasesRace) {
-    for (int run = 0; run < 200; ++run) {
+    for (int run = 0; run < 1000; ++run) {
         host::Operator::current().script({{"keyboard", L"typed", run % 7, 0}});
         DrivenStep step = inputStep(run % 3 == 0 ? 2 : 0, L"start", run % 2);
         ASSERT_EQ(step.step->TurnOn(), S_OK);
