@@ -1,16 +1,23 @@
 #include "runtime/ObjectResolve.h"
 
-HRESULT OBJECTResolveInterface(IUnknown* object, const IID& iid, void** out) {
+HRESULT OBJECTQueryDirect(IUnknown* object, const IID& iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!object) return E_FAIL;
     if (object->QueryInterface(iid, out) >= 0 && *out) return S_OK;
     *out = nullptr;
-    SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object);
-    if (moniker) {
+    if (SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object)) {
         if (moniker->GetObject(iid, out) >= 0 && *out) return S_OK;
         *out = nullptr;
     }
+    return E_NOINTERFACE;
+}
+
+HRESULT OBJECTResolveInterface(IUnknown* object, const IID& iid, void** out) {
+    // Found, no out pointer, or no object: nothing more to try.
+    const HRESULT direct = OBJECTQueryDirect(object, iid, out);
+    if (direct != E_NOINTERFACE) return direct;
+    SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object);
     SmartPtr<IHostWindow> window = queryInterface<IHostWindow>(object);
     if (!window && moniker) moniker->GetObject(iidOf<IHostWindow>(), window.put_void());
     if (!window) return E_FAIL;

@@ -13,6 +13,10 @@
 // resolves to). Null when none gives it; only the result holds a reference.
 HRESULT OBJECTResolveInterface(IUnknown* object, const IID& iid, void** out);
 
+// The first two of those ways only: the object itself, then the collection
+// moniker it may be; a host window is not looked into.
+HRESULT OBJECTQueryDirect(IUnknown* object, const IID& iid, void** out);
+
 template <class I>
 SmartPtr<I> OBJECTResolve(IUnknown* object) {
     SmartPtr<I> result;

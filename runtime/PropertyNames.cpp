@@ -5,6 +5,7 @@
 
 #include "runtime/CREFString.h"
 #include "runtime/ComponentAccess.h"
+#include "runtime/ObjectResolve.h"
 #include "runtime/Values.h"
 
 namespace {
@@ -14,18 +15,7 @@ SmartPtr<IStringTable> gStringTable;
 
 }  // namespace
 
-HRESULT PROPQueryInterface(IUnknown* object, const IID& iid, void** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (!object) return E_FAIL;
-    if (object->QueryInterface(iid, out) >= 0 && *out) return S_OK;
-    *out = nullptr;
-    if (SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object)) {
-        if (moniker->GetObject(iid, out) >= 0 && *out) return S_OK;
-        *out = nullptr;
-    }
-    return E_NOINTERFACE;
-}
+HRESULT PROPQueryInterface(IUnknown* object, const IID& iid, void** out) { return OBJECTQueryDirect(object, iid, out); }
 
 SmartPtr<IStringTable> PROPStringTable() {
     {
