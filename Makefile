@@ -3,7 +3,7 @@
 PRESETS := native asan-ubsan tsan armhf
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps demo test check-binaries bench bench-instructions clean \
+.PHONY: all deps demo test check-binaries bench bench-instructions clean package \
         $(addprefix build-,$(PRESETS)) $(addprefix test-,$(PRESETS))
 
 all: test
@@ -39,6 +39,15 @@ bench: build-native
 # The same scenarios under callgrind: instruction counts, stable on a busy machine.
 bench-instructions: build-native
 	./bench/instructions.sh build/native/bench/flukokzad_bench
+
+# Debian packages of the native and armhf builds (cmake/Packaging.cmake),
+# gathered in build/packages and checked with lintian.
+package: build-native build-armhf
+	cd build/native && cpack --config CPackConfig.cmake
+	cd build/armhf && cpack --config CPackConfig.cmake
+	mkdir -p build/packages
+	cp build/native/packages/*.deb build/armhf/packages/*.deb build/packages/
+	lintian --fail-on error $$(ls build/native/packages/*.deb build/armhf/packages/*.deb)
 
 clean:
 	rm -rf build

@@ -22,6 +22,8 @@ want_pkg g++-arm-linux-gnueabihf
 want_pkg binutils-arm-linux-gnueabihf
 want_pkg qemu-user             # runs the armhf tests
 want_pkg libtinyxml2-dev       # the stand-in host's XML streams and program files
+want_pkg dpkg-dev              # dpkg-shlibdeps: the Debian packages' dependencies (make package)
+want_pkg lintian               # checks the Debian packages
 
 # The armhf build links the same XML library, from Debian's armhf packages.
 if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -42,7 +44,7 @@ if [ -n "$need" ]; then
     $SUDO apt-get install -y -q --no-install-recommends $need
 fi
 
-for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf; do
+for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf dpkg-shlibdeps lintian; do
     have_cmd "$tool" || { echo "missing after install: $tool" >&2; exit 1; }
 done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
