@@ -67,6 +67,12 @@ for library in libc6 libstdc++6 libgcc-s1 libtinyxml2-9; do
 done
 ok "flukokzad depends on $depends"
 
+# shellcheck disable=SC2086
+lintian --fail-on error $debs >"$tmp/lintian.log" 2>&1 || fail "lintian finds errors: $(cat "$tmp/lintian.log")"
+report=$(grep -v "running with root privileges" "$tmp/lintian.log" || true)
+ok "lintian finds no errors${report:+:
+$report}"
+
 # --- Unpacked ------------------------------------------------------------------------
 for deb in $debs; do dpkg-deb -x "$deb" "$root"; done
 plugin=$root/usr/lib/flukokzad
