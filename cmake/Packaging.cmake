@@ -140,11 +140,10 @@ record with its flag and mode bits, and the module's two entry points,
 InitializeModule and CreateFunction. find_package(Flukokzad CONFIG) gives
 them as the target Flukokzad::interfaces.")
 
-# The packages' dependencies come from the binaries (dpkg-shlibdeps). In the
-# cross build the binaries are armhf: dpkg-shlibdeps then looks at Debian's
-# armhf multiarch libraries (libc6:armhf, libtinyxml2-9:armhf, ...), which
-# make deps installs, not at the cross sysroot's, which belong to no armhf
-# package.
+# The packages' dependencies come from the binaries (dpkg-shlibdeps). For the
+# armhf binaries it reads the ELF class and looks at Debian's armhf multiarch
+# packages (libc6:armhf, libtinyxml2-9:armhf, ...), which make deps installs,
+# not at the cross compiler's C library, which belongs to no armhf package.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 if(CMAKE_CROSSCOMPILING)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
@@ -161,9 +160,6 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_ARCHITECTURE ${FLUKO_DEB_ARCH})
 if(CMAKE_CROSSCOMPILING)
     # The headers package holds no code: the native build makes it.
     set(CPACK_COMPONENTS_ALL runtime)
-    file(WRITE ${FLUKO_PACKAGING_DIR}/CPackProjectConfig.cmake
-        "set(ENV{DEB_HOST_ARCH} ${FLUKO_DEB_ARCH})\n")
-    set(CPACK_PROJECT_CONFIG_FILE ${FLUKO_PACKAGING_DIR}/CPackProjectConfig.cmake)
 else()
     set(CPACK_COMPONENTS_ALL runtime dev)
 endif()
