@@ -139,6 +139,8 @@ bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std
     return true;
 }
 
+constexpr size_t kMostParameters = 1000;
+
 bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
     step.line = element->GetLineNum();
     step.className = attribute(element, "class");
@@ -155,6 +157,12 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
             ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
             if (!child->Attribute("name")) {
                 error = programError(line, "a parameter needs a name");
+                return false;
+            }
+            // A step's parameters are looked up by name one after the other
+            // as they are set: their number is bounded to keep that quick.
+            if (step.parameters.size() == kMostParameters) {
+                error = programError(line, "a step holds at most " + std::to_string(kMostParameters) + " parameters");
                 return false;
             }
             step.parameters.push_back(setting);

@@ -55,6 +55,19 @@ TEST(ProgramLimits, AnElementWithTooManyAttributesIsRefusedAtOnce) {
     EXPECT_EQ(program.objects[0].line, 4);
 }
 
+// A step's parameters are set one by one, each looked up among those before it.
+TEST(ProgramLimits, AStepHoldsAtMostAThousandParameters) {
+    std::string parameters;
+    for (int i = 0; i < 1000; ++i) parameters += "<parameter name=\"p" + std::to_string(i) + "\">1</parameter>\n";
+    const std::string step = "<program>\n<steps>\n<step class=\"GCUIPropWrite\">\n" + parameters;
+    host::ProgramFile program;
+    std::string error;
+    ASSERT_TRUE(host::parseProgram(step + "</step>\n</steps>\n</program>\n", program, error)) << error;
+    EXPECT_EQ(program.steps.at(0).parameters.size(), 1000u);
+    EXPECT_EQ(refusal(step + "<parameter name=\"more\"/>\n</step>\n</steps>\n</program>\n"),
+              "line 1004: a step holds at most 1000 parameters");
+}
+
 TEST(ProgramLimits, ManyObjectsWithOneNameAreFoundInLinearTime) {
     std::string objects;
     for (int i = 0; i < 50000; ++i) objects += "<object name=\"o" + std::to_string(i) + "\"/>\n";
