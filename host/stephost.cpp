@@ -223,6 +223,11 @@ bool parseArguments(int argc, char** argv, Options& options, std::string& error)
     return true;
 }
 
+// "line N: why" about a program file, told as "file:N: why".
+void tellRefusal(const std::string& fileName, const std::string& error) {
+    std::fprintf(stderr, "%s:%s\n", fileName.c_str(), error.substr(error.find(' ') + 1).c_str());
+}
+
 // The program file read and understood; false, with "file:line: why" told, when it is refused.
 bool readProgram(const std::string& fileName, host::ProgramFile& program) {
     std::string text;
@@ -232,7 +237,7 @@ bool readProgram(const std::string& fileName, host::ProgramFile& program) {
         return false;
     }
     if (!host::parseProgram(text, program, error)) {
-        std::fprintf(stderr, "%s:%s\n", fileName.c_str(), error.substr(5).c_str());
+        tellRefusal(fileName, error);
         return false;
     }
     return true;
@@ -241,7 +246,7 @@ bool readProgram(const std::string& fileName, host::ProgramFile& program) {
 bool buildProgram(host::ProgramRunner& runner, const std::string& fileName, const host::ProgramFile& program) {
     std::string error;
     if (runner.build(program, error)) return true;
-    std::fprintf(stderr, "%s:%s\n", fileName.c_str(), error.substr(5).c_str());
+    tellRefusal(fileName, error);
     return false;
 }
 
