@@ -49,6 +49,29 @@ bool writeAll(int descriptor, const std::string& text) {
     return true;
 }
 
+bool writeInPlace(const std::string& fileName, const std::string& text) {
+    const int descriptor = open(fileName.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    const bool written = writeAll(descriptor, text);
+    return close(descriptor) == 0 && written;
+}
+
+// A new file beside destination, written whole and renamed into its place; on
+// failure it is removed and errno tells why.
+bool replaceFile(const std::string& destination, const std::string& text, mode_t mode, bool keepMode) {
+    std::string temporary;
+    const int descriptor = createBeside(destination, temporary);
+    if (descriptor < 0) return false;
+    if (keepMode) fchmod(descriptor, mode);
+    bool written = writeAll(descriptor, text) && fsync(descriptor) == 0;
+    written = close(descriptor) == 0 && written;
+    if (written && rename(temporary.c_str(), destination.c_str()) == 0) return true;
+    const int why = errno;
+    unlink(temporary.c_str());
+    errno = why;
+    return false;
+}
+
 }  // namespace
 
 bool readWholeFile(const std::string& fileName, std::string& text, std::string* error) {
@@ -67,21 +90,15 @@ bool readWholeFile(const std::string& fileName, std::string& text, std::string* 
 }
 
 bool writeWholeFile(const std::string& fileName, const std::string& text, std::string* error) {
-    const std::string destination = target(fileName);
-    std::string temporary;
-    const int descriptor = createBeside(destination, temporary);
-    if (descriptor >= 0) {
-        struct stat existing;
-        if (stat(destination.c_str(), &existing) == 0) fchmod(descriptor, existing.st_mode & 07777);
-        bool written = writeAll(descriptor, text) && fsync(descriptor) == 0;
-        written = close(descriptor) == 0 && written;
-        if (written && rename(temporary.c_str(), destination.c_str()) == 0) return true;
-        const int why = errno;
-        unlink(temporary.c_str());
-        errno = why;
-    }
-    if (error) *error = "cannot write " + fileName + ": " + std::strerror(errno);
-    return false;
+    struct stat existing;
+    const bool exists = stat(fileName.c_str(), &existing) == 0;
+    // A device or a pipe (/dev/stdout, /dev/null) takes the text as it comes;
+    // only a file is replaced.
+    const bool written = exists && !S_ISREG(existing.st_mode)
+                             ? writeInPlace(fileName, text)
+                             : replaceFile(target(fileName), text, exists ? existing.st_mode & 07777 : 0, exists);
+    if (!written && error) *error = "cannot write " + fileName + ": " + std::strerror(errno);
+    return written;
 }
 
 std::string encodingProblem(const std::string& text, int& line) {

@@ -17,8 +17,9 @@ bool readWholeFile(const std::string& fileName, std::string& text, std::string* 
 // Writes text to a new file beside fileName (same folder, a temporary name),
 // then renames it into place: a write that fails or is cut short leaves the
 // file as it was. A file that exists keeps its permissions; a symbolic link
-// keeps pointing where it did, and the file it points to is replaced.
-// False, with "cannot write NAME: why" in error, when the file is unchanged.
+// keeps pointing where it did, and the file it points to is replaced. A
+// device or pipe (/dev/stdout) is written as it is. False, with "cannot
+// write NAME: why" in error, when nothing was written.
 bool writeWholeFile(const std::string& fileName, const std::string& text, std::string* error = nullptr);
 
 // Why text cannot be a UTF-8 text file, with the line where that shows: a

@@ -307,6 +307,9 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) files += entry.is_regular_file();
     EXPECT_EQ(files, 4u) << "no temporary file is left";
 
+    // A device takes the text as it comes, and stays a device.
+    EXPECT_EQ(stephost({"save", program, "--xml", "/dev/null"}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     const Outcome nowhere = stephost({"save", program, "--xml", "/nonexistent/steps.xml"});
     EXPECT_EQ(nowhere.status, 2) << nowhere.output;
     EXPECT_NE(nowhere.output.find("cannot write /nonexistent/steps.xml"), std::string::npos) << nowhere.output;
