@@ -133,6 +133,7 @@ void Registry::parse(const std::string& utf8) {
     std::string line;
     std::wstring section;
     bool inSection = false;
+    std::lock_guard<std::mutex> lock(m_Mutex);
     while (std::getline(lines, line)) {
         const std::wstring entry = trimmed(widen(line));
         if (entry.empty() || entry[0] == L';' || entry[0] == L'#') continue;
@@ -146,7 +147,7 @@ void Registry::parse(const std::string& utf8) {
         std::wstring value = trimmed(entry.substr(equals + 1));
         if (value.size() >= 2 && value.front() == L'"' && value.back() == L'"')
             value = value.substr(1, value.size() - 2);
-        set(section, trimmed(entry.substr(0, equals)), value);
+        setLocked(section, trimmed(entry.substr(0, equals)), value);
     }
 }
 
