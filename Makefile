@@ -30,7 +30,7 @@ check-binaries:
 	./cmake/check-binaries.sh
 
 demo: build-native
-	cd build/native && ./stephost run ../../examples/demo.xml
+	./build/native/stephost run examples/demo.xml
 
 # Google Benchmark timings with each scenario's ratio to its baseline.
 bench: build-native

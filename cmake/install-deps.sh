@@ -24,6 +24,7 @@ want_pkg qemu-user             # runs the armhf tests
 want_pkg libtinyxml2-dev       # the stand-in host's XML streams and program files
 want_pkg dpkg-dev              # dpkg-shlibdeps: the Debian packages' dependencies (make package)
 want_pkg lintian               # checks the Debian packages
+want_pkg nlohmann-json3-dev    # the tests read stephost's JSON trace back (header only)
 
 # The armhf build links the same XML library, from Debian's armhf packages.
 if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -49,5 +50,6 @@ for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf 
 done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
 [ -f /usr/lib/arm-linux-gnueabihf/libtinyxml2.so ] || { echo "missing: armhf libtinyxml2" >&2; exit 1; }
+[ -f /usr/include/nlohmann/json.hpp ] || { echo "missing: nlohmann/json.hpp" >&2; exit 1; }
 [ -f /usr/src/googletest/CMakeLists.txt ] || { echo "missing: /usr/src/googletest" >&2; exit 1; }
 echo "dependencies present"

@@ -202,7 +202,7 @@ SmartPtr<IUnknown> makeProgramButtons(const ProgramObject& object, SuperCollecti
     } else if (as && *as == L"toolbarhost") {
         role = ButtonSet::Role::ToolbarHost;
     } else if (as && *as != L"plain") {
-        error = programError(object.line, "as=\"" + narrow(*as) + "\" is none of plain, toolbar, toolbarhost");
+        error = programError(object.line, "as=\"" + shown(narrow(*as)) + "\" is none of plain, toolbar, toolbarhost");
         return nullptr;
     }
     SmartPtr<ButtonSet> set = make<ButtonSet>(narrow(object.name), role);

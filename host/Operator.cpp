@@ -24,6 +24,7 @@ void Operator::setTerminal(std::FILE* in, std::FILE* out) {
 }
 
 bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::wstring& reply) {
+    tellAsked(kind, prompt);
     std::FILE* in = nullptr;
     std::FILE* out = nullptr;
     OperatorAction action;
@@ -34,7 +35,7 @@ bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::
         if (!in) {
             auto found = m_Script.begin();
             while (found != m_Script.end() && found->kind != kind) ++found;
-            if (found == m_Script.end()) return false;
+            if (found == m_Script.end()) return tellReplied(kind, L"", false);
             action = *found;
             m_Script.erase(found);
         }
@@ -46,19 +47,35 @@ bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::
         }
         std::string line;
         for (int c; (c = std::fgetc(in)) != EOF && c != '\n';) line += static_cast<char>(c);
-        if (line.empty() && std::feof(in)) return false;
+        if (line.empty() && std::feof(in)) return tellReplied(kind, L"", false);
         if (!line.empty() && line.back() == '\r') line.pop_back();
         reply = widen(line);
-        return true;
+        return tellReplied(kind, reply, true);
     }
     if (action.delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(action.delayMs));
     reply = action.value;
-    return true;
+    return tellReplied(kind, reply, true);
 }
 
 size_t Operator::pending() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Script.size();
+}
+
+void Operator::listen(OperatorListener* listener) {
+    std::lock_guard<std::mutex> lock(m_Listening);
+    m_Listener = listener;
+}
+
+void Operator::tellAsked(const std::string& kind, const std::wstring& prompt) {
+    std::lock_guard<std::mutex> lock(m_Listening);
+    if (m_Listener) m_Listener->asked(kind, prompt);
+}
+
+bool Operator::tellReplied(const std::string& kind, const std::wstring& reply, bool answered) {
+    std::lock_guard<std::mutex> lock(m_Listening);
+    if (m_Listener) m_Listener->replied(kind, reply, answered);
+    return answered;
 }
 
 }  // namespace host

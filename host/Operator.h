@@ -14,6 +14,19 @@
 
 namespace host {
 
+// Told of every question put to the operator and of every answer, on the
+// thread that asks, as they happen.
+class OperatorListener {
+public:
+    virtual void asked(const std::string& kind, const std::wstring& prompt) = 0;
+    // answered is false when the script held no answer of that kind or the
+    // terminal closed.
+    virtual void replied(const std::string& kind, const std::wstring& reply, bool answered) = 0;
+
+protected:
+    ~OperatorListener() = default;
+};
+
 class Operator {
 public:
     // The one operator of this process, as a host has one screen.
@@ -32,7 +45,18 @@ public:
 
     size_t pending() const;
 
+    // The listener told of questions and answers from now on; null for none.
+    // Once this returns, the previous listener is told nothing more.
+    void listen(OperatorListener* listener);
+
 private:
+    void tellAsked(const std::string& kind, const std::wstring& prompt);
+    bool tellReplied(const std::string& kind, const std::wstring& reply, bool answered);
+
+    // Held while the listener is told, apart from the script's lock so that
+    // a listener may ask what is pending.
+    std::mutex m_Listening;
+    OperatorListener* m_Listener = nullptr;
     mutable std::mutex m_Mutex;
     std::deque<OperatorAction> m_Script;
     std::FILE* m_In = nullptr;

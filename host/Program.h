@@ -74,4 +74,16 @@ inline std::string programError(int line, const std::string& why) {
     return "line " + std::to_string(line) + ": " + why;
 }
 
+// A name from the file as a message echoes it: cut after 60 characters, with
+// "..." for the rest, so that a message stays readable whatever the file holds.
+inline std::string shown(const std::string& utf8) {
+    constexpr size_t kShownCharacters = 60;
+    size_t characters = 0;
+    for (size_t i = 0; i < utf8.size(); ++i) {
+        const bool starts = (static_cast<unsigned char>(utf8[i]) & 0xC0) != 0x80;
+        if (starts && characters++ == kShownCharacters) return utf8.substr(0, i) + "...";
+    }
+    return utf8;
+}
+
 }  // namespace host

@@ -76,7 +76,7 @@ const ObjectKind* findObjectKind(const std::string& kind) {
 SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollection* made, std::string& error) {
     const ObjectKind* kind = findObjectKind(object.kind);
     if (!kind) {
-        error = programError(object.line, "unknown kind of object <" + object.kind + ">");
+        error = programError(object.line, "unknown kind of object <" + shown(object.kind) + ">");
         return nullptr;
     }
     SmartPtr<IUnknown> result = kind->make(object, made, error);
@@ -92,7 +92,7 @@ SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribut
     SmartPtr<IUnknown> found;
     if (made && made->get_Index(makeString(*name).get(), &index) >= 0) made->get_Item(index, found.put());
     if (!found) {
-        error = programError(object.line, std::string(attribute) + "=\"" + narrow(*name) +
+        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*name)) +
                                               "\" names no object declared before it");
     }
     return found;
@@ -106,7 +106,7 @@ bool integerAttribute(const ProgramObject& object, const char* attribute, int32_
     wchar_t* end = nullptr;
     const long long parsed = text->empty() ? 0 : std::wcstoll(text->c_str(), &end, 10);
     if (text->empty() || *end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) {
-        error = programError(object.line, std::string(attribute) + "=\"" + narrow(*text) + "\" is not a whole number");
+        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a whole number");
         return false;
     }
     value = static_cast<int32_t>(parsed);

@@ -2,11 +2,13 @@
 
 #include <tinyxml2.h>
 
-#include <cctype>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <unordered_set>
 
+#include "host/Files.h"
 #include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
@@ -28,13 +30,85 @@ bool integerOf(const std::wstring& text, int32_t& value) {
     return true;
 }
 
-// "line 3: not well-formed XML (mismatched element)".
+// "line 3: not well-formed XML: an element is not closed, or its end tag names another".
 std::string xmlError(const tinyxml2::XMLDocument& document) {
-    std::string what = document.ErrorName() ? document.ErrorName() : "XML_ERROR";
-    if (what.compare(0, 10, "XML_ERROR_") == 0) what = what.substr(10);
-    for (char& c : what) c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    struct Meaning {
+        tinyxml2::XMLError error;
+        const char* words;
+    };
+    static const Meaning kMeanings[] = {
+        {tinyxml2::XML_ERROR_PARSING_ELEMENT, "an element's tag is not closed with > or />"},
+        {tinyxml2::XML_ERROR_PARSING_ATTRIBUTE, "an attribute is not written name=\"value\""},
+        {tinyxml2::XML_ERROR_PARSING_TEXT, "text that cannot be read (a < or & that starts no markup?)"},
+        {tinyxml2::XML_ERROR_PARSING_CDATA, "a <![CDATA[ section is not closed with ]]>"},
+        {tinyxml2::XML_ERROR_PARSING_COMMENT, "a comment is not closed with -->"},
+        {tinyxml2::XML_ERROR_PARSING_DECLARATION, "a <? ... ?> declaration is not closed"},
+        {tinyxml2::XML_ERROR_PARSING_UNKNOWN, "a <! ... > declaration is not closed"},
+        {tinyxml2::XML_ERROR_EMPTY_DOCUMENT, "the file holds no element"},
+        {tinyxml2::XML_ERROR_MISMATCHED_ELEMENT, "an element is not closed, or its end tag names another"},
+        {tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED, "elements nest too deep"},
+    };
+    const char* words = "the text cannot be read as XML";
+    for (const Meaning& meaning : kMeanings) {
+        if (meaning.error == document.ErrorID()) words = meaning.words;
+    }
     const int line = document.ErrorLineNum() > 0 ? document.ErrorLineNum() : 1;
-    return programError(line, "not well-formed XML (" + what + ")");
+    return programError(line, std::string("not well-formed XML: ") + words);
+}
+
+// The lines a stretch of the text spans.
+int linesIn(const std::string& text, size_t from, size_t to) {
+    return static_cast<int>(std::count(text.begin() + static_cast<std::ptrdiff_t>(from),
+                                       text.begin() + static_cast<std::ptrdiff_t>(to), '\n'));
+}
+
+// The text scanned once before the XML parser sees it, so that nothing in it
+// costs the parser more than linear time (it compares each new attribute of an
+// element with all before it): an element with more attributes than any
+// program needs is refused, with its line. Malformed markup is left for the
+// parser to name.
+bool checkAttributeCounts(const std::string& text, std::string& error) {
+    constexpr size_t kMostAttributes = 100;
+    int line = 1;
+    const auto skipPast = [&](size_t from, const char* end) {
+        const size_t found = text.find(end, from);
+        const size_t past = found == std::string::npos ? text.size() : found + std::strlen(end);
+        line += linesIn(text, from, past);
+        return past;
+    };
+    for (size_t i = 0; i < text.size();) {
+        if (text[i] != '<') {
+            line += text[i++] == '\n';
+        } else if (text.compare(i, 4, "<!--") == 0) {
+            i = skipPast(i, "-->");
+        } else if (text.compare(i, 9, "<![CDATA[") == 0) {
+            i = skipPast(i, "]]>");
+        } else if (text.compare(i, 2, "<?") == 0) {
+            i = skipPast(i, "?>");
+        } else if (text.compare(i, 2, "<!") == 0 || text.compare(i, 2, "</") == 0) {
+            i = skipPast(i, ">");
+        } else {
+            // A start tag: its name, then one quoted value per attribute up to its ">".
+            const int tagLine = line;
+            const size_t nameEnd = std::min(text.find_first_of(" \t\r\n/>", i + 1), text.size());
+            const std::string name = text.substr(i + 1, nameEnd - i - 1);
+            size_t attributes = 0;
+            for (i = nameEnd; i < text.size() && text[i] != '>';) {
+                if (text[i] == '"' || text[i] == '\'') {
+                    attributes += 1;
+                    i = skipPast(i + 1, text[i] == '"' ? "\"" : "'");
+                } else {
+                    line += text[i++] == '\n';
+                }
+            }
+            if (attributes > kMostAttributes) {
+                error = programError(tagLine, "<" + shown(name) + "> has more than " + std::to_string(kMostAttributes) +
+                                                  " attributes");
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 // An object with its attributes and the elements inside it, each of a kind
@@ -43,7 +117,7 @@ bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std
     object.kind = element->Name();
     object.line = element->GetLineNum();
     if (!findObjectKind(object.kind)) {
-        error = programError(object.line, "unknown kind of object <" + object.kind + ">");
+        error = programError(object.line, "unknown kind of object <" + shown(object.kind) + ">");
         return false;
     }
     if (depth > 16) {
@@ -65,6 +139,8 @@ bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std
     return true;
 }
 
+constexpr size_t kMostParameters = 1000;
+
 bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
     step.line = element->GetLineNum();
     step.className = attribute(element, "class");
@@ -81,6 +157,12 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
             ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
             if (!child->Attribute("name")) {
                 error = programError(line, "a parameter needs a name");
+                return false;
+            }
+            // A step's parameters are looked up by name one after the other
+            // as they are set: their number is bounded to keep that quick.
+            if (step.parameters.size() == kMostParameters) {
+                error = programError(line, "a step holds at most " + std::to_string(kMostParameters) + " parameters");
                 return false;
             }
             step.parameters.push_back(setting);
@@ -103,7 +185,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
             }
             step.inputs.push_back(binding);
         } else {
-            error = programError(line, "a step holds <parameter> and <input>, not <" + kind + ">");
+            error = programError(line, "a step holds <parameter> and <input>, not <" + shown(kind) + ">");
             return false;
         }
     }
@@ -126,6 +208,13 @@ SmartPtr<IVariant> programValue(const std::wstring& text) {
 }
 
 bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
+    int encodingLine = 1;
+    const std::string encoding = encodingProblem(text, encodingLine);
+    if (!encoding.empty()) {
+        error = programError(encodingLine, encoding);
+        return false;
+    }
+    if (!checkAttributeCounts(text, error)) return false;
     tinyxml2::XMLDocument document;
     if (document.Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
         error = xmlError(document);
@@ -138,6 +227,7 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
     }
     program = ProgramFile();
     program.name = attribute(root, "name");
+    std::unordered_set<std::wstring> objectNames;
     for (const tinyxml2::XMLElement* section = root->FirstChildElement(); section;
          section = section->NextSiblingElement()) {
         const std::string name = section->Name();
@@ -151,16 +241,14 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                     error = programError(line, "an object needs a name");
                     return false;
                 }
-                for (const ProgramObject& other : program.objects) {
-                    if (other.name == object.name) {
-                        error = programError(line, "an object named \"" + narrow(object.name) + "\" exists already");
-                        return false;
-                    }
+                if (!objectNames.insert(object.name).second) {
+                    error = programError(line, "an object named \"" + shown(narrow(object.name)) + "\" exists already");
+                    return false;
                 }
                 program.objects.push_back(object);
             } else if (name == "steps") {
                 if (kind != "step") {
-                    error = programError(line, "<steps> holds <step> elements, not <" + kind + ">");
+                    error = programError(line, "<steps> holds <step> elements, not <" + shown(kind) + ">");
                     return false;
                 }
                 ProgramStep step;
@@ -178,12 +266,12 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                 }
                 program.operatorScript.push_back(action);
             } else {
-                error = programError(section->GetLineNum(), "unknown section <" + name + ">");
+                error = programError(section->GetLineNum(), "unknown section <" + shown(name) + ">");
                 return false;
             }
         }
         if (name != "objects" && name != "steps" && name != "operator") {
-            error = programError(section->GetLineNum(), "unknown section <" + name + ">");
+            error = programError(section->GetLineNum(), "unknown section <" + shown(name) + ">");
             return false;
         }
     }

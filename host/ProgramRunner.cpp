@@ -19,25 +19,28 @@ namespace host {
 
 namespace {
 
-std::string textOfValue(IVariant* value) {
-    if (!value) return "(none)";
+TraceValue traceValueOf(IVariant* value) {
+    TraceValue result;
+    if (!value) return result;
     if (value->IsString()) {
         SmartPtr<IString> text;
         value->get_String(text.put());
-        return "\"" + narrow(textOf(text.get())) + "\"";
+        result.kind = TraceValue::kText;
+        result.text = narrow(textOf(text.get()));
+    } else if (value->get_Type() == 1) {
+        result.kind = TraceValue::kInteger;
+        result.integer = value->get_Long();
+    } else if (value->get_Type() == 2) {
+        result.kind = TraceValue::kReal;
+        result.real = value->get_Double();
+    } else {
+        result.kind = value->IsObject() ? TraceValue::kObject : TraceValue::kEmpty;
     }
-    if (value->get_Type() == 1) return std::to_string(value->get_Long());
-    if (value->get_Type() == 2) {
-        char number[64];
-        std::snprintf(number, sizeof number, "%g", value->get_Double());
-        return number;
-    }
-    if (value->IsObject()) return "(object)";
-    return "(empty)";
+    return result;
 }
 
-std::vector<std::pair<std::string, std::string>> parametersOf(IUnknown* step) {
-    std::vector<std::pair<std::string, std::string>> result;
+std::vector<std::pair<std::string, TraceValue>> parametersOf(IUnknown* step) {
+    std::vector<std::pair<std::string, TraceValue>> result;
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t count = 0;
     if (!parameters || parameters->get_Count(&count) < 0) return result;
@@ -46,14 +49,14 @@ std::vector<std::pair<std::string, std::string>> parametersOf(IUnknown* step) {
         parameters->get_ItemName(i, name.put());
         SmartPtr<IVariant> value;
         parameters->get_ItemVariant(i, value.put());
-        result.emplace_back(narrow(textOf(name.get())), textOfValue(value.get()));
+        result.emplace_back(narrow(textOf(name.get())), traceValueOf(value.get()));
     }
     return result;
 }
 
 }  // namespace
 
-ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace, ComponentCollection* components)
+ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, ComponentCollection* components)
     : m_Create(create), m_Trace(trace), m_Components(components), m_Objects(make<SuperCollection>()) {}
 
 ProgramRunner::~ProgramRunner() = default;
@@ -68,7 +71,7 @@ bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, 
         return creatable->Add(makeString(setting.name).get(), programValue(setting.value).get(), nullptr, 0) >= 0;
     }
     if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
-        error = programError(setting.line, "the step has no parameter \"" + narrow(setting.name) + "\"");
+        error = programError(setting.line, "the step has no parameter \"" + shown(narrow(setting.name)) + "\"");
         return false;
     }
     parameters->put_Item(index, programValue(setting.value).get());
@@ -78,7 +81,7 @@ bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, 
 bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error) {
     int32_t objectIndex = -1;
     if (m_Objects->get_Index(makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
-        error = programError(binding.line, "no object is named \"" + narrow(binding.object) + "\"");
+        error = programError(binding.line, "no object is named \"" + shown(narrow(binding.object)) + "\"");
         return false;
     }
     // The input list is the host's own object; its inputs are found by name.
@@ -86,7 +89,7 @@ bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std
     auto* list = dynamic_cast<InputParameters*>(inputs.get());
     SmartPtr<InputParameter> input = list ? list->input(binding.input) : nullptr;
     if (!input) {
-        error = programError(binding.line, "the step has no input \"" + narrow(binding.input) + "\"");
+        error = programError(binding.line, "the step has no input \"" + shown(narrow(binding.input)) + "\"");
         return false;
     }
     input->put_Object(make<CollectionMoniker>(binding.object).query<IUnknown>().get());
@@ -120,7 +123,7 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
         SmartPtr<IUnknown> step = createModuleObject(m_Create, description.className);
         if (!step) {
             error = programError(description.line,
-                                 "the module has no step class \"" + narrow(description.className) + "\"");
+                                 "the module has no step class \"" + shown(narrow(description.className)) + "\"");
             return false;
         }
         for (const ProgramSetting& setting : description.parameters) {
@@ -135,18 +138,26 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
     return true;
 }
 
-void ProgramRunner::traceStep(size_t index, const Step& step, HRESULT result, double milliseconds,
-                              const std::vector<std::string>& effects, const std::vector<std::string>& written) {
-    if (!m_Trace) return;
-    std::fprintf(m_Trace, "%3zu  %-18s %s\n", index + 1, narrow(step.className).c_str(), narrow(step.title).c_str());
-    for (const std::string& effect : effects) std::fprintf(m_Trace, "     %-18s %s\n", "", effect.c_str());
-    for (const std::string& line : written) std::fprintf(m_Trace, "     %-18s wrote %s\n", "", line.c_str());
-    std::fprintf(m_Trace, "     %-18s %s (0x%08X), %.3f ms\n", "", result >= 0 ? "done" : "failed",
-                 static_cast<uint32_t>(result), milliseconds);
+void ProgramRunner::traceCalls(const std::vector<std::string>& calls) const {
+    for (const std::string& call : calls) {
+        const std::string* declared = nullptr;
+        for (const std::string& label : m_Labels) {
+            if (call.size() > label.size() && call.compare(0, label.size(), label) == 0 && call[label.size()] == '.') {
+                declared = &label;
+                break;
+            }
+        }
+        const size_t dot = declared ? declared->size() : call.find('.');
+        if (dot == std::string::npos) {
+            m_Trace->hostCall("", call, false);
+        } else {
+            m_Trace->hostCall(call.substr(0, dot), call.substr(dot + 1), declared != nullptr);
+        }
+    }
 }
 
-int ProgramRunner::run(const std::atomic<bool>& interrupted) {
-    int failures = 0;
+size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
+    size_t failures = 0;
     const bool recording = Recorder::enabled();
     Recorder::setEnabled(true);
     for (size_t i = 0; i < m_Steps.size(); ++i) {
@@ -155,6 +166,7 @@ int ProgramRunner::run(const std::atomic<bool>& interrupted) {
         if (!runnable) continue;
         const auto before = parametersOf(step.object.get());
         Recorder::clear();
+        if (m_Trace) m_Trace->stepStarts(i + 1, narrow(step.className), narrow(step.title));
         HRESULT result = runnable->TurnOn();
         bool stopped = false;
         while (runnable->IsRunning()) {
@@ -164,32 +176,21 @@ int ProgramRunner::run(const std::atomic<bool>& interrupted) {
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        // What the step did to the program's objects, in the order it did it.
-        std::vector<std::string> effects;
-        for (const std::string& call : Recorder::take()) {
-            for (const std::string& label : m_Labels) {
-                if (call.compare(0, label.size() + 1, label + ".") == 0) {
-                    char line[512];
-                    std::snprintf(line, sizeof line, "%-14s %s", label.c_str(), call.substr(label.size() + 1).c_str());
-                    effects.push_back(line);
-                    break;
-                }
-            }
-        }
-        std::vector<std::string> written;
-        const auto after = parametersOf(step.object.get());
-        for (size_t p = 0; p < after.size(); ++p) {
-            if (p >= before.size() || before[p] != after[p]) written.push_back(after[p].first + " = " + after[p].second);
-        }
         double milliseconds = 0;
         runnable->get_ExecutionTime(&milliseconds);
-        traceStep(i, step, result, milliseconds, effects, written);
-        if (stopped && m_Trace) std::fprintf(m_Trace, "     %-18s turned off\n", "");
         failures += result < 0;
+        if (m_Trace) {
+            traceCalls(Recorder::take());
+            const auto after = parametersOf(step.object.get());
+            for (size_t p = 0; p < after.size(); ++p) {
+                if (p >= before.size() || before[p] != after[p]) m_Trace->parameterWritten(after[p].first, after[p].second);
+            }
+            m_Trace->stepEnds(result, milliseconds, stopped);
+        }
         if (interrupted.load()) break;
     }
     Recorder::setEnabled(recording);
-    return failures == 0 ? 0 : 1;
+    return failures;
 }
 
 // A step's own XML holds its parameters only; the host keeps its input

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "host/Components.h"
 #include "host/HostObject.h"
 #include "host/Program.h"
+#include "host/ProgramTrace.h"
 
 namespace host {
 
@@ -19,7 +19,8 @@ class ProgramRunner {
 public:
     // Declared objects that stand for a host component (a workspace) replace
     // that component in `components`, the collection the module was given.
-    ProgramRunner(CREATEFUNCTIONFUNCTION create, std::FILE* trace, ComponentCollection* components = nullptr);
+    // trace, when given, is told every event of run().
+    ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, ComponentCollection* components = nullptr);
     ~ProgramRunner();
 
     // Creates the objects and the steps, sets the parameters, binds the
@@ -28,8 +29,9 @@ public:
     bool build(const ProgramFile& program, std::string& error);
 
     // Runs every step; asynchronous ones are polled until they end, and
-    // turned off when interrupted becomes true. 0 when every step succeeded.
-    int run(const std::atomic<bool>& interrupted);
+    // turned off when interrupted becomes true. The number of steps that
+    // returned a failure code.
+    size_t run(const std::atomic<bool>& interrupted);
 
     // Every step through its own Save: the XML document, one element per
     // step named after its class; the folder stream, one stored object per
@@ -50,11 +52,11 @@ private:
     // Binds the step to the program's collection of objects, as a host binds each step it holds.
     void bindToObjects(IUnknown* step) const;
     void replaceSteps(std::vector<Step> loaded);
-    void traceStep(size_t index, const Step& step, HRESULT result, double milliseconds,
-                   const std::vector<std::string>& effects, const std::vector<std::string>& written);
+    // What the step did to the host's objects, in the order it did it.
+    void traceCalls(const std::vector<std::string>& calls) const;
 
     CREATEFUNCTIONFUNCTION m_Create;
-    std::FILE* m_Trace;
+    ProgramTrace* m_Trace;
     SmartPtr<ComponentCollection> m_Components;
     SmartPtr<SuperCollection> m_Objects;
     std::vector<std::string> m_Labels;

@@ -382,7 +382,7 @@ bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error)
             }
         }
         if (!known) {
-            error = programError(object.line, "offers=\"" + narrow(word) +
+            error = programError(object.line, "offers=\"" + shown(narrow(word)) +
                                                   "\" is none of interrogate, extended, parametric, parameters, renderable");
             return false;
         }
@@ -411,7 +411,7 @@ bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObj
         wchar_t* end = nullptr;
         const long long parsed = kind->empty() ? 0 : std::wcstoll(kind->c_str(), &end, 0);
         if (kind->empty() || *end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) {
-            error = programError(inner.line, "kind=\"" + narrow(*kind) + "\" is not a whole number");
+            error = programError(inner.line, "kind=\"" + shown(narrow(*kind)) + "\" is not a whole number");
             return false;
         }
         property.kind = static_cast<int32_t>(parsed);
@@ -424,7 +424,7 @@ bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObj
         wchar_t* end = nullptr;
         const float single = text.empty() ? 0.0f : std::wcstof(text.c_str(), &end);
         if (!text.empty() && *end != L'\0') {
-            error = programError(inner.line, "value=\"" + narrow(text) + "\" is not a number");
+            error = programError(inner.line, "value=\"" + shown(narrow(text)) + "\" is not a number");
             return false;
         }
         std::memcpy(&property.bits, &single, sizeof single);
@@ -493,7 +493,7 @@ SmartPtr<IUnknown> makeProgramProperties(const ProgramObject& object, SuperColle
 }
 
 SmartPtr<IUnknown> makeProgramPropertyPart(const ProgramObject& object, SuperCollection*, std::string& error) {
-    error = programError(object.line, "<" + object.kind + "> belongs inside <properties>");
+    error = programError(object.line, "<" + shown(object.kind) + "> belongs inside <properties>");
     return nullptr;
 }
 

@@ -22,7 +22,7 @@ bool numberAttribute(const ProgramObject& object, const char* attribute, double&
     wchar_t* end = nullptr;
     const double parsed = text->empty() ? 0.0 : std::wcstod(text->c_str(), &end);
     if (text->empty() || *end != L'\0' || !std::isfinite(parsed)) {
-        error = programError(object.line, std::string(attribute) + "=\"" + narrow(*text) + "\" is not a number");
+        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a number");
         return false;
     }
     value = parsed;

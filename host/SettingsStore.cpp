@@ -12,10 +12,16 @@ namespace host {
 
 namespace {
 
+wchar_t lower(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c; }
+
+std::wstring folded(std::wstring name) {
+    for (wchar_t& c : name) c = lower(c);
+    return name;
+}
+
 bool sameName(const std::wstring& a, const std::wstring& b) {
-    const auto lower = [](wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c; };
     return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [&](wchar_t x, wchar_t y) { return lower(x) == lower(y); });
+           std::equal(a.begin(), a.end(), b.begin(), [](wchar_t x, wchar_t y) { return lower(x) == lower(y); });
 }
 
 std::wstring trimmed(const std::wstring& text) {
@@ -77,26 +83,45 @@ private:
 
 void Registry::set(const std::wstring& section, const std::wstring& key, const std::wstring& value) {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    auto found = std::find_if(m_Sections.begin(), m_Sections.end(),
-                              [&](const Section& candidate) { return sameName(candidate.name, section); });
-    if (found == m_Sections.end()) found = m_Sections.insert(m_Sections.end(), Section{section, {}});
-    for (auto& entry : found->values) {
-        if (sameName(entry.first, key)) {
-            entry.second = value;
-            return;
-        }
+    setLocked(section, key, value);
+}
+
+void Registry::setLocked(const std::wstring& section, const std::wstring& key, const std::wstring& value) {
+    const auto added = m_SectionIndex.emplace(folded(section), m_Sections.size());
+    if (added.second) m_Sections.push_back(Section{section, {}, {}});
+    Section& found = m_Sections[added.first->second];
+    const auto entry = found.keys.emplace(folded(key), found.values.size());
+    if (entry.second) {
+        found.values.emplace_back(key, value);
+    } else {
+        found.values[entry.first->second].second = value;
     }
-    found->values.emplace_back(key, value);
+}
+
+const Registry::Section* Registry::findSection(const std::wstring& section) const {
+    const auto found = m_SectionIndex.find(folded(section));
+    return found == m_SectionIndex.end() ? nullptr : &m_Sections[found->second];
 }
 
 void Registry::clear() {
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_Sections.clear();
+    m_SectionIndex.clear();
 }
 
-bool Registry::load(const std::string& fileName) {
+bool Registry::load(const std::string& fileName, std::string* error) {
     std::string text;
-    if (!readWholeFile(fileName, text)) return false;
+    std::string why;
+    int line = 1;
+    if (!readWholeFile(fileName, text, &why)) {
+        if (error) *error = why;
+        return false;
+    }
+    why = encodingProblem(text, line);
+    if (!why.empty()) {
+        if (error) *error = fileName + ":" + std::to_string(line) + ": " + why;
+        return false;
+    }
     parse(text);
     return true;
 }
@@ -108,6 +133,7 @@ void Registry::parse(const std::string& utf8) {
     std::string line;
     std::wstring section;
     bool inSection = false;
+    std::lock_guard<std::mutex> lock(m_Mutex);
     while (std::getline(lines, line)) {
         const std::wstring entry = trimmed(widen(line));
         if (entry.empty() || entry[0] == L';' || entry[0] == L'#') continue;
@@ -121,22 +147,18 @@ void Registry::parse(const std::string& utf8) {
         std::wstring value = trimmed(entry.substr(equals + 1));
         if (value.size() >= 2 && value.front() == L'"' && value.back() == L'"')
             value = value.substr(1, value.size() - 2);
-        set(section, trimmed(entry.substr(0, equals)), value);
+        setLocked(section, trimmed(entry.substr(0, equals)), value);
     }
 }
 
 bool Registry::find(const std::wstring& section, const std::wstring& key, std::wstring& value) {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    for (const Section& candidate : m_Sections) {
-        if (!sameName(candidate.name, section)) continue;
-        for (const auto& entry : candidate.values) {
-            if (sameName(entry.first, key)) {
-                value = entry.second;
-                return true;
-            }
-        }
-    }
-    return false;
+    const Section* found = findSection(section);
+    if (!found) return false;
+    const auto entry = found->keys.find(folded(key));
+    if (entry == found->keys.end()) return false;
+    value = found->values[entry->second].second;
+    return true;
 }
 
 HRESULT Registry::GetValue(IString* section, IString* key, IString** value) {
@@ -159,9 +181,8 @@ HRESULT Registry::get_Section(IString* section, INamedCollection** out) {
     std::vector<std::pair<std::wstring, std::wstring>> values;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
-        auto found = std::find_if(m_Sections.begin(), m_Sections.end(),
-                                  [&](const Section& candidate) { return sameName(candidate.name, sectionName); });
-        if (!section || found == m_Sections.end()) return E_FAIL;
+        const Section* found = findSection(sectionName);
+        if (!section || !found) return E_FAIL;
         values = found->values;
     }
     *out = make<RegistrySection>(std::move(values)).detach();

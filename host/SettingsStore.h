@@ -4,6 +4,7 @@
 
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -24,8 +25,10 @@ public:
     // Reads a UTF-8 settings file: "[Section]" lines, "key=value" lines
     // (blanks around both trimmed, a value in double quotes keeps its blanks),
     // comments starting with ";" or "#". Lines before the first section and
-    // lines without "=" are skipped. False when the file cannot be read.
-    bool load(const std::string& fileName);
+    // lines without "=" are skipped. False, with "FILE: why" in error, when
+    // the file cannot be read or is not UTF-8 text (UTF-16, NUL bytes).
+    // Reading takes time in proportion to the file's size.
+    bool load(const std::string& fileName, std::string* error = nullptr);
     // The same from the file's text.
     void parse(const std::string& utf8);
 
@@ -36,14 +39,19 @@ public:
     HRESULT GetString(const wchar_t* section, const wchar_t* key, wchar_t* buffer) override;
 
 private:
+    // Names are found through their ASCII lower-case form.
     struct Section {
         std::wstring name;
         std::vector<std::pair<std::wstring, std::wstring>> values;
+        std::unordered_map<std::wstring, size_t> keys;
     };
+    void setLocked(const std::wstring& section, const std::wstring& key, const std::wstring& value);
+    const Section* findSection(const std::wstring& section) const;
     bool find(const std::wstring& section, const std::wstring& key, std::wstring& value);
 
     std::mutex m_Mutex;
     std::vector<Section> m_Sections;
+    std::unordered_map<std::wstring, size_t> m_SectionIndex;
 };
 
 }  // namespace host

@@ -185,7 +185,7 @@ bool fill(TabCollection& tabs, const ProgramObject& object, std::string& error) 
         } else if (child.kind == "tabs") {
             if (!fill(*tabs.addTabs(child.name).get(), child, error)) return false;
         } else {
-            error = programError(child.line, "<" + child.kind + "> cannot be a tab; use <tab> or <tabs>");
+            error = programError(child.line, "<" + shown(child.kind) + "> cannot be a tab; use <tab> or <tabs>");
             return false;
         }
     }

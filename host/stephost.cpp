@@ -1,13 +1,17 @@
-// stephost: the reference host program. It loads ./_binlinux/Flukokzad.so as
-// a host does, hands it the stand-in host's component collection, and shows
-// what the module offers.
+// stephost: the reference host program. It loads the module from the
+// _binlinux/ folder beside its own executable (or where --module says) as a
+// host does, hands it the stand-in host's component collection, and runs,
+// saves and checks program files.
 #include <dlfcn.h>
+#include <limits.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <sstream>
 #include <cstring>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,9 +23,64 @@
 #include "host/OperatorWindows.h"
 #include "host/ProgramReader.h"
 #include "host/ProgramRunner.h"
+#include "host/ProgramTrace.h"
 #include "host/SettingsStore.h"
 
 namespace {
+
+// What stephost tells its caller, a script or CI, when it ends.
+enum ExitCode : int {
+    kSucceeded = 0,   // every step succeeded, saved or compared identical
+    kStepFailed = 1,  // a step returned a failure code; check: a difference; classes: a class cannot be made
+    kRefused = 2,     // a program or settings file cannot be read or is refused, an output cannot be written
+    kNoModule = 3,    // the module cannot be loaded
+    kUsage = 64,      // an unknown command or option, or one without its argument
+    kLeak = 70,       // host objects still alive at the end: a fault of the module or of the host
+};
+
+void usage(std::FILE* out) {
+    std::fprintf(
+        out,
+        "usage: stephost [OPTIONS] COMMAND\n"
+        "  Loads _binlinux/Flukokzad.so beside this program as a host does and gives it\n"
+        "  the stand-in host. Program files are found from the current folder.\n"
+        "\n"
+        "commands:\n"
+        "  run FILE                           runs the program file's steps in order, with a trace\n"
+        "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save; each OUT\n"
+        "                                     is written whole beside itself, then renamed into place\n"
+        "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
+        "  classes                            lists the step classes and the interfaces they answer\n"
+        "\n"
+        "options:\n"
+        "  --trace human|json  the trace of run on standard output: a block of lines per step\n"
+        "                   (human, the default) or one JSON object per line and event\n"
+        "  --module PATH    the module to load instead of _binlinux/Flukokzad.so beside stephost\n"
+        "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
+        "                   with [Workspace] and [Mappings] sections\n"
+        "  --interactive    the operator is the person at the terminal, not the\n"
+        "                   program file's <operator> script\n"
+        "\n"
+        "exit codes:\n"
+        "  0   every step succeeded (save: written; check: identical after reloading)\n"
+        "  1   a step returned a failure code (check: a difference; classes: a class cannot be made)\n"
+        "  2   a program or settings file cannot be read or was refused (\"file:line: why\" on\n"
+        "      standard error), or an output cannot be written\n"
+        "  3   the module cannot be loaded\n"
+        "  64  an unknown command or option, or an option without its argument\n"
+        "  70  host objects were still alive at the end (a reference the module or host leaked)\n");
+}
+
+// The folder of this program's file, symbolic links resolved, so that a link
+// /usr/bin/stephost -> /usr/lib/flukokzad/stephost finds /usr/lib/flukokzad.
+std::string ownFolder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0) return ".";
+    const std::string file(path, static_cast<size_t>(length));
+    const size_t slash = file.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : file.substr(0, slash);
+}
 
 struct Module {
     void* library = nullptr;
@@ -29,17 +88,18 @@ struct Module {
     CREATEFUNCTIONFUNCTION create = nullptr;
 };
 
-bool loadModule(const char* path, Module& module) {
-    void* library = dlopen(path, RTLD_NOW);
+bool loadModule(const std::string& path, Module& module) {
+    void* library = dlopen(path.c_str(), RTLD_NOW);
     if (!library) {
-        std::fprintf(stderr, "stephost: cannot load %s: %s\n", path, dlerror());
+        std::fprintf(stderr, "stephost: cannot load %s: %s\n", path.c_str(), dlerror());
         return false;
     }
     module.library = library;
     module.initialize = reinterpret_cast<INITIALIZEMODULEFUNCTION>(dlsym(library, "InitializeModule"));
     module.create = reinterpret_cast<CREATEFUNCTIONFUNCTION>(dlsym(library, "CreateFunction"));
     if (!module.initialize || !module.create) {
-        std::fprintf(stderr, "stephost: %s lacks InitializeModule or CreateFunction\n", path);
+        std::fprintf(stderr, "stephost: %s lacks InitializeModule or CreateFunction\n", path.c_str());
+        dlclose(library);
         return false;
     }
     return true;
@@ -88,25 +148,7 @@ int listClasses(const Module& module) {
         }
         std::printf("%-18s %-8s %s\n", text.c_str(), step->IsRunning() ? "yes" : "no", faces.c_str());
     }
-    return failures == 0 ? 0 : 1;
-}
-
-void usage() {
-    std::printf(
-        "usage: stephost [--settings FILE] [--interactive] COMMAND\n"
-        "  Loads ./_binlinux/Flukokzad.so as a host does and gives it the stand-in host.\n"
-        "\n"
-        "commands:\n"
-        "  run FILE                           runs the program file's steps in order, with a trace\n"
-        "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save\n"
-        "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
-        "  classes                            lists the step classes and the interfaces they answer\n"
-        "\n"
-        "options:\n"
-        "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
-        "                   with [Workspace] and [Mappings] sections\n"
-        "  --interactive    the operator is the person at the terminal, not the\n"
-        "                   program file's <operator> script\n");
+    return failures == 0 ? kSucceeded : kStepFailed;
 }
 
 std::atomic<bool> gInterrupted{false};
@@ -128,7 +170,9 @@ std::string firstDifference(const std::string& a, const std::string& b) {
 }
 
 struct Options {
-    const char* settings = nullptr;
+    std::string settings;
+    std::string module;
+    std::string trace = "human";
     bool interactive = false;
     std::string command;
     std::string file;
@@ -136,53 +180,136 @@ struct Options {
     std::string folderOut;
 };
 
-int runCommand(const Module& module, const Options& options, host::ComponentCollection* components) {
-    if (options.command == "classes") return listClasses(module);
+// False, with the reason in error, for words that are no command stephost knows.
+bool parseArguments(int argc, char** argv, Options& options, std::string& error) {
+    struct Valued {
+        const char* option;
+        std::string Options::*value;
+    };
+    const Valued valued[] = {{"--settings", &Options::settings}, {"--module", &Options::module},
+                             {"--trace", &Options::trace},       {"--xml", &Options::xmlOut},
+                             {"--folder", &Options::folderOut}};
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const Valued* option = nullptr;
+        for (const Valued& candidate : valued) option = word == candidate.option ? &candidate : option;
+        if (option) {
+            if (i + 1 >= argc) {
+                error = word + " needs an argument";
+                return false;
+            }
+            options.*(option->value) = argv[++i];
+        } else if (word == "--interactive") {
+            options.interactive = true;
+        } else if (word.size() > 1 && word[0] == '-') {
+            error = "unknown option " + word;
+            return false;
+        } else {
+            words.push_back(word);
+        }
+    }
+    if (options.trace != "human" && options.trace != "json") {
+        error = "--trace is human or json, not " + options.trace;
+        return false;
+    }
+    options.command = words.empty() ? "" : words[0];
+    const bool needsFile = options.command == "run" || options.command == "save" || options.command == "check";
+    if (!(needsFile && words.size() == 2) && !(options.command == "classes" && words.size() == 1)) {
+        error = words.empty() ? "no command" : "unknown command or arguments: " + options.command;
+        return false;
+    }
+    if (needsFile) options.file = words[1];
+    return true;
+}
 
+// "line N: why" about a program file, told as "file:N: why".
+void tellRefusal(const std::string& fileName, const std::string& error) {
+    std::fprintf(stderr, "%s:%s\n", fileName.c_str(), error.substr(error.find(' ') + 1).c_str());
+}
+
+// The program file read and understood; false, with "file:line: why" told, when it is refused.
+bool readProgram(const std::string& fileName, host::ProgramFile& program) {
     std::string text;
     std::string error;
-    if (!host::readWholeFile(options.file, text, &error)) {
+    if (!host::readWholeFile(fileName, text, &error)) {
         std::fprintf(stderr, "stephost: %s\n", error.c_str());
-        return 1;
+        return false;
     }
-    host::ProgramFile program;
     if (!host::parseProgram(text, program, error)) {
-        std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
-        return 1;
+        tellRefusal(fileName, error);
+        return false;
     }
-    host::ProgramRunner runner(module.create, options.command == "run" ? stdout : nullptr, components);
-    if (!runner.build(program, error)) {
-        std::fprintf(stderr, "%s:%s\n", options.file.c_str(), error.substr(5).c_str());
-        return 1;
-    }
+    return true;
+}
 
-    if (options.command == "run") {
-        std::printf("program  %s: %zu steps, %zu objects, operator: %s\n", host::narrow(program.name).c_str(),
-                    program.steps.size(), program.objects.size(),
-                    options.interactive ? "the terminal"
-                                        : (std::to_string(program.operatorScript.size()) + " scripted answers").c_str());
-        // The stand-in's windows ask this operator when a step puts a question on screen.
-        host::Operator::current().script(program.operatorScript);
-        if (options.interactive) host::Operator::current().setTerminal(stdin, stdout);
-        std::signal(SIGINT, onInterrupt);
-        const int result = runner.run(gInterrupted);
-        host::Operator::current().setTerminal(nullptr, nullptr);
-        std::signal(SIGINT, SIG_DFL);
-        return result;
-    }
-    if (options.command == "save") {
-        if (!options.xmlOut.empty() && !host::writeWholeFile(options.xmlOut, runner.saveXml())) {
-            std::fprintf(stderr, "stephost: cannot write %s\n", options.xmlOut.c_str());
-            return 1;
+bool buildProgram(host::ProgramRunner& runner, const std::string& fileName, const host::ProgramFile& program) {
+    std::string error;
+    if (runner.build(program, error)) return true;
+    tellRefusal(fileName, error);
+    return false;
+}
+
+int runProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+               host::ComponentCollection* components) {
+    const bool json = options.trace == "json";
+    std::unique_ptr<host::ProgramTrace> trace = json ? host::makeJsonTrace(stdout) : host::makeHumanTrace(stdout);
+    host::ProgramRunner runner(module.create, trace.get(), components);
+    if (!buildProgram(runner, options.file, program)) return kRefused;
+    trace->programStarts({host::narrow(program.name), options.file, program.steps.size(), program.objects.size(),
+                          options.interactive, program.operatorScript.size()});
+    // The stand-in's windows ask this operator when a step puts a question on screen.
+    host::Operator& person = host::Operator::current();
+    person.script(program.operatorScript);
+    // Prompts stay off a JSON trace.
+    if (options.interactive) person.setTerminal(stdin, json ? stderr : stdout);
+    person.listen(trace.get());
+    std::signal(SIGINT, onInterrupt);
+    const size_t failures = runner.run(gInterrupted);
+    // Answers still under way belong to the run.
+    host::OperatorThreads::wait();
+    std::signal(SIGINT, SIG_DFL);
+    person.listen(nullptr);
+    person.setTerminal(nullptr, nullptr);
+    trace->programEnds(failures);
+    return failures == 0 ? kSucceeded : kStepFailed;
+}
+
+// Each output is written whole beside itself and renamed into place; the
+// program file itself is never an output.
+int saveProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+                host::ComponentCollection* components) {
+    host::ProgramRunner runner(module.create, nullptr, components);
+    if (!buildProgram(runner, options.file, program)) return kRefused;
+    struct Output {
+        const std::string& name;
+        std::string (host::ProgramRunner::*save)() const;
+    };
+    const Output outputs[] = {{options.xmlOut, &host::ProgramRunner::saveXml},
+                              {options.folderOut, &host::ProgramRunner::saveFolder}};
+    for (const Output& output : outputs) {
+        if (!output.name.empty() && host::sameFile(output.name, options.file)) {
+            std::fprintf(stderr, "stephost: %s is the program file; the steps are saved to another file\n",
+                         output.name.c_str());
+            return kUsage;
         }
-        if (!options.folderOut.empty() && !host::writeWholeFile(options.folderOut, runner.saveFolder())) {
-            std::fprintf(stderr, "stephost: cannot write %s\n", options.folderOut.c_str());
-            return 1;
-        }
-        std::printf("saved %zu steps\n", runner.stepCount());
-        return 0;
     }
-    // check: both stream kinds, each reloaded into fresh steps and saved again.
+    for (const Output& output : outputs) {
+        std::string error;
+        if (!output.name.empty() && !host::writeWholeFile(output.name, (runner.*output.save)(), &error)) {
+            std::fprintf(stderr, "stephost: %s\n", error.c_str());
+            return kRefused;
+        }
+    }
+    std::printf("saved %zu steps\n", runner.stepCount());
+    return kSucceeded;
+}
+
+// Both stream kinds, each reloaded into fresh steps and saved again.
+int checkProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+                 host::ComponentCollection* components) {
+    host::ProgramRunner runner(module.create, nullptr, components);
+    if (!buildProgram(runner, options.file, program)) return kRefused;
     int differences = 0;
     const std::string xml = runner.saveXml();
     const std::string folder = runner.saveFolder();
@@ -196,6 +323,7 @@ int runCommand(const Module& module, const Options& options, host::ComponentColl
                           {"folder", folder, &host::ProgramRunner::loadFolder, &host::ProgramRunner::saveFolder}};
     for (const Kind& kind : kinds) {
         host::ProgramRunner reloaded(module.create, nullptr, components);
+        std::string error;
         reloaded.build(program, error);
         if (!(reloaded.*kind.load)(kind.first, error)) {
             std::printf("%-7s cannot reload: %s\n", kind.name, error.c_str());
@@ -208,55 +336,54 @@ int runCommand(const Module& module, const Options& options, host::ComponentColl
                     difference.empty() ? "identical after reloading" : ("DIFFERENT at " + difference).c_str());
         differences += !difference.empty();
     }
-    return differences == 0 ? 0 : 1;
+    return differences == 0 ? kSucceeded : kStepFailed;
+}
+
+int runCommand(const Module& module, const Options& options, host::ComponentCollection* components) {
+    if (options.command == "classes") return listClasses(module);
+    host::ProgramFile program;
+    if (!readProgram(options.file, program)) return kRefused;
+    if (options.command == "run") return runProgram(module, options, program, components);
+    if (options.command == "save") return saveProgram(module, options, program, components);
+    return checkProgram(module, options, program, components);
+}
+
+// The host's settings store, filled from the settings file when one is given.
+SmartPtr<host::Registry> readSettings(const std::string& fileName) {
+    SmartPtr<host::Registry> registry = host::make<host::Registry>();
+    std::string error;
+    if (!fileName.empty() && !registry->load(fileName, &error)) {
+        std::fprintf(stderr, "stephost: %s\n", error.c_str());
+        return nullptr;
+    }
+    return registry;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Options options;
-    std::vector<std::string> words;
+    std::string error;
     for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if (word == "--help" || word == "-h") {
-            usage();
-            return 0;
-        } else if (word == "--settings" && i + 1 < argc) {
-            options.settings = argv[++i];
-        } else if (word == "--interactive") {
-            options.interactive = true;
-        } else if (word == "--xml" && i + 1 < argc) {
-            options.xmlOut = argv[++i];
-        } else if (word == "--folder" && i + 1 < argc) {
-            options.folderOut = argv[++i];
-        } else {
-            words.push_back(word);
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+            usage(stdout);
+            return kSucceeded;
         }
     }
-    if (words.empty()) {
-        usage();
-        return 2;
+    if (!parseArguments(argc, argv, options, error)) {
+        std::fprintf(stderr, "stephost: %s\n", error.c_str());
+        usage(stderr);
+        return kUsage;
     }
-    options.command = words[0];
-    const bool needsFile = options.command == "run" || options.command == "save" || options.command == "check";
-    if (!(needsFile && words.size() == 2) && !(options.command == "classes" && words.size() == 1)) {
-        std::fprintf(stderr, "stephost: unknown command or arguments: %s\n", options.command.c_str());
-        usage();
-        return 2;
-    }
-    if (needsFile) options.file = words[1];
-
     Module module;
-    if (!loadModule("./_binlinux/Flukokzad.so", module)) return 1;
-
-    int result = 0;
+    if (!loadModule(options.module.empty() ? ownFolder() + "/_binlinux/Flukokzad.so" : options.module, module)) {
+        return kNoModule;
+    }
+    int result = kSucceeded;
     {
         SmartPtr<host::ComponentCollection> components = host::makeStandardComponents();
-        SmartPtr<host::Registry> registry = host::make<host::Registry>();
-        if (options.settings && !registry->load(options.settings)) {
-            std::fprintf(stderr, "stephost: cannot read the settings file %s\n", options.settings);
-            return 1;
-        }
+        SmartPtr<host::Registry> registry = readSettings(options.settings);
+        if (!registry) return kRefused;
         components->addObject(L"Registry", static_cast<IRegistry*>(registry.get()));
         module.initialize(nullptr, components.get());
         // Stored steps are re-created by their class names, as a host does.
@@ -274,7 +401,7 @@ int main(int argc, char** argv) {
     dlclose(module.library);
     if (host::Ledger::live() != 0) {
         std::fprintf(stderr, "stephost: host objects still alive: %s\n", host::Ledger::report().c_str());
-        result = 1;
+        result = kLeak;
     }
     return result;
 }

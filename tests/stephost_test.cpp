@@ -1,55 +1,41 @@
 // The reference host as a newcomer meets it: a process run on the example
 // programs and on broken ones.
-#include <unistd.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/FolderStream.h"
 #include "host/XmlStream.h"
-#include "support/Process.h"
+#include "support/StepHost.h"
 
 namespace {
 
 using Outcome = ProcessRun;
 
-// stephost from the build directory, run there as a newcomer would.
-Outcome stephost(const std::vector<std::string>& words) {
-    std::vector<std::string> command = {std::string(FLUKO_BINARY_DIR) + "/stephost"};
-    command.insert(command.end(), words.begin(), words.end());
-    return runProcess(command, FLUKO_BINARY_DIR);
-}
-
-std::string example(const char* name) { return std::string(FLUKO_SOURCE_DIR) + "/examples/" + name; }
-
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& text) {
-        char name[] = "/tmp/stephost-test-XXXXXX";
-        const int descriptor = mkstemp(name);
-        if (descriptor >= 0) close(descriptor);
-        m_Path = name;
-        std::ofstream(m_Path) << text;
-    }
-    ~TemporaryFile() { std::filesystem::remove(m_Path); }
-    const std::string& path() const { return m_Path; }
-
-private:
-    std::string m_Path;
-};
-
-TEST(StepHost, RunsTheDemonstrationWithATrace) {
-    const Outcome run = stephost({"run", example("demo.xml")});
+// Run from the project's root, as `make demo` runs it: the module is found
+// beside stephost, the program relative to the caller's folder.
+TEST(StepHost, RunsTheDemonstrationFromTheProjectRootWithATrace) {
+    const Outcome run = stephost({"run", "examples/demo.xml"}, FLUKO_SOURCE_DIR);
     EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("LivePlot       Refresh(9)"), std::string::npos) << run.output;
-    EXPECT_NE(run.output.find("ReportView     Refresh(0)"), std::string::npos) << run.output;
+    for (const char* line : {"program  Measuring run on the pump test stand: 15 steps",
+                             "PanelWindow    get_HostedObject\n"
+                             "                        MeasuringPanel Activate(1)",
+                             "Screen         Add(GCUIMessage \"Preparing the measuring run\")",
+                             "operator is asked (confirm): Start the measuring run?",
+                             "operator answers (confirm): yes", "wrote Response = 6",
+                             "operator answers (keyboard): 4711", "wrote Input = \"4711\"",
+                             "Views          Measurement.Select(1, 1): Plot in front", "Toolbar        Start.Press",
+                             "Pump           SetProperty(100, 1500)", "wrote Speed = 1500",
+                             "PumpMenu       DoAction(7)", "Chart          put_Scroll(0, 240, 60)",
+                             "LivePlot       Refresh(9)", "ReportView     Refresh(0)",
+                             "finished 15 steps, all succeeded"}) {
+        EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
+    }
+    EXPECT_EQ(run.output.find("failed"), std::string::npos) << run.output;
     EXPECT_EQ(run.output.find("0x7f"), std::string::npos) << "no pointer values: " << run.output;
     EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
 }
@@ -189,11 +175,12 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
 
 TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
     struct Case {
-        const char* text;
+        std::string text;
         const char* message;
     };
     const Case cases[] = {
-        {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n</steps>\n", ":3: not well-formed XML (mismatched element)"},
+        {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n</steps>\n",
+         ":3: not well-formed XML: an element is not closed, or its end tag names another"},
         {"<program>\n<steps>\n  <step class=\"GCUINoSuch\"/>\n</steps>\n</program>\n", ":3: the module has no step class"},
         {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n<parameter name=\"Later\">1</parameter>\n</step>\n</steps>\n"
          "</program>\n",
@@ -209,20 +196,130 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
          ":5: the index is not a whole number"},
         {"<program>\n<operator>\n<confirm delay=\"soon\">yes</confirm>\n</operator>\n</program>\n", ":3:"},
         {"<plan/>\n", ":1: the root element is <program>"},
-        {"", ":1: not well-formed XML (empty document)"},
+        {"", ":1: not well-formed XML: the file holds no element"},
+        {"<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"a\" title=\"b\"/>\n</steps>\n</program>\n",
+         ":3: not well-formed XML: an attribute is not written name=\"value\""},
+        {std::string("\xFF\xFE<\0p\0", 6), ":1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8"},
     };
     for (const Case& c : cases) {
         TemporaryFile file(c.text);
         const Outcome run = stephost({"run", file.path()});
-        EXPECT_EQ(run.status, 1) << c.text << "\n" << run.output;
+        EXPECT_EQ(run.status, 2) << c.text << "\n" << run.output;
         EXPECT_NE(run.output.find(file.path() + c.message), std::string::npos) << c.text << "\n" << run.output;
+        EXPECT_EQ(run.output.find("XML_"), std::string::npos) << "in stephost's own words: " << run.output;
     }
-    EXPECT_EQ(stephost({"run", "/nonexistent/program.xml"}).status, 1);
-    EXPECT_EQ(stephost({}).status, 2);
-    EXPECT_EQ(stephost({"fly", "x"}).status, 2);
+    // A name or value of a megabyte is echoed by its first 60 characters.
+    const std::string longName(1 << 20, 'n');
+    for (const std::string& text :
+         {"<program>\n<steps>\n<step class=\"" + longName + "\"/>\n</steps>\n</program>\n",
+          "<program>\n<objects>\n<scrollable name=\"C\" pos0=\"" + longName + "\"/>\n</objects>\n</program>\n"}) {
+        TemporaryFile file(text);
+        const Outcome run = stephost({"run", file.path()});
+        EXPECT_EQ(run.status, 2) << run.output.substr(0, 300);
+        EXPECT_NE(run.output.find(file.path() + ":3: "), std::string::npos) << run.output.substr(0, 300);
+        EXPECT_NE(run.output.find(std::string(60, 'n') + "...\""), std::string::npos) << run.output.substr(0, 300);
+        EXPECT_LT(run.output.size(), 300u);
+    }
+}
+
+// A program's author and CI tell the outcomes apart by the exit code alone.
+TEST(StepHost, ExitCodesTellWhatWentWrong) {
+    TemporaryFile failing("<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing to refresh\"/>\n"
+                          "<step class=\"GCUIMessage\" title=\"still runs\"/>\n</steps>\n</program>\n");
+    const Outcome failed = stephost({"run", failing.path()});
+    EXPECT_EQ(failed.status, 1) << failed.output;
+    EXPECT_NE(failed.output.find("failed (0x80004005)"), std::string::npos) << failed.output;
+    EXPECT_NE(failed.output.find("finished 2 steps, 1 failed"), std::string::npos) << failed.output;
+
+    EXPECT_EQ(stephost({"run", "/nonexistent/program.xml"}).status, 2);
+    TemporaryFile utf16Settings(std::string("\xFF\xFE[\0W\0]\0", 8));
+    const Outcome settings = stephost({"--settings", utf16Settings.path(), "run", example("refresh.xml")});
+    EXPECT_EQ(settings.status, 2) << settings.output;
+    EXPECT_NE(settings.output.find(utf16Settings.path() + ":1: the file is UTF-16"), std::string::npos)
+        << settings.output;
+    EXPECT_EQ(stephost({"--settings", "/nonexistent/settings.ini", "classes"}).status, 2);
+
+    const Outcome noModule = stephost({"--module", "/nonexistent/Flukokzad.so", "classes"});
+    EXPECT_EQ(noModule.status, 3) << noModule.output;
+    EXPECT_NE(noModule.output.find("cannot load /nonexistent/Flukokzad.so"), std::string::npos) << noModule.output;
+
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{}, {"fly", "x"}, {"run"}, {"run", "a.xml", "b.xml"}, {"--fast", "classes"},
+                                               {"classes", "--module"}, {"--trace", "xml", "run", "a.xml"}}) {
+        const Outcome usage = stephost(words);
+        EXPECT_EQ(usage.status, 64) << usage.output;
+        EXPECT_NE(usage.output.find("usage: stephost"), std::string::npos) << usage.output;
+    }
     const Outcome help = stephost({"--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.output.find("check FILE"), std::string::npos);
+    for (const char* line : {"check FILE", "--trace human|json", "--module PATH", "exit codes:", "  0 ", "  1 ", "  2 ",
+                             "  3 ", "  64 ", "  70 "}) {
+        EXPECT_NE(help.output.find(line), std::string::npos) << line << "\n" << help.output;
+    }
+}
+
+// The module is found beside stephost's own file, links followed, whatever the
+// caller's folder; --module names another.
+TEST(StepHost, FindsItsModuleFromAnyFolder) {
+    TemporaryFolder folder;
+    std::filesystem::create_symlink(std::string(FLUKO_BINARY_DIR) + "/stephost", folder / "stephost");
+    const Outcome linked =
+        runProcess({folder / "stephost", "run", example("refresh.xml")}, folder.path());
+    EXPECT_EQ(linked.status, 0) << linked.output;
+    EXPECT_NE(linked.output.find("MainView       Refresh(9)"), std::string::npos) << linked.output;
+
+    const Outcome named = stephost({"--module", std::string(FLUKO_BINARY_DIR) + "/_binlinux/Flukokzad.so", "classes"},
+                                   folder.path());
+    EXPECT_EQ(named.status, 0) << named.output;
+    EXPECT_NE(named.output.find("GCUIVerb"), std::string::npos) << named.output;
+    EXPECT_EQ(stephost({"classes"}, "/").status, 0);
+}
+
+// Saving writes a new file and renames it into place: the old one stays whole
+// until then, and a program file is never the output.
+TEST(StepHost, SavingNeverLosesTheOldFile) {
+    TemporaryFolder folder;
+    const std::string broken = folder / "broken.xml";
+    std::ofstream(broken) << "<program>\n<steps>\n";
+    const Outcome refused = stephost({"save", broken, "--xml", broken});
+    EXPECT_EQ(refused.status, 2) << refused.output;
+    EXPECT_EQ(fileText(broken), "<program>\n<steps>\n");
+
+    const std::string program = folder / "program.xml";
+    std::filesystem::copy_file(example("refresh.xml"), program);
+    const Outcome itself = stephost({"save", program, "--folder", folder / "steps.folder", "--xml", program});
+    EXPECT_EQ(itself.status, 64) << itself.output;
+    EXPECT_NE(itself.output.find("is the program file"), std::string::npos) << itself.output;
+    EXPECT_EQ(fileText(program), fileText(example("refresh.xml")));
+    EXPECT_FALSE(std::filesystem::exists(folder / "steps.folder")) << "nothing is written when one output is refused";
+
+    // A second name for the old file keeps the old text: it was replaced, not rewritten.
+    const std::string saved = folder / "steps.xml";
+    std::ofstream(saved) << "previous";
+    std::filesystem::permissions(saved, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write |
+                                            std::filesystem::perms::group_read);
+    std::filesystem::create_hard_link(saved, folder / "previous.xml");
+    const Outcome save = stephost({"save", program, "--xml", saved});
+    ASSERT_EQ(save.status, 0) << save.output;
+    EXPECT_EQ(fileText(folder / "previous.xml"), "previous");
+    EXPECT_NE(fileText(saved).find("<GCUIRefresh>"), std::string::npos) << fileText(saved);
+    EXPECT_EQ(std::filesystem::status(saved).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write |
+                  std::filesystem::perms::group_read);
+    size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) files += entry.is_regular_file();
+    EXPECT_EQ(files, 4u) << "no temporary file is left";
+
+    // A device takes the text as it comes, and stays a device (a null device of
+    // the test's own, where it may make one, so that a fault harms no other).
+    const std::string device = folder / "null";
+    if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
+        EXPECT_EQ(stephost({"save", program, "--xml", device}).status, 0);
+        EXPECT_TRUE(std::filesystem::is_character_file(device));
+    }
+    const Outcome nowhere = stephost({"save", program, "--xml", "/nonexistent/steps.xml"});
+    EXPECT_EQ(nowhere.status, 2) << nowhere.output;
+    EXPECT_NE(nowhere.output.find("cannot write /nonexistent/steps.xml"), std::string::npos) << nowhere.output;
 }
 
 }  // namespace

@@ -1,0 +1,206 @@
+// stephost's machine trace, read back with a real JSON parser: every example's
+// trace, the order of a run's events, and texts no writer expects.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/JsonLines.h"
+#include "support/StepHost.h"
+
+namespace {
+
+using nlohmann::json;
+
+// Each line of the trace as JSON; a line that is not fails the test.
+std::vector<json> eventsOf(const std::string& trace) {
+    std::vector<json> events;
+    std::istringstream lines(trace);
+    for (std::string line; std::getline(lines, line);) {
+        try {
+            events.push_back(json::parse(line));
+        } catch (const json::exception& error) {
+            ADD_FAILURE() << error.what() << "\n" << line;
+        }
+    }
+    return events;
+}
+
+std::vector<json> jsonTrace(const std::string& program) {
+    const ProcessRun run = stephost({"run", "--trace", "json", program}, FLUKO_BINARY_DIR, false);
+    EXPECT_LE(run.status, 1) << run.output;
+    return eventsOf(run.output);
+}
+
+// The events as "event step detail" words, for comparing a run with its story.
+std::string outline(const std::vector<json>& events, const std::vector<std::string>& kept) {
+    std::string text;
+    for (const json& event : events) {
+        const std::string name = event.at("event");
+        if (std::find(kept.begin(), kept.end(), name) == kept.end()) continue;
+        text += name;
+        if (event.contains("step") && !event["step"].is_null()) text += " " + std::to_string(int(event["step"]));
+        for (const char* detail : {"class", "object", "call", "kind", "prompt", "reply", "result", "name"}) {
+            if (event.contains(detail) && event[detail].is_string()) text += " " + std::string(event[detail]);
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+TEST(StepHostTrace, EveryExampleGivesOneJsonObjectPerEvent) {
+    size_t examples = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(FLUKO_SOURCE_DIR) + "/examples")) {
+        if (entry.path().extension() != ".xml") continue;
+        ++examples;
+        const std::vector<json> events = jsonTrace(entry.path().string());
+        ASSERT_GE(events.size(), 2u) << entry.path();
+        EXPECT_EQ(events.front().at("event"), "program-start") << entry.path();
+        EXPECT_EQ(events.back().at("event"), "program-end") << entry.path();
+        size_t started = 0, ended = 0;
+        for (const json& event : events) {
+            ASSERT_TRUE(event.is_object()) << event;
+            started += event.at("event") == "step-start";
+            if (event.at("event") != "step-end") continue;
+            ++ended;
+            EXPECT_EQ(event.at("step"), started) << "a step ends before the next starts";
+            EXPECT_TRUE(event.at("ms").is_number()) << event;
+            EXPECT_EQ(std::string(event.at("result")).size(), 10u) << event;
+        }
+        EXPECT_EQ(started, events.front().at("steps")) << entry.path();
+        EXPECT_EQ(ended, started) << entry.path();
+    }
+    EXPECT_GE(examples, 16u);
+}
+
+// The demonstration's story as a machine reads it: each step's start, the
+// calls it made on the program's objects, the operator's question and answer
+// inside the step that waits for them, and each step's end with its code.
+TEST(StepHostTrace, TheDemonstrationsEventsComeInTheOrderTheyHappened) {
+    const std::vector<json> events = jsonTrace(example("demo.xml"));
+    ASSERT_FALSE(events.empty());
+    const json& start = events.front();
+    EXPECT_EQ(start.at("name"), "Measuring run on the pump test stand");
+    EXPECT_EQ(start.at("steps"), 15);
+    EXPECT_EQ(start.at("operator"), "script");
+    EXPECT_EQ(start.at("answers"), 2);
+    const std::string story = outline(events, {"step-start", "question", "answer", "step-end"});
+    EXPECT_NE(story.find("step-start 3 GCUIConfirm\n"
+                         "question 3 confirm Start the measuring run?\n"
+                         "answer 3 confirm yes\n"
+                         "step-end 3 0x00000000 S_OK\n"
+                         "step-start 4 GCUIInput\n"
+                         "question 4 keyboard 0\n"
+                         "answer 4 keyboard 4711\n"
+                         "step-end 4 0x00000000 S_OK\n"),
+              std::string::npos)
+        << story;
+    const std::string calls = outline(events, {"step-start", "call"});
+    for (const char* part : {"step-start 1 GCUIActivate\ncall 1 PanelWindow get_HostedObject\n"
+                             "call 1 MeasuringPanel Activate(1)\nstep-start 2",
+                             "call 8 Pump SetProperty(100, 1500)", "call 11 PumpMenu DoAction(7)",
+                             "step-start 13 GCUIRefresh\ncall 13 LivePlot Refresh(9)\nstep-start 14"}) {
+        EXPECT_NE(calls.find(part), std::string::npos) << part << "\n" << calls;
+    }
+    bool response = false, speed = false;
+    for (const json& event : events) {
+        if (event.at("event") != "parameter") continue;
+        response |= event.at("step") == 3 && event.at("name") == "Response" && event.at("value") == 6;
+        speed |= event.at("step") == 9 && event.at("name") == "Speed" && event.at("value") == 1500 &&
+                 event.at("kind") == "integer";
+    }
+    EXPECT_TRUE(response && speed) << outline(events, {"parameter"});
+    for (const json& event : events) {
+        if (event.at("event") == "step-end") {
+            EXPECT_EQ(event.at("succeeded"), true) << event;
+        }
+    }
+    EXPECT_EQ(events.back().at("failures"), 0);
+}
+
+TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
+    TemporaryFile program("<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n"
+                          "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Anyone?</parameter>"
+                          "<parameter name=\"TimeOut\">1</parameter></step>\n</steps>\n</program>\n");
+    const ProcessRun run = stephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
+    EXPECT_EQ(run.status, 1) << run.output;
+    const std::vector<json> events = eventsOf(run.output);
+    const std::string story = outline(events, {"step-end", "question", "answer"});
+    EXPECT_NE(story.find("step-end 1 0x80004005 E_FAIL\nquestion 2 confirm Anyone?\nanswer 2 confirm\n"),
+              std::string::npos)
+        << story;
+    for (const json& event : events) {
+        if (event.at("event") == "answer") {
+            EXPECT_TRUE(event.at("reply").is_null() && event.at("answered") == false) << event;
+        }
+    }
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.back().at("failures"), 1);
+    EXPECT_EQ(events.back().at("succeeded"), false);
+}
+
+// Quotes, backslashes, control characters, any script, and bytes that are not
+// UTF-8 at all, in a step's title and a message: the trace stays valid JSON and
+// brings back every well-formed character exactly.
+TEST(StepHostTrace, AnyTextAProgramHoldsStaysValidJson) {
+    const std::string title = "say \"hi\" \\ back\tslash&#10;line&#1;bell &#x7f; \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
+    const std::string decoded = "say \"hi\" \\ back\tslash\nline\x01" "bell \x7f \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
+    TemporaryFile program("<program name=\"bad \xFF\xC0\x80\xED\xA0\x80\xF4\x90\x80\x80 bytes\">\n<objects>"
+                          "<screen name=\"S\xE2\x82\"/></objects>\n<steps>\n<step class=\"GCUIMessage\" title='" + title +
+                          "'><parameter name=\"Message\">\xE2\x28\xA1 \"quoted\"</parameter></step>\n</steps>\n</program>\n");
+    const std::vector<json> events = jsonTrace(program.path());
+    ASSERT_GE(events.size(), 3u);
+    EXPECT_EQ(events[1].at("title"), decoded);
+    const std::string name = events[0].at("name");
+    EXPECT_EQ(name.compare(0, 4, "bad "), 0) << name;
+    EXPECT_NE(name.find("\xEF\xBF\xBD"), std::string::npos) << "bytes that are no UTF-8 become U+FFFD";
+    bool shown = false;
+    for (const json& event : events) {
+        shown |= event.at("event") == "call" && std::string(event.at("call")).find("\"quoted\"") != std::string::npos;
+    }
+    EXPECT_TRUE(shown) << outline(events, {"call"});
+}
+
+TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
+    struct Case {
+        std::string text;
+        std::string written;
+    };
+    const Case cases[] = {
+        {"plain", "\"plain\""},
+        {"\"\\/", "\"\\\"\\\\/\""},
+        {std::string("\0\x01\x1f\x7f\b\f\n\r\t", 9), "\"\\u0000\\u0001\\u001f\\u007f\\b\\f\\n\\r\\t\""},
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", "\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\""},
+        {"\xC0\x80", "\"\\ufffd\\ufffd\""},            // an overlong NUL
+        {"\xED\xA0\x80", "\"\\ufffd\\ufffd\\ufffd\""},  // a surrogate
+        {"\xF4\x90\x80\x80", "\"\\ufffd\\ufffd\\ufffd\\ufffd\""},  // beyond U+10FFFF
+        {"a\xE2\x82", "\"a\\ufffd\\ufffd\""},                     // cut short at the end
+        {"\x80z\xFF", "\"\\ufffdz\\ufffd\""},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(host::jsonString(c.text), c.written);
+        EXPECT_NO_THROW(json::parse(host::jsonString(c.text))) << c.written;
+    }
+    const std::string line = host::JsonObject()
+                                 .text("t", "x")
+                                 .integer("i", -9007199254740993LL)
+                                 .number("r", 0.1)
+                                 .number("n", std::nan(""))
+                                 .number("inf", std::numeric_limits<double>::infinity())
+                                 .boolean("b", false)
+                                 .null("z")
+                                 .line();
+    EXPECT_EQ(line, "{\"t\":\"x\",\"i\":-9007199254740993,\"r\":0.1,\"n\":null,\"inf\":null,\"b\":false,\"z\":null}");
+    const json parsed = json::parse(line);
+    EXPECT_EQ(parsed.at("i").get<int64_t>(), -9007199254740993LL);
+    EXPECT_EQ(parsed.at("r").get<double>(), 0.1);
+    EXPECT_EQ(json::parse(host::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
+}
+
+}  // namespace
