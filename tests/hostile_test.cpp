@@ -365,15 +365,24 @@ TEST_F(HostileHost, TheProgramOfEveryStepUnderEveryMode) {
         {
             host::Hostility hostile(mode.modes, mode.strikes);
             host::ProgramRunner runner(CreateFunction, nullptr, components.get());
-            if (runner.build(program, error)) {
+            const bool built = runner.build(program, error);
+            const bool friendly = mode.modes == Hostile::None;
+            EXPECT_TRUE(built || !friendly) << error;
+            if (built) {
                 host::Operator::current().script(program.operatorScript);
-                runner.run(interrupted);
+                const int result = runner.run(interrupted);
+                EXPECT_TRUE(result == 0 || !friendly) << result;
                 const std::string xml = runner.saveXml();
                 const std::string folder = runner.saveFolder();
                 host::ProgramRunner xmlCopy(CreateFunction, nullptr, components.get());
-                if (xmlCopy.build(program, error)) xmlCopy.loadXml(xml, error);
+                const bool xmlLoaded = xmlCopy.build(program, error) && xmlCopy.loadXml(xml, error);
+                EXPECT_TRUE(xmlLoaded || !friendly) << error;
                 host::ProgramRunner folderCopy(CreateFunction, nullptr, components.get());
-                if (folderCopy.build(program, error)) folderCopy.loadFolder(folder, error);
+                const bool folderLoaded = folderCopy.build(program, error) && folderCopy.loadFolder(folder, error);
+                EXPECT_TRUE(folderLoaded || !friendly) << error;
+                if (friendly && xmlLoaded) {
+                    EXPECT_EQ(xmlCopy.saveXml(), xml);
+                }
             }
         }
         waitForTheOperator();
