@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -261,16 +263,28 @@ protected:
     void settle() {
         int32_t last = -1;
         for (int i = 0, stable = 0; i < 3000 && stable < 60; ++i) {
-            SmartPtr<IUIUtils> utils;
-            components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
-            if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
-            utils = nullptr;
+            forgetPopups();
             const int32_t now = host::Ledger::live();
             stable = now == last ? stable + 1 : 0;
             last = now;
             std::this_thread::sleep_for(1ms);
         }
         waitForTheOperator();
+    }
+    void forgetPopups() {
+        SmartPtr<IUIUtils> utils;
+        components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
+        if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
+    }
+    // After a restart, whether the host's objects come back to `live`
+    // (slowly under a memory checker, where a let-go step's run takes long).
+    bool settlesAt(int32_t live) {
+        for (int i = 0; i < 10000 && host::Ledger::live() != live; ++i) {
+            forgetPopups();
+            std::this_thread::sleep_for(1ms);
+        }
+        waitForTheOperator();
+        return host::Ledger::live() == live;
     }
 
     void TearDown() override {
@@ -325,7 +339,7 @@ TEST_F(HostileHost, EveryOperationOfEveryStepUnderEveryMode) {
             everyOperation(className, mode);
             settle();
             restartModule();
-            EXPECT_EQ(host::Ledger::live(), live) << host::Ledger::report();
+            EXPECT_TRUE(settlesAt(live)) << host::Ledger::report();
         }
     }
 }
@@ -338,7 +352,10 @@ TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
             restartModule();
             const int64_t lookups = everyOperation(className, Mode{"counting", kind, {INT_MAX, 0}});
             EXPECT_GT(lookups, 0);
-            for (int32_t at = 0; at < lookups; ++at) {
+            // Under the memory checker (FLUKO_STRESS_DIVISOR) every n-th lookup only.
+            const char* divisor = std::getenv("FLUKO_STRESS_DIVISOR");
+            const int32_t stride = divisor ? std::max(1, std::atoi(divisor)) : 1;
+            for (int32_t at = 0; at < lookups; at += stride) {
                 SCOPED_TRACE(host::narrow(className) + " lookup " + std::to_string(at));
                 restartModule();
                 everyOperation(className, Mode{"one", kind, {at, 0}});
@@ -387,5 +404,87 @@ TEST_F(HostileHost, TheProgramOfEveryStepUnderEveryMode) {
         }
         waitForTheOperator();
         restartModule();
+    }
+}
+
+namespace {
+
+// Counts the answers a window raises.
+class Listener final : public host::Object<Listener, _IConfirmationEvent> {
+public:
+    static constexpr char kLedgerName[] = "Listener";
+    using Answered = host::Answers<_IConfirmationEvent>;
+    HRESULT ConfirmationDone(IUnknown*, int32_t) override {
+        ++answers;
+        return S_OK;
+    }
+    std::atomic<int> answers{0};
+};
+
+}  // namespace
+
+// The hostile host itself: each mode does what it says, only while it holds.
+TEST_F(HostileHost, EachModeDoesWhatItSaysWhileItHolds) {
+    SmartPtr<IUnknown> found;
+    {
+        host::Hostility hostile(Hostile::FailFactories);
+        EXPECT_EQ(components->GetComponent(7, L"Variant", &iidOf<IVariant>(), found.put_void()), E_FAIL);
+        EXPECT_FALSE(found);
+    }
+    {
+        // A lookup of a class is two calls (the lookup, the class's
+        // factory): the third call is the second lookup.
+        host::Hostility hostile(Hostile::NullOut, {2, 0});
+        EXPECT_EQ(components->GetComponent(7, L"Variant", &iidOf<IVariant>(), found.put_void()), S_OK);
+        EXPECT_TRUE(found);
+        EXPECT_EQ(components->GetComponent(7, L"Variant", &iidOf<IVariant>(), found.put_void()), S_OK);
+        EXPECT_FALSE(found);
+        EXPECT_EQ(host::Hostility::calls(), 3);
+    }
+    EXPECT_EQ(components->GetComponent(7, L"Variant", &iidOf<IVariant>(), found.put_void()), S_OK);
+    EXPECT_TRUE(found);
+
+    SmartPtr<IString> text = host::makeString(L"abc");
+    {
+        host::Hostility hostile(Hostile::NegativeCounts);
+        const wchar_t* characters = nullptr;
+        int32_t length = 0;
+        text->get_Text(&characters, &length);
+        EXPECT_LT(length, 0);
+    }
+    {
+        host::Hostility hostile(Hostile::HugeCounts);
+        const wchar_t* characters = L"x";
+        int32_t length = 0;
+        text->get_Text(&characters, &length);
+        EXPECT_EQ(characters, nullptr);
+        EXPECT_EQ(length, INT_MAX);
+    }
+
+    SmartPtr<host::SuperCollection> collection = host::make<host::SuperCollection>();
+    collection->Add(nullptr, text.get(), nullptr, 0);
+    {
+        host::Hostility hostile(Hostile::ShortCollections);
+        int32_t count = 0;
+        collection->get_Count(&count);
+        EXPECT_EQ(count, 3);
+        SmartPtr<IUnknown> item;
+        EXPECT_EQ(collection->get_Item(1, item.put()), E_FAIL);
+        EXPECT_EQ(collection->get_Item(2, item.put()), S_OK);
+        EXPECT_FALSE(item);
+    }
+
+    for (Hostile events : {Hostile::TwiceEvents, Hostile::LateEvents}) {
+        SmartPtr<Listener> listener = host::make<Listener>();
+        SmartPtr<host::ConfirmationWindow> window = host::make<host::ConfirmationWindow>();
+        window->setAskOperator(false);
+        window->Advise(static_cast<_IConfirmationEvent*>(listener.get()), 1);
+        window->Show();
+        {
+            host::Hostility hostile(events);
+            EXPECT_TRUE(window->press(6));
+        }
+        host::OperatorThreads::wait();
+        EXPECT_EQ(listener->answers.load(), 2);
     }
 }
