@@ -90,9 +90,7 @@ HRESULT StepWorker::stop() {
         if (!record) return S_OK;
         if (record->finished) {
             m_Record.reset();
-        } else if (record->stop.IsSet()) {
-            return S_OK;  // already being stopped
-        } else {
+        } else if (!record->stop.IsSet()) {
             m_Running = 0;
             m_ExecutionTime = m_Timer.ElapsedMilliseconds();
             record->stop.Set();
@@ -100,7 +98,11 @@ HRESULT StepWorker::stop() {
     }
     wake();
     reclaim(record);
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    // Another caller (a window's event stopping the step while the host
+    // does) may be the one joining: this one, too, returns only when the
+    // worker has ended, unless it is the worker itself.
+    std::unique_lock<std::mutex> lock(m_StateMutex);
+    if (!pthread_equal(record->handle, pthread_self())) m_Ended.wait(lock, [&] { return record->finished; });
     if (m_Record == record && record->finished) m_Record.reset();
     return S_OK;
 }
@@ -167,6 +169,7 @@ void* StepWorker::workerThread(void* argument) {
         self->m_Running = 0;
         self->m_Result = result;
         self->m_ExecutionTime = self->m_Timer.ElapsedMilliseconds();
+        self->m_Ended.notify_all();
     }
     step->Unlock();
     record.reset();

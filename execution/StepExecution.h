@@ -152,6 +152,7 @@ private:
     void reclaim(const Record& record);
 
     std::mutex m_StateMutex;  // the record pointer, its flags, the result and the time
+    std::condition_variable m_Ended;  // a record has finished
     Record m_Record;
     std::atomic<int16_t> m_Running{0};
     HRESULT m_Result = S_OK;

@@ -5,6 +5,7 @@
 
 #include "host/Collections.h"
 #include "host/Components.h"
+#include "host/Hostility.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
 #include "host/MessageWindows.h"
@@ -53,6 +54,8 @@ void ClassRegistry::add(const std::wstring& className, Factory factory) {
 }
 
 SmartPtr<IUnknown> ClassRegistry::create(const std::wstring& className) {
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile)) return nullptr;
     Factory factory;
     {
         ClassTable& table = classTable();

@@ -1,5 +1,6 @@
 #include "host/Collections.h"
 
+#include "host/Hostility.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -7,7 +8,7 @@ namespace host {
 HRESULT SuperCollection::get_Count(int32_t* count) {
     if (!count) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_Mutex);
-    *count = static_cast<int32_t>(m_Entries.size());
+    *count = Hostility::count(static_cast<int32_t>(m_Entries.size()));
     return S_OK;
 }
 
@@ -17,6 +18,8 @@ HRESULT SuperCollection::get_Item(int32_t index, IUnknown** out) {
     SmartPtr<IUnknown> item;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
+        HRESULT hostile = S_OK;
+        if (Hostility::missing(index, static_cast<int32_t>(m_Entries.size()), hostile)) return hostile;
         if (index < 0 || static_cast<size_t>(index) >= m_Entries.size()) return E_INVALIDARG;
         item = m_Entries[static_cast<size_t>(index)].item;
     }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "host/ClassFactory.h"
+#include "host/Hostility.h"
 #include "host/MessageWindows.h"
 #include "host/Properties.h"
 #include "host/OperatorServices.h"
@@ -46,6 +47,8 @@ HRESULT ComponentString::CreateInstance(const IID* iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!iid) return E_POINTER;
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile, out)) return hostile;
     std::wstring className;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
@@ -85,6 +88,8 @@ HRESULT ComponentCollection::get_Item(int32_t index, IUnknown** out) {
         if (index < 0 || static_cast<size_t>(index) >= m_Entries.size()) return E_INVALIDARG;
         entry = m_Entries[static_cast<size_t>(index)];
     }
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile, reinterpret_cast<void**>(out))) return hostile;
     if (entry.object) {
         *out = entry.object.detach();
     } else {
@@ -98,6 +103,8 @@ HRESULT ComponentCollection::get_Index(IString* name, int32_t* index) {
     *index = -1;
     const std::wstring wanted = textOf(name);
     record("get_Index(" + narrow(wanted) + ")");
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile)) return hostile < 0 ? hostile : S_OK;  // success with the index still -1
     std::lock_guard<std::mutex> lock(m_Mutex);
     for (size_t i = 0; i < m_Entries.size(); ++i) {
         if (m_Entries[i].name == wanted) {
@@ -115,6 +122,8 @@ HRESULT ComponentCollection::GetComponent(int32_t nameLength, const wchar_t* nam
     if (nameLength > 0 && !name) return E_POINTER;
     const std::wstring wanted = nameLength > 0 ? std::wstring(name, static_cast<size_t>(nameLength)) : std::wstring();
     record("GetComponent(" + narrow(wanted) + ")");
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile, out)) return hostile;
     Entry entry;
     if (!find(wanted, entry)) return E_FAIL;
     if (entry.object) {

@@ -1,5 +1,7 @@
 #include "host/Inputs.h"
 
+#include "host/Hostility.h"
+
 #include <cwchar>
 
 #include "host/Variants.h"
@@ -114,7 +116,7 @@ IID InputParameter::iid() {
 HRESULT InputParameters::get_Count(int32_t* count) {
     if (!count) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_Mutex);
-    *count = static_cast<int32_t>(m_Inputs.size());
+    *count = Hostility::count(static_cast<int32_t>(m_Inputs.size()));
     return S_OK;
 }
 
@@ -122,6 +124,8 @@ HRESULT InputParameters::get_Item(int32_t index, IUnknown** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     std::lock_guard<std::mutex> lock(m_Mutex);
+    HRESULT hostile = S_OK;
+    if (Hostility::missing(index, static_cast<int32_t>(m_Inputs.size()), hostile)) return hostile;
     if (index < 0 || static_cast<size_t>(index) >= m_Inputs.size()) return E_INVALIDARG;
     *out = static_cast<IInputParameter*>(SmartPtr<InputParameter>(m_Inputs[static_cast<size_t>(index)]).detach());
     return S_OK;

@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <thread>
 
+#include "host/Hostility.h"
 #include "host/Operator.h"
 #include "host/Variants.h"
 
@@ -117,6 +118,8 @@ bool ConfirmationWindow::press(int32_t response) {
     record("answered " + std::to_string(response));
     SmartPtr<_IConfirmationEvent> events = queryInterface<_IConfirmationEvent>(sink.get());
     if (events) events->ConfirmationDone(static_cast<IConfirmationWindow*>(this), response);
+    SmartPtr<ConfirmationWindow> self(this);
+    if (events) Hostility::replay([self, events, response] { events->ConfirmationDone(static_cast<IConfirmationWindow*>(self.get()), response); });
     return true;
 }
 
@@ -227,6 +230,8 @@ bool Keyboard::apply(const std::wstring& text) {
     record("apply \"" + narrow(text) + "\"");
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
     if (events) events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(this));
+    SmartPtr<Keyboard> self(this);
+    if (events) Hostility::replay([self, events, text] { events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(self.get())); });
     return close();
 }
 
@@ -239,6 +244,8 @@ bool Keyboard::close() {
     record("close");
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
     if (events) events->KeyboardClose(static_cast<IUIKeyboard*>(this));
+    SmartPtr<Keyboard> self(this);
+    if (events) Hostility::replay([self, events] { events->KeyboardClose(static_cast<IUIKeyboard*>(self.get())); });
     return true;
 }
 
@@ -297,6 +304,8 @@ bool FileChooser::apply(const std::wstring& name) {
     record("apply \"" + narrow(name) + "\"");
     SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
     if (events) events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(this));
+    SmartPtr<FileChooser> self(this);
+    if (events) Hostility::replay([self, events, name] { events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(self.get())); });
     return true;
 }
 
@@ -309,6 +318,8 @@ bool FileChooser::close() {
     record("close");
     SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
     if (events) events->FileArchiveClose(static_cast<IUIFileArchive*>(this));
+    SmartPtr<FileChooser> self(this);
+    if (events) Hostility::replay([self, events] { events->FileArchiveClose(static_cast<IUIFileArchive*>(self.get())); });
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "host/Hostility.h"
 #include "host/Operator.h"
 #include "host/UserInterface.h"
 #include "host/Windows.h"
@@ -145,13 +146,18 @@ void PropertyFrame::raise(const std::wstring& words) {
             if (word != L"apply") m_Sink = nullptr;  // the editor is gone after a cancel or a close
         }
         if (!sink) return;
-        if (word == L"apply") {
-            sink->EditApply(static_cast<IUIPropertyPageCollection*>(this));
-        } else if (word == L"cancel") {
-            sink->EditCancel(static_cast<IUIPropertyPageCollection*>(this));
-        } else {
-            sink->EditClosed(static_cast<IUIPropertyPageCollection*>(this));
-        }
+        const SmartPtr<PropertyFrame> self(this);
+        const auto event = [self, sink, word] {
+            if (word == L"apply") {
+                sink->EditApply(static_cast<IUIPropertyPageCollection*>(self.get()));
+            } else if (word == L"cancel") {
+                sink->EditCancel(static_cast<IUIPropertyPageCollection*>(self.get()));
+            } else {
+                sink->EditClosed(static_cast<IUIPropertyPageCollection*>(self.get()));
+            }
+        };
+        event();
+        Hostility::replay(event);
     }
 }
 

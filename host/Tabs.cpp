@@ -1,5 +1,7 @@
 #include "host/Tabs.h"
 
+#include "host/Hostility.h"
+
 #include "host/Variants.h"
 
 namespace host {
@@ -12,7 +14,7 @@ HRESULT Tab::Refresh(int32_t mode) {
 HRESULT TabCollection::get_Count(int32_t* count) {
     if (!count) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_Mutex);
-    *count = static_cast<int32_t>(m_Tabs.size());
+    *count = Hostility::count(static_cast<int32_t>(m_Tabs.size()));
     return S_OK;
 }
 
@@ -21,6 +23,8 @@ HRESULT TabCollection::get_Item(int32_t index, IUnknown** out) {
     std::string named;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
+        HRESULT hostile = S_OK;
+        if (Hostility::missing(index, static_cast<int32_t>(m_Tabs.size()), hostile)) return *out = nullptr, hostile;
         *out = inRange(index) ? SmartPtr<IUnknown>(m_Tabs[index].tab).detach() : nullptr;
         if (Recorder::enabled()) named = nameAt(index);
     }

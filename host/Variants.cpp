@@ -1,5 +1,7 @@
 #include "host/Variants.h"
 
+#include "host/Hostility.h"
+
 #include <cmath>
 #include <cstring>
 #include <cwchar>
@@ -16,6 +18,7 @@ HRESULT String::get_Text(const wchar_t** text, int32_t* length) {
     if (!text || !length) return E_POINTER;
     *text = m_Text.get();
     *length = m_Length;
+    Hostility::counted(text, length);
     return S_OK;
 }
 

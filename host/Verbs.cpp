@@ -1,5 +1,7 @@
 #include "host/Verbs.h"
 
+#include "host/Hostility.h"
+
 #include <algorithm>
 
 #include "host/ClassFactory.h"
@@ -42,7 +44,7 @@ HRESULT Verb::get_Property(int32_t id, int32_t* value) {
 HRESULT VerbCollection::get_Count(int32_t* count) {
     if (!count) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_Mutex);
-    *count = static_cast<int32_t>(m_Verbs.size());
+    *count = Hostility::count(static_cast<int32_t>(m_Verbs.size()));
     return S_OK;
 }
 
@@ -50,6 +52,8 @@ HRESULT VerbCollection::get_Item(int32_t index, IUnknown** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     std::lock_guard<std::mutex> lock(m_Mutex);
+    HRESULT hostile = S_OK;
+    if (Hostility::missing(index, static_cast<int32_t>(m_Verbs.size()), hostile)) return hostile;
     if (index < 0 || static_cast<size_t>(index) >= m_Verbs.size()) return E_INVALIDARG;
     *out = make<Verb>(m_Verbs[static_cast<size_t>(index)]).detach();
     return S_OK;

@@ -35,15 +35,17 @@ public:
     HRESULT get_Index(IUnknown* key, int32_t* index) override { return m_Parameters.get_Index(key, index); }
     HRESULT get_ItemName(int32_t index, IString** out) override { return m_Parameters.get_ItemName(index, out); }
     HRESULT Rename(int32_t index, IString* name) override { return m_Parameters.Rename(index, name); }
-    // The step's own Lock and Unlock, then the flag.
+    // The step's own Lock, then the flag; the flag is cleared while the lock
+    // is still held, so that a late clear cannot overwrite the flag of the
+    // next holder (the Property read step's lock is a real mutex).
     HRESULT CollectionLock() override {
         static_cast<T*>(this)->Lock();
         m_Parameters.setLocked(true);
         return S_OK;
     }
     HRESULT CollectionUnlock() override {
-        static_cast<T*>(this)->Unlock();
         m_Parameters.setLocked(false);
+        static_cast<T*>(this)->Unlock();
         return S_OK;
     }
     HRESULT IsCollectionLocked() override { return m_Parameters.IsCollectionLocked(); }
