@@ -57,6 +57,16 @@ bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::
     return tellReplied(kind, reply, true);
 }
 
+void Operator::setDismissUnanswered(bool dismiss) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_DismissUnanswered = dismiss;
+}
+
+bool Operator::dismissesUnanswered() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_DismissUnanswered;
+}
+
 size_t Operator::pending() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Script.size();

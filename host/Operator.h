@@ -45,6 +45,16 @@ public:
 
     size_t pending() const;
 
+    // When set, a window whose question finds no answer (no scripted answer
+    // of its kind left, or the terminal closed) is closed as an operator who
+    // walks away would: the keyboard and the file chooser without a value,
+    // the editor cancelled. Without it such a window stays open, and a step
+    // that waits for it without a time-out waits until it is stopped; a
+    // reference host run in CI must end. The confirmation window keeps
+    // waiting: its step has a time-out of its own.
+    void setDismissUnanswered(bool dismiss);
+    bool dismissesUnanswered() const;
+
     // The listener told of questions and answers from now on; null for none.
     // Once this returns, the previous listener is told nothing more.
     void listen(OperatorListener* listener);
@@ -61,6 +71,7 @@ private:
     std::deque<OperatorAction> m_Script;
     std::FILE* m_In = nullptr;
     std::FILE* m_Out = nullptr;
+    bool m_DismissUnanswered = false;
 };
 
 }  // namespace host

@@ -203,7 +203,10 @@ void Keyboard::shown() {
     SmartPtr<Keyboard> self(this);
     OperatorThreads::run([self, prompt] {
         std::wstring reply;
-        if (!Operator::current().answer("keyboard", prompt, reply)) return;
+        if (!Operator::current().answer("keyboard", prompt, reply)) {
+            if (Operator::current().dismissesUnanswered()) self->close();
+            return;
+        }
         {
             std::lock_guard<std::mutex> lock(self->m_Mutex);
             if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
@@ -287,7 +290,10 @@ HRESULT FileChooser::Advise(IUnknown* sink, int32_t kind) {
     SmartPtr<FileChooser> self(this);
     OperatorThreads::run([self] {
         std::wstring reply;
-        if (!Operator::current().answer("file", L"", reply)) return;
+        if (!Operator::current().answer("file", L"", reply)) {
+            if (Operator::current().dismissesUnanswered()) self->close();
+            return;
+        }
         if (!reply.empty()) self->apply(reply);
         self->close();
     });

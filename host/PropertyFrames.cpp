@@ -122,7 +122,11 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
         std::wstring words;
         // The answer is the operator's whole session with the editor, which
         // ends with the window closed when no cancel or close ended it.
-        if (Operator::current().answer("editor", L"Edit the properties", words)) self->raise(words + L" close");
+        if (Operator::current().answer("editor", L"Edit the properties", words)) {
+            self->raise(words + L" close");
+        } else if (Operator::current().dismissesUnanswered()) {
+            self->raise(L"cancel close");
+        }
         self = nullptr;
         OperatorThreads& ended = operatorThreads();
         std::lock_guard<std::mutex> lock(ended.mutex);

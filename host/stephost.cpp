@@ -261,6 +261,8 @@ int runProgram(const Module& module, const Options& options, const host::Program
     // The stand-in's windows ask this operator when a step puts a question on screen.
     host::Operator& person = host::Operator::current();
     person.script(program.operatorScript);
+    // A question nobody answers closes its window, so that a run ends.
+    person.setDismissUnanswered(true);
     // Prompts stay off a JSON trace.
     if (options.interactive) person.setTerminal(stdin, json ? stderr : stdout);
     person.listen(trace.get());
@@ -271,6 +273,7 @@ int runProgram(const Module& module, const Options& options, const host::Program
     std::signal(SIGINT, SIG_DFL);
     person.listen(nullptr);
     person.setTerminal(nullptr, nullptr);
+    person.setDismissUnanswered(false);
     trace->programEnds(failures);
     return failures == 0 ? kSucceeded : kStepFailed;
 }

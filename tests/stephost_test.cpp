@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -323,3 +324,25 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
 }
 
 }  // namespace
+
+// An operator who answers nothing must not hold a CI run for ever: the
+// keyboard and the file chooser close without a value, the editor is
+// cancelled, and the steps that wait for them end.
+TEST(StepHost, QuestionsNobodyAnswersCloseTheirWindows) {
+    TemporaryFile silent(
+        "<program name=\"nobody at the panel\">\n<objects><object name=\"Pump\"/><frame name=\"Editor\"/></objects>\n"
+        "<steps>\n"
+        "<step class=\"GCUIInput\" title=\"wait for a batch name\">\n"
+        "  <parameter name=\"Caption\">Batch</parameter><parameter name=\"Wait\">1</parameter>\n</step>\n"
+        "<step class=\"GCUIInput\" title=\"wait for a file\">\n"
+        "  <parameter name=\"Type\">6</parameter><parameter name=\"Wait\">1</parameter>\n</step>\n"
+        "<step class=\"GCUIEdit\" title=\"wait for the editor\">\n  <input name=\"Edit1\" object=\"Pump\"/>\n"
+        "  <parameter name=\"Wait\">1</parameter>\n</step>\n"
+        "</steps>\n</program>\n");
+    const auto started = std::chrono::steady_clock::now();
+    const Outcome run = stephost({"run", silent.path()});
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(20));
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("finished 3 steps"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("wrote ReturnCode = -1"), std::string::npos) << run.output;  // cancelled
+}
