@@ -25,6 +25,7 @@ test-tsan: build-tsan
 
 test: $(addprefix test-,$(PRESETS))
 	./cmake/check-binaries.sh
+	$(MAKE) fuzz FUZZ_SECONDS=20
 
 check-binaries:
 	./cmake/check-binaries.sh
@@ -42,3 +43,20 @@ bench-instructions: build-native
 
 clean:
 	rm -rf build
+
+# libFuzzer targets (fuzz/, clang): each runs FUZZ_SECONDS from its seeds in
+# fuzz/corpus/<target> into a work corpus under build/fuzz/corpus/.
+FUZZ_SECONDS ?= 600
+FUZZ_TARGETS ?= text persist filenames propwrite program
+
+.PHONY: build-fuzz fuzz fuzz-merge
+build-fuzz: deps
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz -j $(JOBS)
+
+fuzz: build-fuzz
+	./fuzz/run.sh $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# Takes the work corpus's new coverage into fuzz/corpus (size-limited).
+fuzz-merge: build-fuzz
+	./fuzz/merge.sh $(FUZZ_TARGETS)

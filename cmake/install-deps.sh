@@ -22,6 +22,8 @@ want_pkg g++-arm-linux-gnueabihf
 want_pkg binutils-arm-linux-gnueabihf
 want_pkg qemu-user             # runs the armhf tests
 want_pkg libtinyxml2-dev       # the stand-in host's XML streams and program files
+want_pkg clang                 # the fuzz targets (make fuzz)
+want_pkg libclang-rt-14-dev    # libFuzzer's runtime for clang 14 (Debian 12)
 
 # The armhf build links the same XML library, from Debian's armhf packages.
 if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -47,5 +49,8 @@ for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf;
 done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
 [ -f /usr/lib/arm-linux-gnueabihf/libtinyxml2.so ] || { echo "missing: armhf libtinyxml2" >&2; exit 1; }
+have_cmd clang++ || { echo "missing after install: clang++" >&2; exit 1; }
+[ -f "$(clang++ -print-resource-dir)/lib/linux/libclang_rt.fuzzer-$(uname -m).a" ] ||
+    { echo "missing: libFuzzer's runtime for clang" >&2; exit 1; }
 [ -f /usr/src/googletest/CMakeLists.txt ] || { echo "missing: /usr/src/googletest" >&2; exit 1; }
 echo "dependencies present"
