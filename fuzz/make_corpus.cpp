@@ -237,11 +237,12 @@ void propWriteSeeds() {
         e.byte(3).byte(7).byte(0).int32(0).text(L"").byte(0x12).byte(1);
         e.byte(5);                                                      // names
         e.byte(0).byte(0).text(L"Exposure");
-        e.byte(0).byte(1).text(L"Mode");
+        e.byte(0).byte(4).text(L"Gain");
         e.byte(0).byte(0x11).text(L"1A").text(L"Hex");
         e.byte(0).byte(2).int32(-5).text(L"x").text(L"Negative");
         e.byte(0).byte(3).text(L"99999999999999999999").text(L"Huge");
-        e.byte(variant & 1).byte(0).byte(0).int32(3);
+        e.byte(variant & 1);
+        if (variant & 1) e.byte(0).byte(0).int32(3);                    // an item that is a number
         e.byte(1).text(L"Own").int32(4);
         e.byte(5);                                                      // step parameters
         e.byte(0).text(L"EXPOSURE").byte(0).int32(35);
