@@ -57,6 +57,6 @@ build-fuzz: deps
 fuzz: build-fuzz
 	./fuzz/run.sh $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
-# Takes the work corpus's new coverage into fuzz/corpus (size-limited).
+# Takes the work corpus's new coverage into fuzz/corpus (MAX_LEN, BUDGET_KB).
 fuzz-merge: build-fuzz
 	./fuzz/merge.sh $(FUZZ_TARGETS)
