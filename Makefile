@@ -25,6 +25,7 @@ test-tsan: build-tsan
 
 test: $(addprefix test-,$(PRESETS))
 	./cmake/check-binaries.sh
+	$(MAKE) fuzz FUZZ_SECONDS=20
 
 check-binaries:
 	./cmake/check-binaries.sh
@@ -61,3 +62,20 @@ clean:
 valgrind: build-native
 	cd build/native && FLUKO_STRESS_DIVISOR=20 valgrind --error-exitcode=1 --errors-for-leak-kinds=definite \
 	    --leak-check=full --suppressions=../../cmake/valgrind.supp ./tests/flukokzad_tests
+
+# libFuzzer targets (fuzz/, clang): each runs FUZZ_SECONDS from its seeds in
+# fuzz/corpus/<target> into a work corpus under build/fuzz/corpus/.
+FUZZ_SECONDS ?= 600
+FUZZ_TARGETS ?= text persist filenames propwrite program
+
+.PHONY: build-fuzz fuzz fuzz-merge
+build-fuzz: deps
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz -j $(JOBS)
+
+fuzz: build-fuzz
+	./fuzz/run.sh $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# Takes the work corpus's new coverage into fuzz/corpus (MAX_LEN, BUDGET_KB).
+fuzz-merge: build-fuzz
+	./fuzz/merge.sh $(FUZZ_TARGETS)

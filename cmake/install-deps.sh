@@ -25,6 +25,8 @@ want_pkg libtinyxml2-dev       # the stand-in host's XML streams and program fil
 want_pkg dpkg-dev              # dpkg-shlibdeps: the Debian packages' dependencies (make package)
 want_pkg lintian               # checks the Debian packages
 want_pkg nlohmann-json3-dev    # the tests read stephost's JSON trace back (header only)
+want_pkg clang                 # the fuzz targets (make fuzz)
+want_pkg libclang-rt-14-dev    # libFuzzer's runtime for clang 14 (Debian 12)
 
 # The armhf build links the same XML library, from Debian's armhf packages.
 if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -51,5 +53,8 @@ done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
 [ -f /usr/lib/arm-linux-gnueabihf/libtinyxml2.so ] || { echo "missing: armhf libtinyxml2" >&2; exit 1; }
 [ -f /usr/include/nlohmann/json.hpp ] || { echo "missing: nlohmann/json.hpp" >&2; exit 1; }
+have_cmd clang++ || { echo "missing after install: clang++" >&2; exit 1; }
+[ -f "$(clang++ -print-resource-dir)/lib/linux/libclang_rt.fuzzer-$(uname -m).a" ] ||
+    { echo "missing: libFuzzer's runtime for clang" >&2; exit 1; }
 [ -f /usr/src/googletest/CMakeLists.txt ] || { echo "missing: /usr/src/googletest" >&2; exit 1; }
 echo "dependencies present"
