@@ -182,14 +182,24 @@ HRESULT Keyboard::Advise(IUnknown* sink, int32_t kind) {
     if (!sink) return E_POINTER;
     std::wstring reply;
     bool answered = false;
+    bool closed = false;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Sink = SmartPtr<IUnknown>(sink);
         answered = m_Answered;
         reply = m_Reply;
         m_Answered = false;
+        closed = m_ClosedUnheard;
+        m_ClosedUnheard = false;
     }
     if (answered) apply(reply);
+    // A keyboard the operator closed before anybody listened tells its
+    // listener so, as it keeps an answer given before: a step waiting for
+    // the close would otherwise wait for ever.
+    if (closed) {
+        SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink);
+        if (events) events->KeyboardClose(static_cast<IUIKeyboard*>(this));
+    }
     return S_OK;
 }
 
@@ -243,6 +253,7 @@ bool Keyboard::close() {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (!m_Open) return false;
         m_Open = false;
+        m_ClosedUnheard = !m_Sink;
     }
     record("close");
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());

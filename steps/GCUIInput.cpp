@@ -149,7 +149,9 @@ public:
         // thread still ends the wait and keeps the answer.
         m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
         writeInteger(kReturnCode, 0);
-        AdviseEvents(keyboard.get(), 1);
+        // A keyboard the step cannot listen to never tells it of a close:
+        // waiting for one would keep the step running for ever.
+        if (!keyboard || AdviseEvents(keyboard.get(), 1) < 0) m_InputDone = 1;
         return S_OK;
     }
 
@@ -215,7 +217,7 @@ private:
             window->get_HostedObject(hosted.put());
             SmartPtr<IUIFileArchive> chooser = queryInterface<IUIFileArchive>(hosted.get());
             m_InputDone = readInteger(kWait) == 0 ? 1 : 0;  // before the chooser can close
-            AdviseEvents(chooser.get(), 2);
+            if (!chooser || AdviseEvents(chooser.get(), 2) < 0) m_InputDone = 1;  // no close will come
             window->Show(1, 2);
             return 1;
         }

@@ -128,6 +128,15 @@ TEST_F(InputStepTest, EachKeyboardTypeSetsItsModeStartAndAnswer) {
     }
 }
 
+// Without a keyboard, or a file chooser that cannot be listened to, no close
+// can ever come: the step must not wait for one.
+TEST_F(InputStepTest, NothingToWaitForEndsTheWait) {
+    components->remove(L"UIKeyboard");
+    DrivenStep noKeyboard = inputStep(0, L"a", 1);
+    runWorker(noKeyboard.step.get());
+    EXPECT_FALSE(noKeyboard.step->IsRunning());
+}
+
 TEST_F(InputStepTest, WaitKeepsTheStepRunningUntilTheWindowCloses) {
     DrivenStep noWait = inputStep(0, L"a", 0);
     runToEnd(noWait.step.get());
