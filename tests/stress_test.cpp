@@ -284,7 +284,12 @@ TEST_F(Stress, TenThousandRunsLeaveNeitherMemoryNorThreadsBehind) {
     // AddressSanitizer keeps freed memory in quarantine: the resident size says nothing here.
     (void)grownKb;
 #else
-    EXPECT_LT(grownKb, 4096) << "resident memory grew by " << grownKb << " KiB over " << total - warmUp << " runs";
+    // qemu-arm keeps about 170 KiB of its own for every thread that has
+    // ever run (an empty program that starts and joins 225 threads grows by
+    // 38 MiB under it, by 0.2 MiB natively): emulated, the size says nothing.
+    if (sizeof(FLUKO_EMULATOR) == 1) {
+        EXPECT_LT(grownKb, 4096) << "resident memory grew by " << grownKb << " KiB over " << total - warmUp << " runs";
+    }
 #endif
     EXPECT_LE(threadCount(), threadsAfterWarmUp);
     host::Recorder::setEnabled(true);
