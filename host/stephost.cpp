@@ -22,6 +22,7 @@
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
 #include "host/ProgramReader.h"
+#include "host/PropertyFrames.h"
 #include "host/ProgramRunner.h"
 #include "host/ProgramTrace.h"
 #include "host/SettingsStore.h"
@@ -153,6 +154,14 @@ int listClasses(const Module& module) {
 
 std::atomic<bool> gInterrupted{false};
 
+// Until the operator has finished with every window: the windows' own
+// questions and the property frames' editing sessions, whose last answers
+// release steps, in the module's code.
+void waitForTheOperator() {
+    host::OperatorThreads::wait();
+    host::PropertyFrame::waitForOperators();
+}
+
 extern "C" void onInterrupt(int) { gInterrupted.store(true); }
 
 // The first line where two texts differ, for the check's report.
@@ -269,7 +278,7 @@ int runProgram(const Module& module, const Options& options, const host::Program
     std::signal(SIGINT, onInterrupt);
     const size_t failures = runner.run(gInterrupted);
     // Answers still under way belong to the run.
-    host::OperatorThreads::wait();
+    waitForTheOperator();
     std::signal(SIGINT, SIG_DFL);
     person.listen(nullptr);
     person.setTerminal(nullptr, nullptr);
@@ -394,7 +403,7 @@ int main(int argc, char** argv) {
         result = runCommand(module, options, components.get());
         // Windows still open hold their steps until the operator has answered
         // them; the module's code must stay loaded until then.
-        host::OperatorThreads::wait();
+        waitForTheOperator();
         host::setObjectResolver(nullptr);
         module.initialize(nullptr, nullptr);
         components->clear();
