@@ -15,11 +15,27 @@
 #include "host/Components.h"
 #include "host/HostObject.h"
 #include "module/Flukokzad.h"
+#include "module/Registry.h"
 #include "runtime/ComponentAccess.h"
 #include "runtime/PropertyNames.h"
 #include "runtime/SmartPtr.h"
 
 namespace fuzz {
+
+// The registered name of the module's class at index (0 to kModuleClassCount - 1).
+inline std::wstring className(int index) {
+    const tagREFString* name = gModuleClasses[index]->name;
+    return std::wstring(name->text, static_cast<size_t>(name->count));
+}
+
+// A new step of the class at index, made through CreateFunction as a host makes it.
+inline SmartPtr<IUnknown> createStep(int index) {
+    CREATEFUNCTION creator = nullptr;
+    if (CreateFunction(*gModuleClasses[index]->name, &creator) != S_OK || !creator) return nullptr;
+    SmartPtr<IUnknown> step;
+    creator(nullptr, &IID_IUnknown, step.put_void());
+    return step;
+}
 
 // The standard components given to the module for the scope of one input;
 // on leaving, the module lets go of them and the ledger must be back where

@@ -24,6 +24,9 @@
 
 namespace {
 
+using fuzz::className;
+using fuzz::createStep;
+
 std::string gCorpus;
 
 void writeSeed(const std::string& target, const std::string& name, const std::string& bytes) {
@@ -69,36 +72,23 @@ private:
     std::string m_Bytes;
 };
 
-std::wstring classNameOf(int index) {
-    const tagREFString* name = gModuleClasses[index]->name;
-    return std::wstring(name->text, static_cast<size_t>(name->count));
-}
-
 int classIndex(const std::wstring& name) {
     for (int i = 0; i < kModuleClassCount; ++i) {
-        if (classNameOf(i) == name) return i;
+        if (className(i) == name) return i;
     }
     return -1;
-}
-
-SmartPtr<IUnknown> createStep(int index) {
-    CREATEFUNCTION creator = nullptr;
-    if (CreateFunction(*gModuleClasses[index]->name, &creator) != S_OK || !creator) return nullptr;
-    SmartPtr<IUnknown> step;
-    creator(nullptr, &IID_IUnknown, step.put_void());
-    return step;
 }
 
 std::string header(int index, int form) { return std::string{static_cast<char>(index), static_cast<char>(form)}; }
 
 void persistSeeds(int index, IUnknown* step, const std::string& tag, bool damaged) {
-    const std::string name = host::narrow(classNameOf(index)) + tag;
+    const std::string name = host::narrow(className(index)) + tag;
     SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(step);
     SmartPtr<host::FolderStream> folder = host::make<host::FolderStream>();
     persist->Save(folder.get(), 0);
     const std::string folderText = folder->save();
     writeSeed("persist", name + ".folder", header(index, 0) + folderText);
-    SmartPtr<host::XmlStream> xml = host::XmlStream::create(classNameOf(index));
+    SmartPtr<host::XmlStream> xml = host::XmlStream::create(className(index));
     // The Edit and Verb steps keep themselves in folder streams only.
     if (persist->Save(xml.get(), 0) >= 0) writeSeed("persist", name + ".xml", header(index, 1) + xml->save());
     if (damaged) {
@@ -125,7 +115,7 @@ void treeSeeds() {
         e.byte(1);
         e.byte(2).byte(2).byte(static_cast<uint8_t>(index % 3 == 0 ? 16 : 12)).raw(std::string(16, '\x01'));  // "Rect"
         e.byte(8).byte(9).int32(-1).byte(1);                // "ItemSize" scalar
-        writeSeed("persist", host::narrow(classNameOf(index)) + ".tree", e.bytes());
+        writeSeed("persist", host::narrow(className(index)) + ".tree", e.bytes());
     }
 }
 

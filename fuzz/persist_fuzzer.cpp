@@ -13,6 +13,9 @@
 
 namespace {
 
+using fuzz::className;
+using fuzz::createStep;
+
 // The names of the entries the steps' loaders look for, and a few they do not.
 const wchar_t* const kEntryNames[] = {
     L"Parameters", L"Inputs",     L"Rect",        L"Value",       L"Descriptor",   L"Flags",
@@ -22,19 +25,6 @@ const wchar_t* const kEntryNames[] = {
     L"InputParameter", L"InputParameters", L"ItemDescriptor", L"Edit", L"",     L"Unknown",
 };
 constexpr int kEntryNameCount = sizeof kEntryNames / sizeof kEntryNames[0];
-
-std::wstring className(int index) {
-    const tagREFString* name = gModuleClasses[index]->name;
-    return std::wstring(name->text, static_cast<size_t>(name->count));
-}
-
-SmartPtr<IUnknown> createStep(int index) {
-    CREATEFUNCTION creator = nullptr;
-    if (CreateFunction(*gModuleClasses[index]->name, &creator) != S_OK || !creator) return nullptr;
-    SmartPtr<IUnknown> step;
-    creator(nullptr, &IID_IUnknown, step.put_void());
-    return step;
-}
 
 SmartPtr<IString> entryName(fuzz::Reader& in) {
     const uint8_t pick = in.byte();
