@@ -354,13 +354,7 @@ TEST_F(HostileHost, EveryOperationOfEveryStepUnderEveryMode) {
 
 // One failure alone at each lookup a step's whole life makes, one after the
 // other: every failure path of every step, each in a run of its own.
-//
-// Disabled: about one run in two ends with one to five host keyboards still
-// alive after the final settle (failing factories only; each class swept
-// alone, and any sweep that settles after every run, ends clean). Whether a
-// step or the stand-in keeps them is not found yet; run it with
-// --gtest_also_run_disabled_tests while looking.
-TEST_F(HostileHost, DISABLED_EachLookupFailingAloneInTurn) {
+TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
     restartModule();
     const int32_t live = host::Ledger::live();
     for (Hostile kind : {Hostile::FailFactories, Hostile::NullOut}) {
