@@ -11,6 +11,7 @@
 #include "execution/StepExecution.h"
 #include "host/Inputs.h"
 #include "host/UIUtilities.h"
+#include "host/OperatorWindows.h"
 #include "host/PropertyFrames.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
@@ -100,7 +101,7 @@ struct EndOfWait final : Work {
             while (step->IsRunning()) std::this_thread::yield();
             latencies.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
         }
-        host::PropertyFrame::waitForOperators();
+        host::OperatorThreads::wait();
     }
     std::vector<double> samples() const override { return latencies; }
 

@@ -12,7 +12,8 @@
 
 namespace host {
 
-// Threads on which the operator answers. Each holds what it answers for
+// Threads on which the operator answers: the windows' questions and the
+// property frames' editing sessions alike. Each holds what it answers for
 // until it has answered; wait() lets a test or a host end only when all
 // have finished, so that nothing is still alive behind its back.
 class OperatorThreads {

@@ -2,31 +2,17 @@
 
 #include "host/ClassFactory.h"
 
-#include <condition_variable>
 #include <cstdio>
-#include <thread>
 
 #include "host/Hostility.h"
 #include "host/Operator.h"
+#include "host/OperatorWindows.h"
 #include "host/UserInterface.h"
 #include "host/Windows.h"
 
 namespace host {
 
 namespace {
-
-// The operator threads still running, so that a test or the reference host
-// can wait until every frame has been let go.
-struct OperatorThreads {
-    std::mutex mutex;
-    std::condition_variable ended;
-    int running = 0;
-};
-
-OperatorThreads& operatorThreads() {
-    static OperatorThreads* threads = new OperatorThreads;  // outlives detached threads at exit
-    return *threads;
-}
 
 std::string hex(int32_t value) {
     char text[16];
@@ -112,13 +98,8 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Sink = events;
     }
-    OperatorThreads& threads = operatorThreads();
-    {
-        std::lock_guard<std::mutex> lock(threads.mutex);
-        ++threads.running;
-    }
     SmartPtr<PropertyFrame> self(this);
-    std::thread([self]() mutable {
+    OperatorThreads::run([self] {
         std::wstring words;
         // The answer is the operator's whole session with the editor, which
         // ends with the window closed when no cancel or close ended it.
@@ -127,12 +108,7 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
         } else if (Operator::current().dismissesUnanswered()) {
             self->raise(L"cancel close");
         }
-        self = nullptr;
-        OperatorThreads& ended = operatorThreads();
-        std::lock_guard<std::mutex> lock(ended.mutex);
-        --ended.running;
-        ended.ended.notify_all();
-    }).detach();
+    });
     return S_OK;
 }
 
@@ -193,12 +169,6 @@ int32_t PropertyFrame::itemSize() const {
 bool PropertyFrame::hasSink() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Sink != nullptr;
-}
-
-void PropertyFrame::waitForOperators() {
-    OperatorThreads& threads = operatorThreads();
-    std::unique_lock<std::mutex> lock(threads.mutex);
-    threads.ended.wait(lock, [&] { return threads.running == 0; });
 }
 
 HRESULT PopupCollection::AdjustArea(int32_t rect[4], int32_t a, int32_t b) {

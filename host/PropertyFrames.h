@@ -48,10 +48,6 @@ public:
     int32_t itemSize() const;  // -1 until SetItemSize
     bool hasSink() const;
 
-    // Waits until every operator thread of every frame has ended (and let go
-    // of its frame).
-    static void waitForOperators();
-
 private:
     mutable std::mutex m_Mutex;
     std::vector<Added> m_Objects;

@@ -22,7 +22,6 @@
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
 #include "host/ProgramReader.h"
-#include "host/PropertyFrames.h"
 #include "host/ProgramRunner.h"
 #include "host/ProgramTrace.h"
 #include "host/SettingsStore.h"
@@ -154,12 +153,11 @@ int listClasses(const Module& module) {
 
 std::atomic<bool> gInterrupted{false};
 
-// Until the operator has finished with every window: the windows' own
-// questions and the property frames' editing sessions, whose last answers
-// release steps, in the module's code.
+// Until the operator has finished with every window (the questions and the
+// property frames' editing sessions alike run on the operator's threads),
+// whose last answers release steps, in the module's code.
 void waitForTheOperator() {
     host::OperatorThreads::wait();
-    host::PropertyFrame::waitForOperators();
 }
 
 extern "C" void onInterrupt(int) { gInterrupted.store(true); }

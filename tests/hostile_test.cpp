@@ -23,7 +23,6 @@
 #include "host/OperatorWindows.h"
 #include "host/ProgramReader.h"
 #include "host/ProgramRunner.h"
-#include "host/PropertyFrames.h"
 #include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/XmlStream.h"
@@ -240,7 +239,6 @@ SmartPtr<IStep> execute(SmartPtr<IStep> step) {
 // go during its run may still ask, and ends only when answered.
 void waitForTheOperator() {
     host::OperatorThreads::wait();
-    host::PropertyFrame::waitForOperators();
 }
 
 }  // namespace

@@ -20,7 +20,6 @@
 
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
-#include "host/PropertyFrames.h"
 #include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "support/Bindings.h"
@@ -127,7 +126,6 @@ protected:
             std::this_thread::sleep_for(1ms);
         }
         host::OperatorThreads::wait();
-        host::PropertyFrame::waitForOperators();
     }
 
     // One run of a step of the class: answered and waited for, stopped,

@@ -12,6 +12,7 @@
 #include "host/Collections.h"
 #include "host/Operator.h"
 #include "host/UIUtilities.h"
+#include "host/OperatorWindows.h"
 #include "host/PropertyFrames.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
@@ -103,7 +104,7 @@ protected:
     }
     void TearDown() override {
         if (step.step) step.step->TurnOff();
-        host::PropertyFrame::waitForOperators();
+        host::OperatorThreads::wait();
         host::Operator::current().script({});
         step = DrivenStep{nullptr, L""};
         frame = nullptr;
@@ -329,7 +330,7 @@ TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(5000, [&] { return step.step->IsRunning() == 0; })) << "run " << run;
         EXPECT_EQ(returnCode(), run % 2 ? 1 : -1);
-        host::PropertyFrame::waitForOperators();
+        host::OperatorThreads::wait();
     }
 }
 
