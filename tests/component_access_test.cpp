@@ -18,6 +18,8 @@
 #include <thread>
 
 #include "host/Collections.h"
+#include "host/OperatorWindows.h"
+#include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "runtime/CREFString.h"
 #include "runtime/FileNames.h"
@@ -402,3 +404,56 @@ TEST_F(ComponentAccess, CollectionsExServesTheFallbackAndIsNotOpenedWhenNotNeede
     EXPECT_TRUE(passed(run)) << run.output;
     EXPECT_TRUE(messagesIn(run.output).empty()) << run.output;
 }
+
+// CollectionsEx loaded into a process that holds the stand-in already (a test,
+// stephost) is a second host: its objects and this process's meet through
+// their interfaces only. Were either taken for the other's own class, calls
+// bound to the wrong copy's code would release an object into the wrong
+// ledger: a keyboard shown in CollectionsEx's pop-up stayed "alive" here.
+TEST_F(ComponentAccess, CollectionsExLoadedBesideTheHostIsAHostOfItsOwn) {
+    void* library = dlopen(kBuiltCollectionsEx.c_str(), RTLD_NOW);  // kept loaded, as the module keeps it
+    ASSERT_NE(library, nullptr) << dlerror();
+    auto createFunction = reinterpret_cast<CREATEFUNCTIONFUNCTION>(dlsym(library, "CreateFunction"));
+    ASSERT_NE(createFunction, nullptr);
+    CREATEFUNCTION creator = nullptr;
+    ASSERT_EQ(createFunction(refText(L"GlobalComponentCollection"), &creator), S_OK);
+    SmartPtr<IComponentCollection> theirs;
+    ASSERT_EQ(creator(nullptr, &IID_IComponentCollection, theirs.put_void()), S_OK);
+
+    SmartPtr<IUIKeyboard> theirKeyboard;
+    ASSERT_EQ(theirs->GetComponent(10, L"UIKeyboard", &iidOf<IUIKeyboard>(), theirKeyboard.put_void()), S_OK);
+    SmartPtr<IUIUtils> theirUtils;
+    ASSERT_EQ(theirs->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), theirUtils.put_void()), S_OK);
+    ASSERT_TRUE(theirKeyboard && theirUtils);
+    EXPECT_EQ(dynamic_cast<host::Keyboard*>(theirKeyboard.get()), nullptr);
+    EXPECT_EQ(dynamic_cast<host::UIUtils*>(theirUtils.get()), nullptr);
+
+    // Our keyboard in their pop-up, and theirs in ours: each shows the other's
+    // as a plain object, and every reference comes back.
+    const int32_t live = host::Ledger::live();
+    SmartPtr<IUIKeyboard> ourKeyboard;
+    ASSERT_EQ(components->GetComponent(10, L"UIKeyboard", &iidOf<IUIKeyboard>(), ourKeyboard.put_void()), S_OK);
+    SmartPtr<IUIUtils> ourUtils;
+    ASSERT_EQ(components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), ourUtils.put_void()), S_OK);
+    SmartPtr<host::Keyboard> ours(dynamic_cast<host::Keyboard*>(ourKeyboard.get()));
+    ASSERT_TRUE(ours);
+    ours->setAskOperator(false);
+    SmartPtr<IString> caption = host::makeString(L"Both");
+    SmartPtr<IUnknown> theirWindow;
+    EXPECT_EQ(theirUtils->ShowPopup(caption.get(), nullptr, 3, ourKeyboard.get(), theirWindow.put(), 5, 1), S_OK);
+    SmartPtr<IUnknown> ourWindow;
+    EXPECT_EQ(ourUtils->ShowPopup(caption.get(), nullptr, 3, theirKeyboard.get(), ourWindow.put(), 5, 1), S_OK);
+    EXPECT_TRUE(ours->isOpen());
+    if (auto* kept = dynamic_cast<host::UIUtils*>(ourUtils.get())) kept->forget();
+    theirWindow = nullptr;
+    ourWindow = nullptr;
+    ours = nullptr;
+    ourKeyboard = nullptr;
+    theirKeyboard = nullptr;
+    theirUtils = nullptr;
+    theirs = nullptr;  // their pop-up goes with their collection
+    caption = nullptr;
+    host::OperatorThreads::wait();
+    EXPECT_EQ(host::Ledger::live(), live) << host::Ledger::report();
+}
+
