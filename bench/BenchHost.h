@@ -2,13 +2,13 @@
 // so that it costs what a real host's objects cost: a virtual call.
 #pragma once
 
+#include <cwchar>
+
 #include "host/Components.h"
 #include "host/HostObject.h"
 #include "module/Flukokzad.h"
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
-
-#include <cwchar>
 
 namespace bench {
 

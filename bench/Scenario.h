@@ -59,11 +59,11 @@ std::unique_ptr<Work> loopWith(std::unique_ptr<State> state, Body body) {
 
 struct Scenario {
     std::string name;
-    std::string baseline;      // the scenario this one is compared with, or empty
-    double targetRatio = 0;    // 0: no target; else time / baseline time must stay at or below it
-    double targetMedianUs = 0; // 0: none; else the median of samples() must stay below it
-    int64_t batch = 64;        // repetitions per timed batch
-    int64_t itemsPerRun = 1;   // units of work in one repetition (steps saved, ...); ratios compare per item
+    std::string baseline;            // the scenario this one is compared with, or empty
+    double targetRatio = 0;          // 0: no target; else time / baseline time must stay at or below it
+    double targetMedianUs = 0;       // 0: none; else the median of samples() must stay below it
+    int64_t batch = 64;              // repetitions per timed batch
+    int64_t itemsPerRun = 1;         // units of work in one repetition (steps saved, ...); ratios compare per item
     int64_t instructionRuns = 2000;  // repetitions under callgrind; 0 leaves the scenario out there
     std::function<std::unique_ptr<Work>()> make;
     // A scenario whose time is taken off this one's before the comparison:

@@ -130,8 +130,7 @@ void registerSize(int32_t n) {
                           if (out) out->Release();
                       });
                   }});
-    Registration({module + "get_ItemVariant/" + size, plain + "get_ItemVariant/" + size, target, 0, 64, 1, 2000,
-                  [n] {
+    Registration({module + "get_ItemVariant/" + size, plain + "get_ItemVariant/" + size, target, 0, 64, 1, 2000, [n] {
                       return loopWith(std::make_unique<Collection>(n), [](Collection& c) {
                           IVariant* out = nullptr;
                           c.step->get_ItemVariant(c.advance(), &out);
@@ -174,9 +173,8 @@ void registerSort() {
                       });
                   }});
     Registration({"parameters/module/Sort/1000", "parameters/plain-vector/Sort/1000", 0, 0, 2, 1, 20, [] {
-                      return loopWith(std::make_unique<Collection>(1000), [](Collection& c) {
-                          c.step->Sort(c.next ^= 2);
-                      });
+                      return loopWith(std::make_unique<Collection>(1000),
+                                      [](Collection& c) { c.step->Sort(c.next ^= 2); });
                   }});
 }
 

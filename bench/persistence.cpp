@@ -22,8 +22,8 @@ namespace {
 // input bound to a moniker.
 struct Program {
     static constexpr const wchar_t* kClasses[] = {
-        L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",         L"GCUIInput",
-        L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite",    L"GCUIRefresh",
+        L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",      L"GCUIInput",
+        L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite", L"GCUIRefresh",
         L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",  L"GCUIVerb",
     };
 
@@ -105,10 +105,9 @@ void registerSize(int32_t size) {
                       return loopWith(std::make_unique<Program>(size),
                                       [](Program& program) { benchmark::DoNotOptimize(program.save()); });
                   }});
-    Registration({"persistence/folder/load/" + n, size == 10 ? "" : "persistence/folder/load/10", target, 0, 1, size,
-                  runs, [size] {
-                      return loopWith(std::make_unique<Program>(size), [](Program& program) { program.load(); });
-                  }});
+    Registration(
+        {"persistence/folder/load/" + n, size == 10 ? "" : "persistence/folder/load/10", target, 0, 1, size, runs,
+         [size] { return loopWith(std::make_unique<Program>(size), [](Program& program) { program.load(); }); }});
 }
 
 struct XmlProgram {
@@ -121,19 +120,18 @@ void registerXml(int32_t size) {
     const std::string n = std::to_string(size);
     const double target = size == 10 ? 0 : 1.5;
     const int64_t runs = size >= 1000 ? 1 : (size >= 100 ? 4 : 40);
-    Registration({"persistence/xml/save/" + n, size == 10 ? "" : "persistence/xml/save/10", target, 0, 1, size, runs,
-                  [size] {
-                      return loopWith(std::make_unique<XmlProgram>(size), [](XmlProgram& xml) {
-                          benchmark::DoNotOptimize(xml.program.saveXml()->save());
-                      });
-                  }});
-    Registration({"persistence/xml/load/" + n, size == 10 ? "" : "persistence/xml/load/10", target, 0, 1, size, runs,
-                  [size] {
-                      return loopWith(std::make_unique<XmlProgram>(size), [](XmlProgram& xml) {
-                          SmartPtr<host::XmlStream> document = host::XmlStream::parse(xml.text);
-                          xml.program.loadXml(document.get());
-                      });
-                  }});
+    Registration(
+        {"persistence/xml/save/" + n, size == 10 ? "" : "persistence/xml/save/10", target, 0, 1, size, runs, [size] {
+             return loopWith(std::make_unique<XmlProgram>(size),
+                             [](XmlProgram& xml) { benchmark::DoNotOptimize(xml.program.saveXml()->save()); });
+         }});
+    Registration(
+        {"persistence/xml/load/" + n, size == 10 ? "" : "persistence/xml/load/10", target, 0, 1, size, runs, [size] {
+             return loopWith(std::make_unique<XmlProgram>(size), [](XmlProgram& xml) {
+                 SmartPtr<host::XmlStream> document = host::XmlStream::parse(xml.text);
+                 xml.program.loadXml(document.get());
+             });
+         }});
 }
 
 const bool kRegistered = [] {

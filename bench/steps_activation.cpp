@@ -135,11 +135,12 @@ const Registration kRegistrations[] = {
                   scenario<ActivateSetup>([](ActivateSetup& s) { benchmark::DoNotOptimize(activateByHand(s)); })}),
     Registration({"steps/activate/TurnOn", "steps/activate/hand-written", 1.3, 0, 64, 1, 2000,
                   scenario<ActivateSetup>([](ActivateSetup& s) { benchmark::DoNotOptimize(s.step->TurnOn()); })}),
-    Registration({"steps/button-select/hand-written", "", 0, 0, 64, 1, 2000,
-                  scenario<ButtonSelectSetup>(
-                      [](ButtonSelectSetup& s) { benchmark::DoNotOptimize(buttonSelectByHand(s)); })}),
-    Registration({"steps/button-select/TurnOn", "steps/button-select/hand-written", 1.3, 0, 64, 1, 2000,
-                  scenario<ButtonSelectSetup>([](ButtonSelectSetup& s) { benchmark::DoNotOptimize(s.step->TurnOn()); })}),
+    Registration(
+        {"steps/button-select/hand-written", "", 0, 0, 64, 1, 2000,
+         scenario<ButtonSelectSetup>([](ButtonSelectSetup& s) { benchmark::DoNotOptimize(buttonSelectByHand(s)); })}),
+    Registration(
+        {"steps/button-select/TurnOn", "steps/button-select/hand-written", 1.3, 0, 64, 1, 2000,
+         scenario<ButtonSelectSetup>([](ButtonSelectSetup& s) { benchmark::DoNotOptimize(s.step->TurnOn()); })}),
 };
 
 }  // namespace

@@ -127,7 +127,8 @@ const Registration kRegistrations[] = {
                   [] { return std::make_unique<ConfirmLatencies>(ConfirmLatencies::Ending::Answer); }}),
     Registration({"steps/confirm/TurnOff-to-stopped", "", 0, 1000, 1, 1, 0,
                   [] { return std::make_unique<ConfirmLatencies>(ConfirmLatencies::Ending::TurnOff); }}),
-    Registration({"steps/input/answer-to-idle", "", 0, 1000, 1, 1, 0, [] { return std::make_unique<InputLatencies>(); }}),
+    Registration(
+        {"steps/input/answer-to-idle", "", 0, 1000, 1, 1, 0, [] { return std::make_unique<InputLatencies>(); }}),
 };
 
 }  // namespace

@@ -29,9 +29,8 @@ struct PropertySetup {
     SmartPtr<IStep> step;
     SmartPtr<IInputParameters> inputs;
     SmartPtr<IParametersCreatable> parameters;
-    SmartPtr<host::PropertyObject> camera =
-        host::make<host::PropertyObject>("Camera", L"Camera", host::PropertyObject::kInterrogate |
-                                                                  host::PropertyObject::kExtended);
+    SmartPtr<host::PropertyObject> camera = host::make<host::PropertyObject>(
+        "Camera", L"Camera", host::PropertyObject::kInterrogate | host::PropertyObject::kExtended);
     SmartPtr<IStringTable> table = PROPStringTable();
     double executionTime = 0;
 

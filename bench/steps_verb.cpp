@@ -48,8 +48,8 @@ struct VerbSetup {
     explicit VerbSetup(bool nested) : action(nested ? 8 : 5) {
         bind(inner.get(), static_cast<IUIVerbCollectionSpecify*>(pump.get()));
         choose(inner.get(), 5);
-        bind(outer.get(), nested ? static_cast<IUnknown*>(inner.get())
-                                 : static_cast<IUIVerbCollectionSpecify*>(pump.get()));
+        bind(outer.get(),
+             nested ? static_cast<IUnknown*>(inner.get()) : static_cast<IUIVerbCollectionSpecify*>(pump.get()));
         choose(outer.get(), action);
     }
 };

@@ -2,8 +2,8 @@
 // page, in display order, each the page's identifier.
 #pragma once
 
-#include "runtime/TableView.h"
 #include "runtime/Interfaces.h"
+#include "runtime/TableView.h"
 
 struct PageDeclaration {
     const wchar_t* identifier;  // "UIPropPages.UIParametersPropPage" or the class name alone

@@ -127,9 +127,9 @@ public:
     template <class Done>
     bool waitUntil(const CStopEvent* stopEvent, int32_t milliseconds, Done done) {
         std::unique_lock<std::mutex> lock(m_WaitMutex);
-        return m_Wakeup.wait_for(lock, std::chrono::milliseconds(milliseconds < 0 ? 0 : milliseconds),
-                                 [&] { return (stopEvent && stopEvent->IsSet()) || done(); }) &&
-               done();
+        return m_Wakeup.wait_for(lock, std::chrono::milliseconds(milliseconds < 0 ? 0 : milliseconds), [&] {
+            return (stopEvent && stopEvent->IsSet()) || done();
+        }) && done();
     }
     // An answer has come: a waiting Execute looks again at once.
     void wake();
@@ -151,7 +151,7 @@ private:
     static void* workerThread(void* argument);
     void reclaim(const Record& record);
 
-    std::mutex m_StateMutex;  // the record pointer, its flags, the result and the time
+    std::mutex m_StateMutex;          // the record pointer, its flags, the result and the time
     std::condition_variable m_Ended;  // a record has finished
     Record m_Record;
     std::atomic<int16_t> m_Running{0};

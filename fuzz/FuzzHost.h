@@ -4,11 +4,11 @@
 // numbers, flags and wide texts a target needs.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <algorithm>
 #include <string>
 
 #include "host/ClassFactory.h"

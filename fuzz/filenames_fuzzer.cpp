@@ -62,17 +62,29 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         SmartPtr<IString> out;
         const int16_t selector = static_cast<int16_t>((op >> 4) & 1);
         switch (op % 8) {
-            case 0: FILENAMEGetInstallPath(out.put()); break;
-            case 1: FILENAMEGetAppPath(out.put()); break;
-            case 2: FILENAMEMap(path.get(), out.put(), selector); break;
-            case 3: FILENAMEUnmap(path.get(), out.put()); break;
-            case 4: FILENAMECreateRelative(path.get(), out.put(), selector); break;
+            case 0:
+                FILENAMEGetInstallPath(out.put());
+                break;
+            case 1:
+                FILENAMEGetAppPath(out.put());
+                break;
+            case 2:
+                FILENAMEMap(path.get(), out.put(), selector);
+                break;
+            case 3:
+                FILENAMEUnmap(path.get(), out.put());
+                break;
+            case 4:
+                FILENAMECreateRelative(path.get(), out.put(), selector);
+                break;
             case 5: {
                 SmartPtr<IString> base = pathOf(in);
                 FILENAMECreateRelative(base.get(), path.get(), out.put());
                 break;
             }
-            case 6: FILENAMECreateAbsolute(path.get(), out.put(), selector); break;
+            case 6:
+                FILENAMECreateAbsolute(path.get(), out.put(), selector);
+                break;
             default: {
                 // Absolute from relative, then mapped and unmapped again.
                 SmartPtr<IString> relative;

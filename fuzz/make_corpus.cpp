@@ -39,7 +39,10 @@ void writeSeed(const std::string& target, const std::string& name, const std::st
 // The inverse of fuzz::Reader.
 class Encoder {
 public:
-    Encoder& byte(uint8_t value) { m_Bytes += static_cast<char>(value); return *this; }
+    Encoder& byte(uint8_t value) {
+        m_Bytes += static_cast<char>(value);
+        return *this;
+    }
     Encoder& int16(int16_t value) { return byte(value & 0xFF).byte((value >> 8) & 0xFF); }
     Encoder& int32(int32_t value) {
         for (int i = 0; i < 4; ++i) byte(static_cast<uint8_t>(static_cast<uint32_t>(value) >> (8 * i)));
@@ -65,7 +68,10 @@ public:
         }
         return *this;
     }
-    Encoder& raw(const std::string& bytes) { m_Bytes += bytes; return *this; }
+    Encoder& raw(const std::string& bytes) {
+        m_Bytes += bytes;
+        return *this;
+    }
     const std::string& bytes() const { return m_Bytes; }
 
 private:
@@ -95,7 +101,8 @@ void persistSeeds(int index, IUnknown* step, const std::string& tag, bool damage
         // Cut short at a line: entries and folders missing at the end.
         size_t cut = folderText.size() / 2;
         cut = folderText.find('\n', cut);
-        if (cut != std::string::npos) writeSeed("persist", name + ".cut.folder", header(index, 0) + folderText.substr(0, cut + 1));
+        if (cut != std::string::npos)
+            writeSeed("persist", name + ".cut.folder", header(index, 0) + folderText.substr(0, cut + 1));
     }
 }
 
@@ -105,16 +112,16 @@ void treeSeeds() {
     for (int index = 0; index < kModuleClassCount; ++index) {
         Encoder e;
         e.byte(static_cast<uint8_t>(index)).byte(2);
-        e.byte(0).byte(0);                                  // folder "Parameters"
-        e.byte(3).byte(3).int32(1);                         // "Value" = 1
-        e.byte(5).byte(4).text(L"text");                    // "Descriptor" = "text"
-        e.byte(6).byte(0xE0).text(L"Item1").text(L"a|b");   // a string object
-        e.byte(1);                                          // up
-        e.byte(0).byte(1);                                  // folder "Inputs"
+        e.byte(0).byte(0);                                     // folder "Parameters"
+        e.byte(3).byte(3).int32(1);                            // "Value" = 1
+        e.byte(5).byte(4).text(L"text");                       // "Descriptor" = "text"
+        e.byte(6).byte(0xE0).text(L"Item1").text(L"a|b");      // a string object
+        e.byte(1);                                             // up
+        e.byte(0).byte(1);                                     // folder "Inputs"
         e.byte(7).byte(24).byte(static_cast<uint8_t>(index));  // "InputParameter": a step object
         e.byte(1);
         e.byte(2).byte(2).byte(static_cast<uint8_t>(index % 3 == 0 ? 16 : 12)).raw(std::string(16, '\x01'));  // "Rect"
-        e.byte(8).byte(9).int32(-1).byte(1);                // "ItemSize" scalar
+        e.byte(8).byte(9).int32(-1).byte(1);  // "ItemSize" scalar
         writeSeed("persist", host::narrow(className(index)) + ".tree", e.bytes());
     }
 }
@@ -158,11 +165,13 @@ void programSeeds(const std::string& source) {
         std::string damaged = text.str();
         const size_t at = damaged.find("class=\"GC");
         if (at != std::string::npos && file == "all-steps.xml") {
-            writeSeed("program", "damaged-class.xml", damaged.substr(0, at) + "class=\"GCNoSuchStep" + damaged.substr(at + 9));
+            writeSeed("program", "damaged-class.xml",
+                      damaged.substr(0, at) + "class=\"GCNoSuchStep" + damaged.substr(at + 9));
         }
         const size_t object = damaged.find("object=\"");
         if (object != std::string::npos && file == "property-write.xml") {
-            writeSeed("program", "damaged-binding.xml", damaged.substr(0, object) + "object=\"Nobody" + damaged.substr(object + 8));
+            writeSeed("program", "damaged-binding.xml",
+                      damaged.substr(0, object) + "object=\"Nobody" + damaged.substr(object + 8));
         }
     }
 }
@@ -188,8 +197,13 @@ void textSeeds() {
     for (uint8_t op = 0; op < 10; ++op) all.byte(op).byte(op % 3).int32(7);
     writeSeed("text", "every-operation", all.bytes());
 
-    const std::wstring numbers[] = {L"2147483648", L"-999999999", L"#FFFFFFFF", L"1.79e308", L"-0.000000000000000001",
-                                    L"\xFEF\xEF 42", L"12345678901234567890.5"};
+    const std::wstring numbers[] = {L"2147483648",
+                                    L"-999999999",
+                                    L"#FFFFFFFF",
+                                    L"1.79e308",
+                                    L"-0.000000000000000001",
+                                    L"\xFEF\xEF 42",
+                                    L"12345678901234567890.5"};
     int n = 0;
     for (const std::wstring& number : numbers) {
         Encoder e;
@@ -199,15 +213,18 @@ void textSeeds() {
 }
 
 void fileNameSeeds() {
-    const char* settings = "[Workspace]\nInstallPath=/opt/inspect\nAppPath = \"/opt/app/sub \"\n"
-                           "[Mappings]\nImages=/media/img\nWindows=C:\\data\n; comment\n";
-    const std::wstring paths[] = {L"/opt/inspect/data/a.png", L"[Images]/x.png", L"..\\..\\x", L"//opt/inspect",
-                                  L"C:\\data\\b", L"[InstallPath]", L"[Nowhere]/x", L"relative\\name"};
+    const char* settings =
+        "[Workspace]\nInstallPath=/opt/inspect\nAppPath = \"/opt/app/sub \"\n"
+        "[Mappings]\nImages=/media/img\nWindows=C:\\data\n; comment\n";
+    const std::wstring paths[] = {
+        L"/opt/inspect/data/a.png", L"[Images]/x.png", L"..\\..\\x",     L"//opt/inspect", L"C:\\data\\b",
+        L"[InstallPath]",           L"[Nowhere]/x",    L"relative\\name"};
     for (int op = 0; op < 8; ++op) {
         Encoder e;
         e.byte(0).byte(1).int16(static_cast<int16_t>(std::strlen(settings))).raw(settings);
         e.byte(2).byte(0x20).text(L"/long/path/").byte(8).byte(0x05).text(L"/opt/x");
-        for (const std::wstring& path : paths) e.byte(static_cast<uint8_t>(op | (op & 1 ? 0x10 : 0))).byte(0).text(path).byte(0).text(L"/opt/app");
+        for (const std::wstring& path : paths)
+            e.byte(static_cast<uint8_t>(op | (op & 1 ? 0x10 : 0))).byte(0).text(path).byte(0).text(L"/opt/app");
         writeSeed("filenames", "op-" + std::to_string(op), e.bytes());
     }
     Encoder none;
@@ -218,23 +235,23 @@ void fileNameSeeds() {
 void propWriteSeeds() {
     for (int variant = 0; variant < 4; ++variant) {
         Encoder e;
-        e.byte(variant == 3 ? 0x1F : 0x03).byte(0);                     // faces, class Camera
+        e.byte(variant == 3 ? 0x1F : 0x03).byte(0);  // faces, class Camera
         e.int16(100).int16(107);
-        e.byte(4);                                                      // properties
+        e.byte(4);  // properties
         e.byte(0).byte(3).byte(0).int32(20).text(L"");
         e.byte(1).byte(0x43).byte(0).int32(1).text(L"Auto;Manual");
         e.byte(2).byte(4).byte(0).int32(0x40200000).text(L"");
         e.byte(3).byte(7).byte(0).int32(0).text(L"").byte(0x12).byte(1);
-        e.byte(5);                                                      // names
+        e.byte(5);  // names
         e.byte(0).byte(0).text(L"Exposure");
         e.byte(0).byte(4).text(L"Gain");
         e.byte(0).byte(0x11).text(L"1A").text(L"Hex");
         e.byte(0).byte(2).int32(-5).text(L"x").text(L"Negative");
         e.byte(0).byte(3).text(L"99999999999999999999").text(L"Huge");
         e.byte(variant & 1);
-        if (variant & 1) e.byte(0).byte(0).int32(3);                    // an item that is a number
+        if (variant & 1) e.byte(0).byte(0).int32(3);  // an item that is a number
         e.byte(1).text(L"Own").int32(4);
-        e.byte(5);                                                      // step parameters
+        e.byte(5);  // step parameters
         e.byte(0).text(L"EXPOSURE").byte(0).int32(35);
         e.byte(0).text(L"mode").byte(3).text(L" 2");
         e.byte(0).text(L"hex").byte(1).real(1e39);

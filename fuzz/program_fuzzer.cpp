@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
         bool onlyPropertySteps = !program.steps.empty() && program.steps.size() <= 8;
         for (const host::ProgramStep& step : program.steps) {
-            onlyPropertySteps = onlyPropertySteps && (step.className == L"GCUIPropRead" || step.className == L"GCUIPropWrite");
+            onlyPropertySteps =
+                onlyPropertySteps && (step.className == L"GCUIPropRead" || step.className == L"GCUIPropWrite");
         }
         if (onlyPropertySteps) {
             const std::atomic<bool> interrupted{false};

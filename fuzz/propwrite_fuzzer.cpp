@@ -42,19 +42,26 @@ int32_t idOf(fuzz::Reader& in) {
 std::wstring idText(fuzz::Reader& in) {
     const uint8_t pick = in.byte();
     switch (pick % 4) {
-        case 0: return std::to_wstring(100 + pick % 8);
-        case 1: return (pick & 0x10 ? L"#" : (pick & 0x20 ? L"-" : L"+")) + in.text(12);
-        case 2: return std::to_wstring(in.int32()) + in.text(4);
-        default: return in.text(24);
+        case 0:
+            return std::to_wstring(100 + pick % 8);
+        case 1:
+            return (pick & 0x10 ? L"#" : (pick & 0x20 ? L"-" : L"+")) + in.text(12);
+        case 2:
+            return std::to_wstring(in.int32()) + in.text(4);
+        default:
+            return in.text(24);
     }
 }
 
 SmartPtr<IUnknown> valueOf(fuzz::Reader& in) {
     const uint8_t pick = in.byte();
     switch (pick % 5) {
-        case 0: return host::makeVariant(in.int32()).query<IUnknown>();
-        case 1: return host::makeVariant(in.real()).query<IUnknown>();
-        case 2: return host::makeString(in.text(32)).query<IUnknown>();
+        case 0:
+            return host::makeVariant(in.int32()).query<IUnknown>();
+        case 1:
+            return host::makeVariant(in.real()).query<IUnknown>();
+        case 2:
+            return host::makeString(in.text(32)).query<IUnknown>();
         case 3: {
             std::wstring text = in.text(32);
             CREFString view(text.data(), static_cast<int32_t>(text.size()));

@@ -20,7 +20,8 @@ namespace {
 
 // A buffer of exactly the text's characters, without a terminator.
 struct Buffer {
-    explicit Buffer(const std::wstring& text) : length(static_cast<int32_t>(text.size())), chars(new wchar_t[text.size()]) {
+    explicit Buffer(const std::wstring& text)
+        : length(static_cast<int32_t>(text.size())), chars(new wchar_t[text.size()]) {
         std::copy(text.begin(), text.end(), chars.get());
     }
     int32_t length;
@@ -64,18 +65,30 @@ void viewOperations(fuzz::Reader& in) {
         HRESULT result = 0;
         const int32_t length = view.empty() ? 0 : view.count;
         switch (op & 0x1F) {
-            case 0: result = view.GetLine(c ? nullptr : &out, a, in.character(), b); break;
-            case 1: result = view.GetLineCRLF(c ? nullptr : &out, a, b); break;
-            case 2: result = view.GetReverseLine(c ? nullptr : &out, in.character(), a, b); break;
-            case 3: result = view.GetLineRight(&out, in.character(), a, b, c); break;
-            case 4: result = view.Crop(c ? nullptr : &out, in.character(), a, b); break;
+            case 0:
+                result = view.GetLine(c ? nullptr : &out, a, in.character(), b);
+                break;
+            case 1:
+                result = view.GetLineCRLF(c ? nullptr : &out, a, b);
+                break;
+            case 2:
+                result = view.GetReverseLine(c ? nullptr : &out, in.character(), a, b);
+                break;
+            case 3:
+                result = view.GetLineRight(&out, in.character(), a, b, c);
+                break;
+            case 4:
+                result = view.Crop(c ? nullptr : &out, in.character(), a, b);
+                break;
             case 5: {
                 const std::wstring separators = in.text(8);
-                result = view.Split(&out, &other, CREFString(separators.data(), static_cast<int32_t>(separators.size())),
-                                    a ? 1 : 0);
+                result = view.Split(&out, &other,
+                                    CREFString(separators.data(), static_cast<int32_t>(separators.size())), a ? 1 : 0);
                 break;
             }
-            case 6: result = view.GetFirstWord(c ? nullptr : &out, a); break;
+            case 6:
+                result = view.GetFirstWord(c ? nullptr : &out, a);
+                break;
             case 7: {
                 const std::wstring separators = in.text(8);
                 result = view.GetWord(&out, a, CREFString(separators.data(), static_cast<int32_t>(separators.size())));
@@ -116,7 +129,9 @@ void viewOperations(fuzz::Reader& in) {
                 ISCreate(value.get(), in.int16());
                 break;
             }
-            case 13: ISSkipLeadingJunk(view); break;
+            case 13:
+                ISSkipLeadingJunk(view);
+                break;
             case 14: {
                 const uint8_t bytes = in.byte();
                 std::string utf8;
@@ -140,8 +155,12 @@ void viewOperations(fuzz::Reader& in) {
                 }
                 break;
             }
-            case 16: view = whole; break;
-            case 17: view = last; break;
+            case 16:
+                view = whole;
+                break;
+            case 17:
+                view = last;
+                break;
             default: {
                 // A view of the text from the string the host makes of it.
                 SmartPtr<IString> string = ISCreate(static_cast<const tagREFString&>(view));
@@ -196,9 +215,15 @@ void parameterReaders(fuzz::Reader& in) {
         SmartPtr<IVariant> value = IVCreateConvert(valueView);
         SmartPtr<IString> nameString = in.flag() ? nullptr : host::makeString(name);
         switch (in.byte() % 4) {
-            case 0: parameters.Add(nameString.get(), value.query<IUnknown>().get(), nullptr, in.int32()); break;
-            case 1: parameters.Add(nameString.get(), host::makeString(valueText).query<IUnknown>().get(), nullptr, 0); break;
-            case 2: parameters.Add(nameString.get(), nullptr, nullptr, 0); break;
+            case 0:
+                parameters.Add(nameString.get(), value.query<IUnknown>().get(), nullptr, in.int32());
+                break;
+            case 1:
+                parameters.Add(nameString.get(), host::makeString(valueText).query<IUnknown>().get(), nullptr, 0);
+                break;
+            case 2:
+                parameters.Add(nameString.get(), nullptr, nullptr, 0);
+                break;
             default:
                 parameters.Set(nameString.query<IUnknown>().get(), value.query<IUnknown>().get(), nullptr, in.int32(),
                                in.int16());
@@ -209,19 +234,35 @@ void parameterReaders(fuzz::Reader& in) {
         const uint8_t op = in.byte();
         const int32_t index = static_cast<int32_t>(static_cast<int8_t>(in.byte()));
         switch (op % 10) {
-            case 0: parameters.readInteger(index, in.int32()); break;
-            case 1: parameters.readDouble(index, in.real()); break;
+            case 0:
+                parameters.readInteger(index, in.int32());
+                break;
+            case 1:
+                parameters.readDouble(index, in.real());
+                break;
             case 2: {
                 const std::wstring fallback = in.text(8);
                 parameters.readText(index, in.flag() ? nullptr : fallback.c_str());
                 break;
             }
-            case 3: parameters.writeInteger(index, in.int32()); break;
-            case 4: parameters.writeDouble(index, in.real()); break;
-            case 5: parameters.writeText(index, in.text(16).c_str()); break;
-            case 6: parameters.Rename(index, host::makeString(in.text(16)).get()); break;
-            case 7: parameters.Sort(in.byte()); break;
-            case 8: parameters.Remove(index); break;
+            case 3:
+                parameters.writeInteger(index, in.int32());
+                break;
+            case 4:
+                parameters.writeDouble(index, in.real());
+                break;
+            case 5:
+                parameters.writeText(index, in.text(16).c_str());
+                break;
+            case 6:
+                parameters.Rename(index, host::makeString(in.text(16)).get());
+                break;
+            case 7:
+                parameters.Sort(in.byte());
+                break;
+            case 8:
+                parameters.Remove(index);
+                break;
             default: {
                 SmartPtr<host::CsvStream> csv = host::make<host::CsvStream>();
                 parameters.Params_SaveCSV(csv.get(), in.flag() ? 0x10000 : 0);

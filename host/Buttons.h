@@ -74,8 +74,7 @@ private:
 // button's command itself (IToolbar); as a toolbar host it runs it for its
 // toolbar (IToolbarHost); a plain set answers neither. Every set redraws
 // itself on request.
-class ButtonSet final
-    : public Object<ButtonSet, IButtonCollection, IToolbar, IToolbarHost, IUIRefreshableObject> {
+class ButtonSet final : public Object<ButtonSet, IButtonCollection, IToolbar, IToolbarHost, IUIRefreshableObject> {
 public:
     static constexpr char kLedgerName[] = "ButtonSet";
     using Answered = Answers<IButtonCollection, IToolbar, IToolbarHost, IUIRefreshableObject>;

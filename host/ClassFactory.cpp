@@ -5,8 +5,8 @@
 
 #include "host/Collections.h"
 #include "host/Components.h"
-#include "host/Hostility.h"
 #include "host/FolderStream.h"
+#include "host/Hostility.h"
 #include "host/Inputs.h"
 #include "host/MessageWindows.h"
 #include "host/Variants.h"
@@ -34,9 +34,7 @@ ClassTable& classTable() {
         standard->factories[L"FolderStream"] = [] { return make<FolderStream>().query<IUnknown>(); };
         standard->factories[L"XmlStream"] = [] { return XmlStream::create(L"Root").query<IUnknown>(); };
         standard->factories[L"MessageWindow"] = [] { return make<MessageWindow>().query<IUnknown>(); };
-        standard->factories[L"GlobalComponentCollection"] = [] {
-            return SmartPtr<IUnknown>(makeStandardComponents());
-        };
+        standard->factories[L"GlobalComponentCollection"] = [] { return SmartPtr<IUnknown>(makeStandardComponents()); };
         return standard;
     }();
     return *table;

@@ -26,8 +26,7 @@ HRESULT createComponentString(void*, const IID* iid, void** out) {
 
 bool named(const tagREFString& name, const wchar_t* registered) {
     const size_t length = std::wcslen(registered);
-    return name.text && name.count == static_cast<int32_t>(length) &&
-           std::wmemcmp(name.text, registered, length) == 0;
+    return name.text && name.count == static_cast<int32_t>(length) && std::wmemcmp(name.text, registered, length) == 0;
 }
 
 }  // namespace
@@ -36,8 +35,7 @@ extern "C" __attribute__((visibility("default"))) HRESULT InitializeModule(void*
     return S_OK;
 }
 
-extern "C" __attribute__((visibility("default"))) HRESULT CreateFunction(tagREFString name,
-                                                                          CREATEFUNCTION* creator) {
+extern "C" __attribute__((visibility("default"))) HRESULT CreateFunction(tagREFString name, CREATEFUNCTION* creator) {
     CREATEFUNCTION found = nullptr;
     if (named(name, L"GlobalComponentCollection")) found = &createGlobalComponentCollection;
     if (named(name, L"ComponentString")) found = &createComponentString;

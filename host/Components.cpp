@@ -5,11 +5,11 @@
 #include "host/ClassFactory.h"
 #include "host/Hostility.h"
 #include "host/MessageWindows.h"
-#include "host/Properties.h"
 #include "host/OperatorServices.h"
 #include "host/OperatorWindows.h"
-#include "host/UIUtilities.h"
+#include "host/Properties.h"
 #include "host/PropertyFrames.h"
+#include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/Workspace.h"
@@ -177,9 +177,9 @@ void ComponentCollection::clear() {
 
 SmartPtr<ComponentCollection> makeStandardComponents() {
     SmartPtr<ComponentCollection> components = make<ComponentCollection>();
-    for (const wchar_t* name : {L"CreatableString", L"Variant", L"SuperCollection", L"ComponentString",
-                                L"InputParameters", L"InputParameter", L"CollectionMoniker", L"FolderStream",
-                                L"XmlStream"}) {
+    for (const wchar_t* name :
+         {L"CreatableString", L"Variant", L"SuperCollection", L"ComponentString", L"InputParameters", L"InputParameter",
+          L"CollectionMoniker", L"FolderStream", L"XmlStream"}) {
         components->addClass(name, name);
     }
     // A new message window for every request; one collection of open

@@ -171,22 +171,22 @@ HRESULT FolderStream::ReadValue(IString* name, IVariant* into) {
     Entry entry;
     if (!name || !find(nameOf(name), entry)) return E_FAIL;
     switch (entry.kind) {
-    case Kind::Integer:
-        return into->put_Long(entry.integer);
-    case Kind::Real:
-        return into->put_Double(entry.real);
-    case Kind::Text:
-        return into->put_String(makeString(entry.text).get());
-    case Kind::Empty:
-        return into->put_Value(nullptr);
-    case Kind::String:
-    case Kind::Object: {
-        SmartPtr<IUnknown> object;
-        if (ReadObject(name, object.put(), 0) < 0) return E_FAIL;
-        return into->put_Value(object.get());
-    }
-    default:
-        return E_FAIL;
+        case Kind::Integer:
+            return into->put_Long(entry.integer);
+        case Kind::Real:
+            return into->put_Double(entry.real);
+        case Kind::Text:
+            return into->put_String(makeString(entry.text).get());
+        case Kind::Empty:
+            return into->put_Value(nullptr);
+        case Kind::String:
+        case Kind::Object: {
+            SmartPtr<IUnknown> object;
+            if (ReadObject(name, object.put(), 0) < 0) return E_FAIL;
+            return into->put_Value(object.get());
+        }
+        default:
+            return E_FAIL;
     }
 }
 
@@ -240,26 +240,26 @@ HRESULT FolderStream::get_Item(int32_t index, IUnknown** out) {
         entry = m_Entries[static_cast<size_t>(index)];
     }
     switch (entry.kind) {
-    case Kind::Folder:
-    case Kind::Object:
-        *out = static_cast<IFolderStream*>(entry.folder.detach());
-        return S_OK;
-    case Kind::Bytes: {
-        std::string digits;
-        appendHex(digits, entry.bytes);
-        *out = makeString(widen(digits)).detach();
-        return S_OK;
-    }
-    case Kind::String:
-        *out = makeString(entry.text).detach();
-        return S_OK;
-    default: {
-        SmartPtr<IVariant> value = make<Variant>();
-        SmartPtr<IString> name = makeString(entry.name);
-        ReadValue(name.get(), value.get());
-        *out = value.detach();
-        return S_OK;
-    }
+        case Kind::Folder:
+        case Kind::Object:
+            *out = static_cast<IFolderStream*>(entry.folder.detach());
+            return S_OK;
+        case Kind::Bytes: {
+            std::string digits;
+            appendHex(digits, entry.bytes);
+            *out = makeString(widen(digits)).detach();
+            return S_OK;
+        }
+        case Kind::String:
+            *out = makeString(entry.text).detach();
+            return S_OK;
+        default: {
+            SmartPtr<IVariant> value = make<Variant>();
+            SmartPtr<IString> name = makeString(entry.name);
+            ReadValue(name.get(), value.get());
+            *out = value.detach();
+            return S_OK;
+        }
     }
 }
 

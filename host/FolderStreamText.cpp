@@ -101,7 +101,8 @@ private:
         if (kind == "int") {
             char* end = nullptr;
             const long long value = std::strtoll(rest.c_str(), &end, 10);
-            if (rest.empty() || *end != '\0' || value < INT32_MIN || value > INT32_MAX) return fail(error, "bad integer");
+            if (rest.empty() || *end != '\0' || value < INT32_MIN || value > INT32_MAX)
+                return fail(error, "bad integer");
             SmartPtr<IVariant> variant = makeVariant(static_cast<int32_t>(value));
             folder.WriteValue(name.get(), variant.get());
         } else if (kind == "real") {
@@ -216,31 +217,53 @@ void writeFolder(const FolderStream& folder, std::string& text, int depth) {
     for (const FolderStream::Entry& entry : contents.entries) {
         text += indent;
         switch (entry.kind) {
-        case Kind::Empty: text += "empty "; quote(text, entry.name); break;
-        case Kind::Integer: text += "int "; quote(text, entry.name); text += " " + std::to_string(entry.integer); break;
-        case Kind::Real: {
-            char number[64];
-            std::snprintf(number, sizeof number, "%a", entry.real);
-            text += "real ";
-            quote(text, entry.name);
-            text += std::string(" ") + number;
-            break;
-        }
-        case Kind::Text: text += "text "; quote(text, entry.name); text += ' '; quote(text, entry.text); break;
-        case Kind::String: text += "string "; quote(text, entry.name); text += ' '; quote(text, entry.text); break;
-        case Kind::Bytes: text += "bytes "; quote(text, entry.name); text += ' '; appendHex(text, entry.bytes); break;
-        case Kind::Folder:
-        case Kind::Object:
-            text += entry.kind == Kind::Folder ? "folder " : "object ";
-            quote(text, entry.name);
-            if (entry.kind == Kind::Object) {
+            case Kind::Empty:
+                text += "empty ";
+                quote(text, entry.name);
+                break;
+            case Kind::Integer:
+                text += "int ";
+                quote(text, entry.name);
+                text += " " + std::to_string(entry.integer);
+                break;
+            case Kind::Real: {
+                char number[64];
+                std::snprintf(number, sizeof number, "%a", entry.real);
+                text += "real ";
+                quote(text, entry.name);
+                text += std::string(" ") + number;
+                break;
+            }
+            case Kind::Text:
+                text += "text ";
+                quote(text, entry.name);
                 text += ' ';
                 quote(text, entry.text);
-            }
-            text += " {\n";
-            if (entry.folder) writeFolder(*entry.folder.get(), text, depth + 1);
-            text += indent + "}";
-            break;
+                break;
+            case Kind::String:
+                text += "string ";
+                quote(text, entry.name);
+                text += ' ';
+                quote(text, entry.text);
+                break;
+            case Kind::Bytes:
+                text += "bytes ";
+                quote(text, entry.name);
+                text += ' ';
+                appendHex(text, entry.bytes);
+                break;
+            case Kind::Folder:
+            case Kind::Object:
+                text += entry.kind == Kind::Folder ? "folder " : "object ";
+                quote(text, entry.name);
+                if (entry.kind == Kind::Object) {
+                    text += ' ';
+                    quote(text, entry.text);
+                }
+                text += " {\n";
+                if (entry.folder) writeFolder(*entry.folder.get(), text, depth + 1);
+                text += indent + "}";
+                break;
         }
         text += '\n';
     }

@@ -78,7 +78,8 @@ protected:
     Object& operator=(const Object&) = delete;
 
     void record(const std::string& call) const {
-        if (Recorder::enabled()) Recorder::record((m_Label.empty() ? std::string(Derived::kLedgerName) : m_Label) + "." + call);
+        if (Recorder::enabled())
+            Recorder::record((m_Label.empty() ? std::string(Derived::kLedgerName) : m_Label) + "." + call);
     }
     // "Call argument", the text made only when calls are being recorded: the
     // streams record every entry they touch.

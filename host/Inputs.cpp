@@ -1,9 +1,8 @@
 #include "host/Inputs.h"
 
-#include "host/Hostility.h"
-
 #include <cwchar>
 
+#include "host/Hostility.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -245,7 +244,8 @@ HRESULT InputParameter::saveXml(IXMLStream* xml) {
 // What was saved replaces the binding: an item name, index or object the
 // stream lacks is none afterwards. Only the required interface stays as the
 // input declared it when the stream has none.
-void InputParameter::restore(const IID* iid, const std::wstring* itemName, int32_t itemIndex, SmartPtr<IUnknown> object) {
+void InputParameter::restore(const IID* iid, const std::wstring* itemName, int32_t itemIndex,
+                             SmartPtr<IUnknown> object) {
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (iid) m_Iid = *iid;

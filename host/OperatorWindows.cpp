@@ -119,7 +119,10 @@ bool ConfirmationWindow::press(int32_t response) {
     SmartPtr<_IConfirmationEvent> events = queryInterface<_IConfirmationEvent>(sink.get());
     if (events) events->ConfirmationDone(static_cast<IConfirmationWindow*>(this), response);
     SmartPtr<ConfirmationWindow> self(this);
-    if (events) Hostility::replay([self, events, response] { events->ConfirmationDone(static_cast<IConfirmationWindow*>(self.get()), response); });
+    if (events)
+        Hostility::replay([self, events, response] {
+            events->ConfirmationDone(static_cast<IConfirmationWindow*>(self.get()), response);
+        });
     return true;
 }
 
@@ -244,7 +247,10 @@ bool Keyboard::apply(const std::wstring& text) {
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
     if (events) events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(this));
     SmartPtr<Keyboard> self(this);
-    if (events) Hostility::replay([self, events, text] { events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(self.get())); });
+    if (events)
+        Hostility::replay([self, events, text] {
+            events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(self.get()));
+        });
     return close();
 }
 
@@ -322,7 +328,10 @@ bool FileChooser::apply(const std::wstring& name) {
     SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
     if (events) events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(this));
     SmartPtr<FileChooser> self(this);
-    if (events) Hostility::replay([self, events, name] { events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(self.get())); });
+    if (events)
+        Hostility::replay([self, events, name] {
+            events->FileArchiveApply(makeString(name).get(), static_cast<IUIFileArchive*>(self.get()));
+        });
     return true;
 }
 
@@ -336,7 +345,8 @@ bool FileChooser::close() {
     SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());
     if (events) events->FileArchiveClose(static_cast<IUIFileArchive*>(this));
     SmartPtr<FileChooser> self(this);
-    if (events) Hostility::replay([self, events] { events->FileArchiveClose(static_cast<IUIFileArchive*>(self.get())); });
+    if (events)
+        Hostility::replay([self, events] { events->FileArchiveClose(static_cast<IUIFileArchive*>(self.get())); });
     return true;
 }
 

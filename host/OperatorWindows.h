@@ -105,7 +105,7 @@ private:
     std::wstring m_Text;
     bool m_Open = true;
     bool m_AskOperator = true;
-    bool m_Answered = false;   // the operator's reply is in m_Reply
+    bool m_Answered = false;       // the operator's reply is in m_Reply
     bool m_ClosedUnheard = false;  // closed before anybody listened
     std::wstring m_Reply;
     SmartPtr<IUnknown> m_Sink;

@@ -106,7 +106,8 @@ bool integerAttribute(const ProgramObject& object, const char* attribute, int32_
     wchar_t* end = nullptr;
     const long long parsed = text->empty() ? 0 : std::wcstoll(text->c_str(), &end, 10);
     if (text->empty() || *end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) {
-        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a whole number");
+        error = programError(object.line,
+                             std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a whole number");
         return false;
     }
     value = static_cast<int32_t>(parsed);

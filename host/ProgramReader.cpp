@@ -102,8 +102,8 @@ bool checkAttributeCounts(const std::string& text, std::string& error) {
                 }
             }
             if (attributes > kMostAttributes) {
-                error = programError(tagLine, "<" + shown(name) + "> has more than " + std::to_string(kMostAttributes) +
-                                                  " attributes");
+                error = programError(
+                    tagLine, "<" + shown(name) + "> has more than " + std::to_string(kMostAttributes) + " attributes");
                 return false;
             }
         }
@@ -149,8 +149,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
         error = programError(step.line, "a step needs a class");
         return false;
     }
-    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child;
-         child = child->NextSiblingElement()) {
+    for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child; child = child->NextSiblingElement()) {
         const std::string kind = child->Name();
         const int line = child->GetLineNum();
         if (kind == "parameter") {
@@ -260,7 +259,8 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                     return false;
                 }
                 OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
-                if (item->Attribute("delay") && (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
+                if (item->Attribute("delay") &&
+                    (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
                     error = programError(line, "the delay is a number of milliseconds");
                     return false;
                 }

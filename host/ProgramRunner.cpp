@@ -183,7 +183,8 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
             traceCalls(Recorder::take());
             const auto after = parametersOf(step.object.get());
             for (size_t p = 0; p < after.size(); ++p) {
-                if (p >= before.size() || before[p] != after[p]) m_Trace->parameterWritten(after[p].first, after[p].second);
+                if (p >= before.size() || before[p] != after[p])
+                    m_Trace->parameterWritten(after[p].first, after[p].second);
             }
             m_Trace->stepEnds(result, milliseconds, stopped);
         }
@@ -207,8 +208,8 @@ std::string ProgramRunner::saveXml() const {
             persist->Save(document.get(), 0);
             document->EndElement();
         }
-        if (SmartPtr<IDataPersist> inputs = queryInterface<IDataPersist>(
-                queryInterface<IInputParameters>(step.object.get()).get())) {
+        if (SmartPtr<IDataPersist> inputs =
+                queryInterface<IDataPersist>(queryInterface<IInputParameters>(step.object.get()).get())) {
             document->BeginElement(inputsElement.get(), 0, 0);
             inputs->Save(document.get(), 0);
             document->EndElement();

@@ -70,12 +70,18 @@ public:
 private:
     static std::string shown(const TraceValue& value) {
         switch (value.kind) {
-            case TraceValue::kInteger: return std::to_string(value.integer);
-            case TraceValue::kReal: return format("%g", value.real);
-            case TraceValue::kText: return "\"" + value.text + "\"";
-            case TraceValue::kObject: return "(object)";
-            case TraceValue::kEmpty: return "(empty)";
-            case TraceValue::kNone: break;
+            case TraceValue::kInteger:
+                return std::to_string(value.integer);
+            case TraceValue::kReal:
+                return format("%g", value.real);
+            case TraceValue::kText:
+                return "\"" + value.text + "\"";
+            case TraceValue::kObject:
+                return "(object)";
+            case TraceValue::kEmpty:
+                return "(empty)";
+            case TraceValue::kNone:
+                break;
         }
         return "(none)";
     }
@@ -109,12 +115,24 @@ public:
     void parameterWritten(const std::string& name, const TraceValue& value) override {
         JsonObject line = event("parameter").text("name", name);
         switch (value.kind) {
-            case TraceValue::kInteger: line.integer("value", value.integer).text("kind", "integer"); break;
-            case TraceValue::kReal: line.number("value", value.real).text("kind", "real"); break;
-            case TraceValue::kText: line.text("value", value.text).text("kind", "text"); break;
-            case TraceValue::kObject: line.null("value").text("kind", "object"); break;
-            case TraceValue::kEmpty: line.null("value").text("kind", "empty"); break;
-            case TraceValue::kNone: line.null("value").text("kind", "none"); break;
+            case TraceValue::kInteger:
+                line.integer("value", value.integer).text("kind", "integer");
+                break;
+            case TraceValue::kReal:
+                line.number("value", value.real).text("kind", "real");
+                break;
+            case TraceValue::kText:
+                line.text("value", value.text).text("kind", "text");
+                break;
+            case TraceValue::kObject:
+                line.null("value").text("kind", "object");
+                break;
+            case TraceValue::kEmpty:
+                line.null("value").text("kind", "empty");
+                break;
+            case TraceValue::kNone:
+                line.null("value").text("kind", "none");
+                break;
         }
         emit(line);
     }
@@ -134,9 +152,7 @@ public:
         JsonObject line = event("step-end").text("result", resultCode(result));
         const std::string name = resultName(result);
         name.empty() ? line.null("name") : line.text("name", name);
-        emit(line.boolean("succeeded", result >= 0)
-                 .number("ms", milliseconds)
-                 .boolean("turned-off", turnedOff));
+        emit(line.boolean("succeeded", result >= 0).number("ms", milliseconds).boolean("turned-off", turnedOff));
         setStep(0);
     }
     void programEnds(size_t failures) override {

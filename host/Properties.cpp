@@ -79,13 +79,13 @@ PropertyObject::PropertyObject(std::string label, std::wstring className, uint32
 HRESULT PropertyObject::QueryInterface(const IID& iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    const bool refused = (iid == iidOf<IUIPropInterrogate>() && !offers(kInterrogate)) ||
-                         (iid == iidOf<IUIPropInterrogateEx>() && !offers(kExtended)) ||
-                         (iid == iidOf<IParametricObject>() && !offers(kParametric)) ||
-                         ((iid == iidOf<IParameters>() || iid == iidOf<INamedCollection>() ||
-                           iid == iidOf<ISimpleCollection>()) &&
-                          !offers(kParameters)) ||
-                         (iid == iidOf<IRenderableObject>() && !offers(kRenderable));
+    const bool refused =
+        (iid == iidOf<IUIPropInterrogate>() && !offers(kInterrogate)) ||
+        (iid == iidOf<IUIPropInterrogateEx>() && !offers(kExtended)) ||
+        (iid == iidOf<IParametricObject>() && !offers(kParametric)) ||
+        ((iid == iidOf<IParameters>() || iid == iidOf<INamedCollection>() || iid == iidOf<ISimpleCollection>()) &&
+         !offers(kParameters)) ||
+        (iid == iidOf<IRenderableObject>() && !offers(kRenderable));
     if (refused) return E_NOINTERFACE;
     return Object::QueryInterface(iid, out);
 }
@@ -100,8 +100,8 @@ int32_t PropertyObject::GetProperty(int32_t id, void* value) {
         const int32_t type = property.kind & 0x0F;
         float single = 0.0f;
         std::memcpy(&single, &property.bits, sizeof single);
-        record("GetProperty(" + std::to_string(id) + ") = " +
-               (type == 4 || type == 5 ? floatText(single) : std::to_string(property.bits)));
+        record("GetProperty(" + std::to_string(id) +
+               ") = " + (type == 4 || type == 5 ? floatText(single) : std::to_string(property.bits)));
     }
     return found->second.kind;
 }
@@ -336,7 +336,8 @@ std::vector<std::pair<std::wstring, std::wstring>> PropertyObject::parameterText
         parameters = m_Parameters;
     }
     std::vector<std::pair<std::wstring, std::wstring>> texts;
-    for (const Parameter& parameter : parameters) texts.emplace_back(parameter.name, widen(valueText(parameter.value.get())));
+    for (const Parameter& parameter : parameters)
+        texts.emplace_back(parameter.name, widen(valueText(parameter.value.get())));
     return texts;
 }
 
@@ -382,8 +383,9 @@ bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error)
             }
         }
         if (!known) {
-            error = programError(object.line, "offers=\"" + shown(narrow(word)) +
-                                                  "\" is none of interrogate, extended, parametric, parameters, renderable");
+            error = programError(object.line,
+                                 "offers=\"" + shown(narrow(word)) +
+                                     "\" is none of interrogate, extended, parametric, parameters, renderable");
             return false;
         }
         word.clear();
@@ -403,8 +405,8 @@ SmartPtr<IVariant> settingValue(const std::wstring& text) {
     return makeVariant(text);
 }
 
-bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObject::Property& property,
-                  int32_t& id, std::string& error) {
+bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObject::Property& property, int32_t& id,
+                  std::string& error) {
     if (!integerAttribute(inner, "id", 0, id, error)) return false;
     // Kinds read best in hexadecimal: "0x43".
     if (const std::wstring* kind = inner.attribute("kind")) {

@@ -52,8 +52,8 @@ public:
 
     struct Property {
         int32_t kind = 3;
-        int32_t bits = 0;               // an integer, or a float's bits
-        SmartPtr<IUnknown> object;      // read through the extended interface only
+        int32_t bits = 0;           // an integer, or a float's bits
+        SmartPtr<IUnknown> object;  // read through the extended interface only
         bool extendedOnly = false;
         std::wstring choices;
     };

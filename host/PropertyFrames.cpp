@@ -1,9 +1,8 @@
 #include "host/PropertyFrames.h"
 
-#include "host/ClassFactory.h"
-
 #include <cstdio>
 
+#include "host/ClassFactory.h"
 #include "host/Hostility.h"
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"

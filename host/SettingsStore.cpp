@@ -1,11 +1,10 @@
 #include "host/SettingsStore.h"
 
-#include "host/Files.h"
-
 #include <algorithm>
 #include <cwchar>
 #include <sstream>
 
+#include "host/Files.h"
 #include "host/Variants.h"
 
 namespace host {

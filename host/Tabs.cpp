@@ -1,7 +1,6 @@
 #include "host/Tabs.h"
 
 #include "host/Hostility.h"
-
 #include "host/Variants.h"
 
 namespace host {
@@ -41,7 +40,8 @@ HRESULT TabCollection::get_ItemName(int32_t index, IString** out) {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if ((found = inRange(index))) name = m_Tabs[index].name;
     }
-    if (Recorder::enabled()) record("get_ItemName(" + std::to_string(index) + ") -> " + (found ? narrow(name) : "none"));
+    if (Recorder::enabled())
+        record("get_ItemName(" + std::to_string(index) + ") -> " + (found ? narrow(name) : "none"));
     if (!found) return E_INVALIDARG;
     *out = makeString(name).detach();
     return *out ? S_OK : E_FAIL;
@@ -112,9 +112,7 @@ void TabCollection::add(const std::wstring& name, IUnknown* tab) {
     if (m_Selected < 0) m_Selected = 0;
 }
 
-void TabCollection::addTab(const std::wstring& name) {
-    add(name, make<Tab>(label() + "." + narrow(name)).get());
-}
+void TabCollection::addTab(const std::wstring& name) { add(name, make<Tab>(label() + "." + narrow(name)).get()); }
 
 SmartPtr<TabCollection> TabCollection::addTabs(const std::wstring& name) {
     SmartPtr<TabCollection> inner = make<TabCollection>(label() + "." + narrow(name));

@@ -25,8 +25,7 @@ public:
     HRESULT Refresh(int32_t mode) override;
 };
 
-class TabCollection final
-    : public Object<TabCollection, ITabCollection, INamedCollection, IUIRefreshableObject> {
+class TabCollection final : public Object<TabCollection, ITabCollection, INamedCollection, IUIRefreshableObject> {
 public:
     static constexpr char kLedgerName[] = "TabCollection";
     using Answered = Answers<ITabCollection, INamedCollection, ISimpleCollection, IUIRefreshableObject>;

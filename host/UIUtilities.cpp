@@ -35,9 +35,9 @@ HRESULT UIUtils::ShowPopup(IString* caption, IUnknown*, int32_t a, IUnknown* con
     return S_OK;
 }
 
-HRESULT UIUtils::ShowFileArchive(int32_t nameLength, const wchar_t* name, int32_t captionLength,
-                                 const wchar_t* caption, int32_t filterLength, const wchar_t* filter, int32_t a,
-                                 int32_t save, int32_t b, int32_t c, IUnknown** result) {
+HRESULT UIUtils::ShowFileArchive(int32_t nameLength, const wchar_t* name, int32_t captionLength, const wchar_t* caption,
+                                 int32_t filterLength, const wchar_t* filter, int32_t a, int32_t save, int32_t b,
+                                 int32_t c, IUnknown** result) {
     const std::wstring proposed = counted(nameLength, name);
     record("ShowFileArchive(\"" + narrow(proposed) + "\", \"" + narrow(counted(captionLength, caption)) + "\", \"" +
            narrow(counted(filterLength, filter)) + "\", " + std::to_string(a) + ", " + std::to_string(save) + ", " +

@@ -1,18 +1,16 @@
 #include "host/Variants.h"
 
-#include "host/Hostility.h"
-
 #include <cmath>
 #include <cstring>
 #include <cwchar>
 #include <limits>
 #include <new>
 
+#include "host/Hostility.h"
+
 namespace host {
 
-String::String(const std::wstring& text) {
-    assign(text.data(), static_cast<int32_t>(text.size()), nullptr, 0);
-}
+String::String(const std::wstring& text) { assign(text.data(), static_cast<int32_t>(text.size()), nullptr, 0); }
 
 HRESULT String::get_Text(const wchar_t** text, int32_t* length) {
     if (!text || !length) return E_POINTER;
@@ -97,20 +95,28 @@ int32_t Variant::get_Type() {
 double Variant::get_Double() {
     const Content content = snapshot();
     switch (content.kind) {
-        case Kind::Integer: return content.integer;
-        case Kind::Real: return content.real;
-        case Kind::Text: return numberOfText(content.held.get());
-        default: return 0.0;
+        case Kind::Integer:
+            return content.integer;
+        case Kind::Real:
+            return content.real;
+        case Kind::Text:
+            return numberOfText(content.held.get());
+        default:
+            return 0.0;
     }
 }
 
 int32_t Variant::get_Long() {
     const Content content = snapshot();
     switch (content.kind) {
-        case Kind::Integer: return content.integer;
-        case Kind::Real: return toInteger(content.real);
-        case Kind::Text: return toInteger(numberOfText(content.held.get()));
-        default: return 0;
+        case Kind::Integer:
+            return content.integer;
+        case Kind::Real:
+            return toInteger(content.real);
+        case Kind::Text:
+            return toInteger(numberOfText(content.held.get()));
+        default:
+            return 0;
     }
 }
 

@@ -1,11 +1,10 @@
 #include "host/Verbs.h"
 
-#include "host/Hostility.h"
-
 #include <algorithm>
 
 #include "host/ClassFactory.h"
 #include "host/Collections.h"
+#include "host/Hostility.h"
 #include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
@@ -190,8 +189,7 @@ HRESULT ParameterList::IsCollectionLocked() {
     return m_Locks > 0 ? 1 : 0;
 }
 
-HRESULT ParameterList::Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor,
-                               int32_t* flags) {
+HRESULT ParameterList::Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor, int32_t* flags) {
     Entry entry;
     if (!entryAt(index, entry)) return E_INVALIDARG;
     if (name) *name = makeString(entry.name).detach();

@@ -77,12 +77,11 @@ private:
 
 // The "ParametersCreatable" component's class: named values with
 // descriptors and flags, stored in a folder stream as one value per name.
-class ParameterList final
-    : public Object<ParameterList, IParametersCreatable, IDataPersist, IObjectInfo> {
+class ParameterList final : public Object<ParameterList, IParametersCreatable, IDataPersist, IObjectInfo> {
 public:
     static constexpr char kLedgerName[] = "ParameterList";
-    using Answered = Answers<IParametersCreatable, IParameters, INamedCollection, ISimpleCollection, IDataPersist,
-                             IObjectInfo>;
+    using Answered =
+        Answers<IParametersCreatable, IParameters, INamedCollection, ISimpleCollection, IDataPersist, IObjectInfo>;
 
     HRESULT get_Count(int32_t* count) override;
     // A text entry comes as its string, an object as itself, a number as its variant.
@@ -125,7 +124,6 @@ private:
     std::vector<Entry> m_Entries;
     int32_t m_Locks = 0;
 };
-
 
 // Registers the classes above and the components "UIVerbCollection" and
 // "ParametersCreatable".

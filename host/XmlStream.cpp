@@ -17,7 +17,6 @@ struct XmlStream::Document {
 
 namespace {
 
-
 // Characters that XML 1.0 can carry; the others (C0 controls but tab, line
 // feed and carriage return, surrogates, U+FFFE, U+FFFF, beyond U+10FFFF)
 // cannot be written even as references.
@@ -162,20 +161,31 @@ private:
     void escape(const std::string& text, bool attribute) {
         for (char c : text) {
             switch (c) {
-            case '&': m_Out += "&amp;"; break;
-            case '<': m_Out += "&lt;"; break;
-            case '>': m_Out += "&gt;"; break;
-            case '\r': reference(c); break;
-            case '"': m_Out += attribute ? "&quot;" : "\""; break;
-            case '\t':
-            case '\n':
-                if (attribute) {
+                case '&':
+                    m_Out += "&amp;";
+                    break;
+                case '<':
+                    m_Out += "&lt;";
+                    break;
+                case '>':
+                    m_Out += "&gt;";
+                    break;
+                case '\r':
                     reference(c);
-                } else {
+                    break;
+                case '"':
+                    m_Out += attribute ? "&quot;" : "\"";
+                    break;
+                case '\t':
+                case '\n':
+                    if (attribute) {
+                        reference(c);
+                    } else {
+                        m_Out += c;
+                    }
+                    break;
+                default:
                     m_Out += c;
-                }
-                break;
-            default: m_Out += c;
             }
         }
     }

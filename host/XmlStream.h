@@ -94,7 +94,7 @@ private:
     std::shared_ptr<Document> m_Document;
     tinyxml2::XMLElement* m_Element;
     std::vector<tinyxml2::XMLElement*> m_Open;  // elements opened by Begin... and not yet ended
-    tinyxml2::XMLElement* m_Next = nullptr;      // the child NextElement gave last
+    tinyxml2::XMLElement* m_Next = nullptr;     // the child NextElement gave last
     bool m_Started = false;
     std::wstring m_NameBuffer;
     std::wstring m_ValueBuffer;

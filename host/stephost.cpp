@@ -39,36 +39,35 @@ enum ExitCode : int {
 };
 
 void usage(std::FILE* out) {
-    std::fprintf(
-        out,
-        "usage: stephost [OPTIONS] COMMAND\n"
-        "  Loads _binlinux/Flukokzad.so beside this program as a host does and gives it\n"
-        "  the stand-in host. Program files are found from the current folder.\n"
-        "\n"
-        "commands:\n"
-        "  run FILE                           runs the program file's steps in order, with a trace\n"
-        "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save; each OUT\n"
-        "                                     is written whole beside itself, then renamed into place\n"
-        "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
-        "  classes                            lists the step classes and the interfaces they answer\n"
-        "\n"
-        "options:\n"
-        "  --trace human|json  the trace of run on standard output: a block of lines per step\n"
-        "                   (human, the default) or one JSON object per line and event\n"
-        "  --module PATH    the module to load instead of _binlinux/Flukokzad.so beside stephost\n"
-        "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
-        "                   with [Workspace] and [Mappings] sections\n"
-        "  --interactive    the operator is the person at the terminal, not the\n"
-        "                   program file's <operator> script\n"
-        "\n"
-        "exit codes:\n"
-        "  0   every step succeeded (save: written; check: identical after reloading)\n"
-        "  1   a step returned a failure code (check: a difference; classes: a class cannot be made)\n"
-        "  2   a program or settings file cannot be read or was refused (\"file:line: why\" on\n"
-        "      standard error), or an output cannot be written\n"
-        "  3   the module cannot be loaded\n"
-        "  64  an unknown command or option, or an option without its argument\n"
-        "  70  host objects were still alive at the end (a reference the module or host leaked)\n");
+    std::fprintf(out,
+                 "usage: stephost [OPTIONS] COMMAND\n"
+                 "  Loads _binlinux/Flukokzad.so beside this program as a host does and gives it\n"
+                 "  the stand-in host. Program files are found from the current folder.\n"
+                 "\n"
+                 "commands:\n"
+                 "  run FILE                           runs the program file's steps in order, with a trace\n"
+                 "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save; each OUT\n"
+                 "                                     is written whole beside itself, then renamed into place\n"
+                 "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
+                 "  classes                            lists the step classes and the interfaces they answer\n"
+                 "\n"
+                 "options:\n"
+                 "  --trace human|json  the trace of run on standard output: a block of lines per step\n"
+                 "                   (human, the default) or one JSON object per line and event\n"
+                 "  --module PATH    the module to load instead of _binlinux/Flukokzad.so beside stephost\n"
+                 "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
+                 "                   with [Workspace] and [Mappings] sections\n"
+                 "  --interactive    the operator is the person at the terminal, not the\n"
+                 "                   program file's <operator> script\n"
+                 "\n"
+                 "exit codes:\n"
+                 "  0   every step succeeded (save: written; check: identical after reloading)\n"
+                 "  1   a step returned a failure code (check: a difference; classes: a class cannot be made)\n"
+                 "  2   a program or settings file cannot be read or was refused (\"file:line: why\" on\n"
+                 "      standard error), or an output cannot be written\n"
+                 "  3   the module cannot be loaded\n"
+                 "  64  an unknown command or option, or an option without its argument\n"
+                 "  70  host objects were still alive at the end (a reference the module or host leaked)\n");
 }
 
 // The folder of this program's file, symbolic links resolved, so that a link
@@ -110,17 +109,27 @@ struct Face {
     IID iid;
 };
 
-#define FACE(Name) Face{#Name, IID_##Name}
-const Face kFaces[] = {FACE(IStep),          FACE(IParameters),          FACE(IParametersCreatable),
-                       FACE(IDataPersist),   FACE(IBindableObject),      FACE(IReplicableObject),
-                       FACE(IInputParameters), FACE(IUIPropertyPageSpecify), FACE(IParametricObject),
-                       FACE(IUIVerbCollectionSpecify), FACE(_IConfirmationEvent), FACE(_IUIKeyboardEvents),
-                       FACE(_IUIFileArchiveEvents), FACE(_IUIPropFrameEvents)};
+#define FACE(Name) \
+    Face { #Name, IID_##Name }
+const Face kFaces[] = {FACE(IStep),
+                       FACE(IParameters),
+                       FACE(IParametersCreatable),
+                       FACE(IDataPersist),
+                       FACE(IBindableObject),
+                       FACE(IReplicableObject),
+                       FACE(IInputParameters),
+                       FACE(IUIPropertyPageSpecify),
+                       FACE(IParametricObject),
+                       FACE(IUIVerbCollectionSpecify),
+                       FACE(_IConfirmationEvent),
+                       FACE(_IUIKeyboardEvents),
+                       FACE(_IUIFileArchiveEvents),
+                       FACE(_IUIPropFrameEvents)};
 #undef FACE
 
 const wchar_t* const kStepNames[] = {
-    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",         L"GCUIInput",
-    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite",    L"GCUIRefresh",
+    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",      L"GCUIInput",
+    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite", L"GCUIRefresh",
     L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",  L"GCUIVerb",
 };
 
@@ -156,9 +165,7 @@ std::atomic<bool> gInterrupted{false};
 // Until the operator has finished with every window (the questions and the
 // property frames' editing sessions alike run on the operator's threads),
 // whose last answers release steps, in the module's code.
-void waitForTheOperator() {
-    host::OperatorThreads::wait();
-}
+void waitForTheOperator() { host::OperatorThreads::wait(); }
 
 extern "C" void onInterrupt(int) { gInterrupted.store(true); }
 
@@ -193,8 +200,10 @@ bool parseArguments(int argc, char** argv, Options& options, std::string& error)
         const char* option;
         std::string Options::*value;
     };
-    const Valued valued[] = {{"--settings", &Options::settings}, {"--module", &Options::module},
-                             {"--trace", &Options::trace},       {"--xml", &Options::xmlOut},
+    const Valued valued[] = {{"--settings", &Options::settings},
+                             {"--module", &Options::module},
+                             {"--trace", &Options::trace},
+                             {"--xml", &Options::xmlOut},
                              {"--folder", &Options::folderOut}};
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i) {

@@ -3,10 +3,9 @@
 #include <cstring>
 
 const ModuleClass* const gModuleClasses[kModuleClassCount] = {
-    &gGCUIActivateClass,  &gGCUIButtonSelectClass, &gGCUIConfirmClass,        &gGCUIEditClass,
-    &gGCUIInputClass,     &gGCUIMessageClass,      &gGCUIPointerClass,        &gGCUIPropReadClass,
-    &gGCUIPropWriteClass, &gGCUIRefreshClass,      &gGCUIScrollClass,         &gGCUITabGetSelectedClass,
-    &gGCUITabSelectClass, &gGCUIVerbClass,
+    &gGCUIActivateClass, &gGCUIButtonSelectClass,   &gGCUIConfirmClass,   &gGCUIEditClass,      &gGCUIInputClass,
+    &gGCUIMessageClass,  &gGCUIPointerClass,        &gGCUIPropReadClass,  &gGCUIPropWriteClass, &gGCUIRefreshClass,
+    &gGCUIScrollClass,   &gGCUITabGetSelectedClass, &gGCUITabSelectClass, &gGCUIVerbClass,
 };
 
 namespace {

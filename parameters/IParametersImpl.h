@@ -84,8 +84,12 @@ public:
     }
     virtual HRESULT Copy(IParameters* source) { return m_Parameters.Copy(source, kCreatable); }
     virtual HRESULT Sort(int32_t mode) { return m_Parameters.Sort(mode); }
-    virtual HRESULT Params_SaveCSV(IDataStream* stream, int32_t mode) { return m_Parameters.Params_SaveCSV(stream, mode); }
-    virtual HRESULT Params_SaveXML(IDataStream* stream, int32_t mode) { return PARAMSSaveXML(m_Parameters, stream, mode); }
+    virtual HRESULT Params_SaveCSV(IDataStream* stream, int32_t mode) {
+        return m_Parameters.Params_SaveCSV(stream, mode);
+    }
+    virtual HRESULT Params_SaveXML(IDataStream* stream, int32_t mode) {
+        return PARAMSSaveXML(m_Parameters, stream, mode);
+    }
     virtual HRESULT Params_LoadXML(IDataStream* stream, int32_t mode, int32_t /*reserved*/) {
         return PARAMSLoadXML(m_Parameters, stream, mode);
     }

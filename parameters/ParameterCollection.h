@@ -201,7 +201,9 @@ private:
 // Holds the collection lock for a scope: every path out unlocks.
 class CollectionLockHolder {
 public:
-    explicit CollectionLockHolder(IParameters* parameters) : m_Parameters(parameters) { m_Parameters->CollectionLock(); }
+    explicit CollectionLockHolder(IParameters* parameters) : m_Parameters(parameters) {
+        m_Parameters->CollectionLock();
+    }
     ~CollectionLockHolder() { m_Parameters->CollectionUnlock(); }
     CollectionLockHolder(const CollectionLockHolder&) = delete;
     CollectionLockHolder& operator=(const CollectionLockHolder&) = delete;

@@ -3,8 +3,8 @@
 #include "parameters/Bindings.h"
 #include "parameters/FolderPersistence.h"
 #include "parameters/XmlPersistence.h"
-#include "runtime/ComponentAccess.h"
 #include "runtime/CREFString.h"
+#include "runtime/ComponentAccess.h"
 #include "runtime/Values.h"
 
 namespace {
@@ -155,7 +155,8 @@ HRESULT StepInputs::save(ParameterCollection& parameters, IDataStream* stream, i
             PARAMSSaveFolderStream(parameters, folderOfParameters.get(), mode);
         }
     }
-    if (SmartPtr<IFolderStream> inputs = newFolder(folder.get(), L"Inputs")) saveInputs(inputs.get(), mode | MODE_COMPACT);
+    if (SmartPtr<IFolderStream> inputs = newFolder(folder.get(), L"Inputs"))
+        saveInputs(inputs.get(), mode | MODE_COMPACT);
     return S_OK;
 }
 
@@ -194,7 +195,8 @@ HRESULT StepInputs::replicate(ParameterCollection& parameters, CREATEFUNCTION cr
     SmartPtr<IUnknown> replica;
     if (!create || create(nullptr, &IID_IUnknown, replica.put_void()) != S_OK || !replica) return S_OK;
     if (SmartPtr<IParameters> target = replica.query<IParameters>()) replicateParameters(parameters, target.get());
-    if (SmartPtr<IInputParameters> targetInputs = replica.query<IInputParameters>()) replicateInputs(targetInputs.get());
+    if (SmartPtr<IInputParameters> targetInputs = replica.query<IInputParameters>())
+        replicateInputs(targetInputs.get());
     *copy = replica.detach();
     return S_OK;
 }

@@ -73,7 +73,8 @@ HRESULT PARAMSSaveXML(ParameterCollection& parameters, IDataStream* stream, int3
         }
         xml->BeginElement(name.get(), 0, 0);
         xml->WriteElement(nameString(L"Value").get(), 0, text.get(), 0);
-        if (flags != 0) xml->WriteElement(nameString(L"Flags").get(), 0, ISCreateHex(static_cast<uint32_t>(flags)).get(), 0);
+        if (flags != 0)
+            xml->WriteElement(nameString(L"Flags").get(), 0, ISCreateHex(static_cast<uint32_t>(flags)).get(), 0);
         if (object) writeObjectElement(xml.get(), descriptor.get(), object.get(), mode);
         xml->EndElement();
     }
@@ -132,7 +133,8 @@ HRESULT PARAMSSaveXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
         const SmartPtr<IUnknown>& descriptor = stored.descriptor;
 
         xml->BeginElement(ParameterCollection::entryName(storedName.get(), index).get(), 0, 0);
-        if (flags != 0) xml->WriteElement(nameString(L"Flags").get(), 0, ISCreateHex(static_cast<uint32_t>(flags)).get(), 0);
+        if (flags != 0)
+            xml->WriteElement(nameString(L"Flags").get(), 0, ISCreateHex(static_cast<uint32_t>(flags)).get(), 0);
         writeObjectElement(xml.get(), item.get(), persist.get(), mode);
         if (SmartPtr<IDataPersist> persistDescriptor = descriptor.query<IDataPersist>()) {
             xml->BeginElement(nameString(L"ItemDescriptor").get(), 0, 0);

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "runtime/CREFString.h"
-#include "runtime/Values.h"
 #include "runtime/PropertyNames.h"
+#include "runtime/Values.h"
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
 

@@ -23,11 +23,11 @@ constexpr const IID& iidOf() {
     return InterfaceId<I>::value;
 }
 
-#define FLUKO_INTERFACE_ID(Name)                          \
-    inline constexpr IID IID_##Name = __IIDOfc(#Name);   \
-    template <>                                           \
-    struct InterfaceId<Name> {                            \
-        static constexpr const IID& value = IID_##Name;   \
+#define FLUKO_INTERFACE_ID(Name)                        \
+    inline constexpr IID IID_##Name = __IIDOfc(#Name);  \
+    template <>                                         \
+    struct InterfaceId<Name> {                          \
+        static constexpr const IID& value = IID_##Name; \
     }
 
 // ---------------------------------------------------------------------------
@@ -362,8 +362,7 @@ FLUKO_INTERFACE_ID(IUIKeyboardInput);
 
 class IUIMouseInput : public IUnknown {
 public:
-    virtual HRESULT SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y,
-                              int32_t* area) = 0;
+    virtual HRESULT SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) = 0;
 };
 FLUKO_INTERFACE_ID(IUIMouseInput);
 
@@ -424,8 +423,8 @@ public:
     virtual HRESULT ShowPopup(IString* caption, IUnknown* owner, int32_t a, IUnknown* content, IUnknown** window,
                               int32_t b, int32_t c) = 0;
     virtual HRESULT ShowFileArchive(int32_t nameLength, const wchar_t* name, int32_t captionLength,
-                                    const wchar_t* caption, int32_t filterLength, const wchar_t* filter,
-                                    int32_t a, int32_t save, int32_t b, int32_t c, IUnknown** result) = 0;
+                                    const wchar_t* caption, int32_t filterLength, const wchar_t* filter, int32_t a,
+                                    int32_t save, int32_t b, int32_t c, IUnknown** result) = 0;
 };
 FLUKO_INTERFACE_ID(IUIUtils);
 
@@ -480,8 +479,7 @@ public:
     virtual HRESULT CollectionLock() = 0;
     virtual HRESULT CollectionUnlock() = 0;
     virtual HRESULT IsCollectionLocked() = 0;
-    virtual HRESULT Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor,
-                            int32_t* flags) = 0;
+    virtual HRESULT Iterate(int32_t index, IString** name, IVariant** value, IUnknown** descriptor, int32_t* flags) = 0;
     virtual HRESULT get_ItemVariant(int32_t index, IVariant** out) = 0;
     virtual HRESULT put_Item(int32_t index, IUnknown* value) = 0;
     virtual HRESULT get_ItemDescriptor(int32_t index, IUnknown** out) = 0;

@@ -63,8 +63,7 @@ struct InterfaceMap {
 // The walk every class shares: the index, then the table's entries where
 // the index names several. `delegate` answers the delegated entries (null:
 // they are unknown).
-HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const IID& iid, void** out,
-                             IUnknown* delegate);
+HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const IID& iid, void** out, IUnknown* delegate);
 
 // The base of every step object, with the operations that do not depend on
 // the class: the construction hooks, the lock and the count.
@@ -147,8 +146,8 @@ public:
 };
 
 template <class T>
-const tagREFString IObjectInfoImpl<T>::m_ObjectName = {
-    static_cast<int32_t>(std::size(T::kRegisteredName) - 1), T::kRegisteredName};
+const tagREFString IObjectInfoImpl<T>::m_ObjectName = {static_cast<int32_t>(std::size(T::kRegisteredName) - 1),
+                                                       T::kRegisteredName};
 
 // A POSIX error-checking mutex: a second Lock by its holder returns at once
 // without counting, and the first Unlock releases it.

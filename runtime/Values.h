@@ -12,11 +12,11 @@
 SmartPtr<IString> ISCreate(const wchar_t* text);                  // terminated, may be null
 SmartPtr<IString> ISCreate(const char* utf8, int32_t byteCount);  // lenient UTF-8
 SmartPtr<IString> ISCreate(const tagREFString& text);
-SmartPtr<IString> ISCreate(int32_t value);                        // "%i"
-SmartPtr<IString> ISCreate(IVariant* variant);                    // the variant's text; null for null
-SmartPtr<IString> ISCreate(IVariant* variant, int16_t precision); // decimals, -1 automatic, below -1 format codes
-SmartPtr<IString> ISCreateHex(uint32_t value);                    // "#%06X" or "#%X"
-SmartPtr<IString> ISCreateColor(uint32_t color);                  // 0x00BBGGRR shown red first
+SmartPtr<IString> ISCreate(int32_t value);                         // "%i"
+SmartPtr<IString> ISCreate(IVariant* variant);                     // the variant's text; null for null
+SmartPtr<IString> ISCreate(IVariant* variant, int16_t precision);  // decimals, -1 automatic, below -1 format codes
+SmartPtr<IString> ISCreateHex(uint32_t value);                     // "#%06X" or "#%X"
+SmartPtr<IString> ISCreateColor(uint32_t color);                   // 0x00BBGGRR shown red first
 
 int32_t _IS2Integer(CREFString text, int32_t base);
 // Consumes the leading blanks, control characters and stray byte-order-mark

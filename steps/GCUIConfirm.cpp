@@ -27,16 +27,18 @@ constexpr int32_t kEnterKey = 13;
 // The window's style word for the "Style" choice; anything else offers OK.
 int32_t styleWord(int32_t style) {
     switch (style) {
-        case 1: return 0x2001;  // OK Cancel
-        case 2: return 0x4001;  // Yes No
-        default: return 0x1001; // OK
+        case 1:
+            return 0x2001;  // OK Cancel
+        case 2:
+            return 0x4001;  // Yes No
+        default:
+            return 0x1001;  // OK
     }
 }
 
 }  // namespace
 
-class CGCUIConfirm final
-    : public StepBase<CGCUIConfirm, IParameters, IStepImplAsynchronous, _IConfirmationEvent> {
+class CGCUIConfirm final : public StepBase<CGCUIConfirm, IParameters, IStepImplAsynchronous, _IConfirmationEvent> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIConfirm";
     static constexpr StepTables kTables{{}, kParameters, kPages};

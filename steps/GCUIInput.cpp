@@ -36,10 +36,14 @@ constexpr size_t kNameCapacity = 256;  // wide characters of an advanced name, t
 int32_t keyboardMode(int32_t type) {
     switch (type) {
         case kPassword:
-        case kSystemPassword: return 0x8080006;
-        case kInteger: return 0x8000003;
-        case kDouble: return 0x8000005;
-        default: return 0x8000006;
+        case kSystemPassword:
+            return 0x8080006;
+        case kInteger:
+            return 0x8000003;
+        case kDouble:
+            return 0x8000005;
+        default:
+            return 0x8000006;
     }
 }
 
@@ -107,8 +111,8 @@ static std::wstring nextFreeName(const std::wstring& name) {
     return advanced;
 }
 
-class CGCUIInput final : public StepBase<CGCUIInput, IParameters, IStepImplAsynchronous, _IUIKeyboardEvents,
-                                         _IUIFileArchiveEvents> {
+class CGCUIInput final
+    : public StepBase<CGCUIInput, IParameters, IStepImplAsynchronous, _IUIKeyboardEvents, _IUIFileArchiveEvents> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIInput";
     static constexpr StepTables kTables{{}, kParameters, kPages};
@@ -203,9 +207,9 @@ private:
         SmartPtr<IUnknown> chosen;
         const auto length = [](const std::wstring& text) { return static_cast<int32_t>(text.size()); };
         const auto textOrNone = [](const std::wstring& text) { return text.empty() ? nullptr : text.c_str(); };
-        if (!utils || utils->ShowFileArchive(length(name), textOrNone(name), length(captionText), textOrNone(captionText),
-                                             length(filterText), textOrNone(filterText), 0, type == kFileLoad ? 0 : 1,
-                                             0, -1, chosen.put()) < 0) {
+        if (!utils || utils->ShowFileArchive(length(name), textOrNone(name), length(captionText),
+                                             textOrNone(captionText), length(filterText), textOrNone(filterText), 0,
+                                             type == kFileLoad ? 0 : 1, 0, -1, chosen.put()) < 0) {
             writeInteger(kReturnCode, -1);
             return E_FAIL;
         }
@@ -216,7 +220,7 @@ private:
             SmartPtr<IUnknown> hosted;
             window->get_HostedObject(hosted.put());
             SmartPtr<IUIFileArchive> chooser = queryInterface<IUIFileArchive>(hosted.get());
-            m_InputDone = readInteger(kWait) == 0 ? 1 : 0;  // before the chooser can close
+            m_InputDone = readInteger(kWait) == 0 ? 1 : 0;                        // before the chooser can close
             if (!chooser || AdviseEvents(chooser.get(), 2) < 0) m_InputDone = 1;  // no close will come
             window->Show(1, 2);
             return 1;

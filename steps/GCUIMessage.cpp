@@ -22,7 +22,7 @@ public:
     static constexpr StepTables kTables{{}, kParameters, kPages};
     // The host cannot copy a Message step: it does not answer IReplicableObject.
     using Interfaces = InterfaceList<IObjectInfo, IUIPropertyPageSpecify, IStep, Delegated<IInputParameters>,
-                                   IDataPersist, IParameters, IBindableObject>;
+                                     IDataPersist, IParameters, IBindableObject>;
 
     // The window is kept by the host's window collection under the class's
     // registered name, so every Message step replaces or clears the one

@@ -4,9 +4,9 @@
 
 namespace {
 
-enum { kScrollableObject };                      // inputs
-enum { kOperation, kAxis, kPos, kPageSize };     // parameters, in declaration order
-enum { kSetsPosition = 1, kSetsPageSize = 2 };   // bits of "Operation"; none: Read
+enum { kScrollableObject };                     // inputs
+enum { kOperation, kAxis, kPos, kPageSize };    // parameters, in declaration order
+enum { kSetsPosition = 1, kSetsPageSize = 2 };  // bits of "Operation"; none: Read
 
 const InputDeclaration kInputs[] = {
     {L"ScrollableObject", &IID_IUIScrollableObject, 0},

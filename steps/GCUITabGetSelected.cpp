@@ -4,8 +4,8 @@
 
 namespace {
 
-enum { kTabbedWindows };          // inputs
-enum { kIndex, kName, kItem };    // parameters (all results), in declaration order
+enum { kTabbedWindows };        // inputs
+enum { kIndex, kName, kItem };  // parameters (all results), in declaration order
 
 const InputDeclaration kInputs[] = {
     {L"TabbedWindows", &IID_INamedCollection, 0},

@@ -21,10 +21,10 @@ constexpr int32_t kEditVerb = 3;
 constexpr int32_t kRunVerb = 8;
 constexpr int32_t kStopVerb = 9;
 
-constexpr int32_t kVerbIdentifier = 2;     // IUIVerb property
-constexpr int32_t kActionFlags = 0x43;     // an integer chosen from a list
+constexpr int32_t kVerbIdentifier = 2;  // IUIVerb property
+constexpr int32_t kActionFlags = 0x43;  // an integer chosen from a list
 constexpr int32_t kEditedObjectFlags = 0x60;
-constexpr int32_t kScalarInteger = 3;      // folder-stream scalar kind
+constexpr int32_t kScalarInteger = 3;  // folder-stream scalar kind
 
 // Parameter collections and verb collections are made by components found
 // once and kept for the life of the module.

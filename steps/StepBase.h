@@ -10,8 +10,8 @@
 #include "execution/StepExecution.h"
 #include "parameters/Declarations.h"
 #include "parameters/InputParametersImpl.h"
-#include "runtime/ObjectBase.h"
 #include "runtime/ComponentAccess.h"
+#include "runtime/ObjectBase.h"
 #include "runtime/ObjectResolve.h"
 #include "runtime/Values.h"
 
@@ -28,8 +28,8 @@ struct StepTables {
     DeclarationTable<InputDeclaration> inputs;
     DeclarationTable<ParameterDeclaration> parameters;
     TableView<PageDeclaration> pages;
-    int32_t splitLayout = 0;           // "Parameters" and "Inputs" sub-folders, rebuilt on loading
-    bool pagesNameTheStep = false;     // each page entry's descriptor is the registered name
+    int32_t splitLayout = 0;        // "Parameters" and "Inputs" sub-folders, rebuilt on loading
+    bool pagesNameTheStep = false;  // each page entry's descriptor is the registered name
 };
 
 template <class T, class ParametersInterface, template <class, class, class> class Execution, class... Extra>
@@ -53,8 +53,8 @@ public:
     }
 
     HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
-        return PAGESBuild(T::kTables.pages, T::kTables.pagesNameTheStep ? IObjectInfoImpl<T>::m_ObjectName.text : nullptr,
-                          pages);
+        return PAGESBuild(T::kTables.pages,
+                          T::kTables.pagesNameTheStep ? IObjectInfoImpl<T>::m_ObjectName.text : nullptr, pages);
     }
 
     // A step whose work is not built yet says so.
@@ -69,8 +69,12 @@ protected:
 
     // --- The toolkit ----------------------------------------------------------
     // The parameter at index, or the default when it cannot be read.
-    int32_t readInteger(int32_t index, int32_t defaultValue = 0) { return this->m_Parameters.readInteger(index, defaultValue); }
-    double readDouble(int32_t index, double defaultValue = 0.0) { return this->m_Parameters.readDouble(index, defaultValue); }
+    int32_t readInteger(int32_t index, int32_t defaultValue = 0) {
+        return this->m_Parameters.readInteger(index, defaultValue);
+    }
+    double readDouble(int32_t index, double defaultValue = 0.0) {
+        return this->m_Parameters.readDouble(index, defaultValue);
+    }
     SmartPtr<IString> readText(int32_t index, const wchar_t* defaultText = L"") {
         return this->m_Parameters.readText(index, defaultText);
     }

@@ -1,5 +1,7 @@
 // The host's input bindings: what an input list hands a step, how a moniker
 // resolves its name, and bindings saved and loaded in both stream kinds.
+#include "support/Bindings.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,7 +13,6 @@
 #include "host/Inputs.h"
 #include "host/Variants.h"
 #include "host/XmlStream.h"
-#include "support/Bindings.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -77,7 +78,7 @@ TEST_F(Bindings, AnInputGivesWhatItIsBoundToOrNothing) {
         int32_t index;
         HRESULT result;
         IUnknown* expected;
-    } cases[] = {{0, S_OK, direct.get()}, {1, S_OK, view.get()}, {2, S_OK, nullptr},
+    } cases[] = {{0, S_OK, direct.get()}, {1, S_OK, view.get()},      {2, S_OK, nullptr},
                  {3, S_OK, nullptr},      {4, E_INVALIDARG, nullptr}, {-1, E_INVALIDARG, nullptr}};
     for (const auto& item : cases) {
         SCOPED_TRACE(item.index);
@@ -167,8 +168,8 @@ TEST_F(Bindings, LoadingMakesEachBindingWhatWasSavedPositionByPosition) {
             binding->put_ItemIndex(9);
         }
         ASSERT_EQ(target->Load(stream.get(), 0), S_OK);
-        EXPECT_EQ(inputBindings(static_cast<IInputParameters*>(target.get())), (std::vector<std::wstring>{bindingText(first.get()),
-                                                                          bindingText(inputAt(saved.get(), 1).get())}));
+        EXPECT_EQ(inputBindings(static_cast<IInputParameters*>(target.get())),
+                  (std::vector<std::wstring>{bindingText(first.get()), bindingText(inputAt(saved.get(), 1).get())}));
     }
 }
 

@@ -456,4 +456,3 @@ TEST_F(ComponentAccess, CollectionsExLoadedBesideTheHostIsAHostOfItsOwn) {
     host::OperatorThreads::wait();
     EXPECT_EQ(host::Ledger::live(), live) << host::Ledger::report();
 }
-

@@ -48,22 +48,16 @@ std::vector<ExpectedInput> editInputs() {
 
 std::vector<ExpectedParameter> editParameters() {
     std::vector<ExpectedParameter> parameters = {
-        number(L"AccessLevel", 0, 0x3),
-        text(L"Caption", L"Edit...", 0x6),
-        number(L"SetPages", 0, 0x13),
-        number(L"ItemSize", 18, 0x3),
-        number(L"SaveLocation", 0, 0x13),
-        number(L"ShowClose", 1, 0x43, L"Off|Show|ShowAndCloseOnApply"),
-        number(L"ShowHelp", 1, 0x13),
-        number(L"ShowSaveLoad", 3, 0x43, L"Off|Save|Load|Both"),
-        number(L"WindowLess", 1, 0x13),
-        number(L"Wait", 0, 0x13),
-        number(L"ReturnCode", 0, 0x40003),
-        text(L"HelpFile", L"", 0x416),
+        number(L"AccessLevel", 0, 0x3),    text(L"Caption", L"Edit...", 0x6),
+        number(L"SetPages", 0, 0x13),      number(L"ItemSize", 18, 0x3),
+        number(L"SaveLocation", 0, 0x13),  number(L"ShowClose", 1, 0x43, L"Off|Show|ShowAndCloseOnApply"),
+        number(L"ShowHelp", 1, 0x13),      number(L"ShowSaveLoad", 3, 0x43, L"Off|Save|Load|Both"),
+        number(L"WindowLess", 1, 0x13),    number(L"Wait", 0, 0x13),
+        number(L"ReturnCode", 0, 0x40003), text(L"HelpFile", L"", 0x416),
     };
     const wchar_t* pageNames[] = {L"Parameters", L"Preferences", L"", L"", L""};
-    const wchar_t* pages[] = {L"UIParametersPropPage", L"UIParametricObjectPropPage", L"UIPropInterrogatePropPage",
-                              L"", L""};
+    const wchar_t* pages[] = {L"UIParametersPropPage", L"UIParametricObjectPropPage", L"UIPropInterrogatePropPage", L"",
+                              L""};
     for (int i = 0; i < 5; ++i) {
         const std::wstring n = std::to_wstring(i + 1);
         parameters.push_back(text((L"PageName" + n).c_str(), pageNames[i], 0x6));
@@ -87,7 +81,8 @@ const std::map<std::wstring, ExpectedStep>& expectedSteps() {
         {L"GCUIInput",
          {{},
           {text(L"Caption", L"Please enter ???", 6),
-           number(L"Type", 0, 0x43, L"String|Password|SystemPassword|Integer|Double|FileLoad|FileSave|SetRecentFileOnly"),
+           number(L"Type", 0, 0x43,
+                  L"String|Password|SystemPassword|Integer|Double|FileLoad|FileSave|SetRecentFileOnly"),
            text(L"ExtIfFile", L"Images|*.jpg;*.png;*.bmp|All Files|*.*||", 6), number(L"Input", 0, 6),
            number(L"TimeOut", 0, 3), number(L"Wait", 0, 0x13), number(L"ReturnCode", 0, 0x40003)}}},
         {L"GCUIMessage", {{}, {text(L"Message", L"Running", 6)}}},

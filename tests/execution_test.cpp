@@ -1,8 +1,7 @@
 // How the host starts, stops and times steps: the synchronous and the
 // asynchronous frameworks, driven through IStep with test step classes.
-#include <gtest/gtest.h>
-
 #include <dirent.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -11,8 +10,8 @@
 #include <mutex>
 #include <thread>
 
-#include "support/TestStep.h"
 #include "support/HostTest.h"
+#include "support/TestStep.h"
 
 namespace {
 
@@ -162,10 +161,8 @@ TEST(ExecutionTime, MillisecondsFromSecondsAndMicroseconds) {
     };
     const Case cases[] = {
         {{10, 999900}, {11, 100}, 0.2},  // negative microsecond difference
-        {{5, 0}, {5, 1500}, 1.5},
-        {{0, 500000}, {2, 0}, 1500.0},
-        {{7, 250}, {7, 250}, 0.0},
-        {{100, 0}, {99, 999000}, -1.0},  // a clock that went back
+        {{5, 0}, {5, 1500}, 1.5},       {{0, 500000}, {2, 0}, 1500.0},
+        {{7, 250}, {7, 250}, 0.0},      {{100, 0}, {99, 999000}, -1.0},  // a clock that went back
     };
     for (const Case& c : cases) {
         EXPECT_NEAR(CTimer::MillisecondsBetween(c.start, c.end), c.milliseconds, 1e-9)
@@ -313,6 +310,5 @@ TEST_F(Execution, ThousandsOfRunsLeaveNoThreadsBehind) {
     // the last Release may be the worker's: the object ends either way, once.
     step = nullptr;
     EXPECT_TRUE(eventually([] { return gScript.with([] { return gScript.finalReleases == 1; }); }));
-    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore; }))
-        << "no worker outlives its step";
+    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore; })) << "no worker outlives its step";
 }

@@ -150,8 +150,8 @@ TEST_F(FolderPersistence, ObjectValuesUnnamedParametersAndTheStepItself) {
     EXPECT_EQ(parameters->folder(L"Result")->bytes(L"Flags"), (std::vector<uint8_t>{0x03, 0x00, 0x04, 0x00}));
 
     SmartPtr<IUnknown> copy = reloaded(L"GCUIPropWrite", stream->save());
-    EXPECT_EQ(descriptorTexts(copy.get()), (std::vector<std::wstring>{L"Target #0 none", L"Self #0 none",
-                                                                       L"Item3 #0 none", L"Result #40003 none"}));
+    EXPECT_EQ(descriptorTexts(copy.get()),
+              (std::vector<std::wstring>{L"Target #0 none", L"Self #0 none", L"Item3 #0 none", L"Result #40003 none"}));
     SmartPtr<IParameters> loaded = queryInterface<IParameters>(copy.get());
     SmartPtr<IUnknown> object;
     loaded->get_Item(0, object.put());
@@ -172,8 +172,8 @@ TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
     SmartPtr<IParametersCreatable> write = createStep<IParametersCreatable>(L"GCUIPropWrite");
     write->Add(host::makeString(L"Setup").get(), host::makeVariant(std::wstring(L"/opt/inspect/data/a.png")).get(),
                nullptr, 0x16);
-    write->Add(host::makeString(L"Picture").get(), host::makeVariant(std::wstring(L"/media/img/1.bmp")).get(),
-               nullptr, 0x6);
+    write->Add(host::makeString(L"Picture").get(), host::makeVariant(std::wstring(L"/media/img/1.bmp")).get(), nullptr,
+               0x6);
     write->Add(host::makeString(L"Elsewhere").get(), host::makeVariant(std::wstring(L"/srv/x.cfg")).get(), nullptr,
                0x16);
     SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
@@ -195,9 +195,9 @@ TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
 
     SmartPtr<IUnknown> copy = createStep(L"GCUIPropWrite");
     queryInterface<IDataPersist>(copy.get())->Load(stream.get(), 0);
-    EXPECT_EQ(parameterTexts(copy.get()), (std::vector<std::wstring>{L"Setup=/opt/inspect/data/a.png",
-                                                                      L"Picture=/media/img/1.bmp",
-                                                                      L"Elsewhere=/srv/x.cfg"}));
+    EXPECT_EQ(parameterTexts(copy.get()),
+              (std::vector<std::wstring>{L"Setup=/opt/inspect/data/a.png", L"Picture=/media/img/1.bmp",
+                                         L"Elsewhere=/srv/x.cfg"}));
     components->remove(L"Registry");
 }
 

@@ -1,7 +1,6 @@
 // The stand-in host's core objects behave as the module expects of a host.
-#include <gtest/gtest.h>
-
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
@@ -144,7 +143,8 @@ TEST_F(StandInHost, CollectionsFindItemsByNameOrNumber) {
     EXPECT_EQ(collection->get_Item(1, item.put()), S_OK);
     EXPECT_EQ(queryInterface<IVariant>(item.get())->get_Long(), 2);
 
-    SmartPtr<INamedCollection> named = SmartPtr<IUnknown>(static_cast<ISuperCollection*>(collection.get())).query<INamedCollection>();
+    SmartPtr<INamedCollection> named =
+        SmartPtr<IUnknown>(static_cast<ISuperCollection*>(collection.get())).query<INamedCollection>();
     EXPECT_TRUE(named);
 }
 

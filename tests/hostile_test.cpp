@@ -5,9 +5,9 @@
 // for their own checks hold whatever the host does.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <string>
@@ -65,16 +65,22 @@ const Mode kModes[] = {
 // documented failures.
 bool documented(HRESULT code) {
     switch (static_cast<uint32_t>(code)) {
-    case 0: case 1: case 0x80004005: case 0x80004002: case 0x80004001: case 0x80004003: case 0x80070057:
-        return true;
-    default:
-        return false;
+        case 0:
+        case 1:
+        case 0x80004005:
+        case 0x80004002:
+        case 0x80004001:
+        case 0x80004003:
+        case 0x80070057:
+            return true;
+        default:
+            return false;
     }
 }
 
-#define EXPECT_DOCUMENTED(call)                                                   \
-    do {                                                                          \
-        const HRESULT code_ = (call);                                             \
+#define EXPECT_DOCUMENTED(call)                                                     \
+    do {                                                                            \
+        const HRESULT code_ = (call);                                               \
         EXPECT_TRUE(documented(code_)) << #call << " gave 0x" << std::hex << code_; \
     } while (0)
 
@@ -237,9 +243,7 @@ SmartPtr<IStep> execute(SmartPtr<IStep> step) {
 
 // The operator's answers under way. The script stays: a step the host let
 // go during its run may still ask, and ends only when answered.
-void waitForTheOperator() {
-    host::OperatorThreads::wait();
-}
+void waitForTheOperator() { host::OperatorThreads::wait(); }
 
 }  // namespace
 
@@ -363,7 +367,8 @@ TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
             // Under the memory checker (FLUKO_STRESS_DIVISOR) and in an
             // emulated build, every n-th lookup only.
             const char* divisor = std::getenv("FLUKO_STRESS_DIVISOR");
-            const int32_t stride = (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * (divisor ? std::max(1, std::atoi(divisor)) : 1);
+            const int32_t stride =
+                (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * (divisor ? std::max(1, std::atoi(divisor)) : 1);
             for (int32_t at = 0; at < lookups; at += stride) {
                 SCOPED_TRACE(host::narrow(className) + " lookup " + std::to_string(at));
                 restartModule();

@@ -24,9 +24,12 @@ IID incrementalIID(const std::string& name) {
     for (size_t i = 0; i < name.size() && i < 25; ++i) {
         const unsigned char c = static_cast<unsigned char>(name[i]);
         unsigned code = 27;
-        if (c >= 'A' && c <= 'Z') code = c - 0x40u;
-        else if (c >= 'a' && c <= 'z') code = c - 0x60u;
-        else if (c >= '0' && c <= '4') code = c - 0x14u;
+        if (c >= 'A' && c <= 'Z')
+            code = c - 0x40u;
+        else if (c >= 'a' && c <= 'z')
+            code = c - 0x60u;
+        else if (c >= '0' && c <= '4')
+            code = c - 0x14u;
         const unsigned shifted = code << offset;
         bytes[position] = uint8_t(bytes[position] | (shifted & 0xFF));
         bytes[position + 1] = uint8_t(bytes[position + 1] | (shifted >> 8));
@@ -60,8 +63,7 @@ TEST(InterfaceIdentifiers, WorkedValuesAreBitExact) {
         {"IStep", {0x69, 0xD2, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {"istep", {0x69, 0xD2, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {"IParameters", {0x09, 0x06, 0x19, 0x5A, 0xA1, 0x45, 0x4E, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
-        {"_IConfirmationEvent",
-         {0x3B, 0x8D, 0xE7, 0x4C, 0x92, 0x2D, 0xD0, 0xF4, 0x5C, 0xB1, 0xC5, 0x51, 0, 0, 0, 0}},
+        {"_IConfirmationEvent", {0x3B, 0x8D, 0xE7, 0x4C, 0x92, 0x2D, 0xD0, 0xF4, 0x5C, 0xB1, 0xC5, 0x51, 0, 0, 0, 0}},
         {"ICreatableSimpleCollection",
          {0x69, 0xC8, 0x12, 0x68, 0x10, 0xAC, 0xCC, 0xD4, 0x20, 0x2B, 0xE3, 0x31, 0x56, 0x06, 0x4D, 0x0F}},
         {"A3", {0xE1, 0x03, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
@@ -78,8 +80,7 @@ TEST(InterfaceIdentifiers, WorkedValuesAreBitExact) {
 }
 
 TEST(InterfaceIdentifiers, ConstantsAndTheNamesThatCollide) {
-    EXPECT_EQ(bytesOf(IID_IUnknown),
-              (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46}));
+    EXPECT_EQ(bytesOf(IID_IUnknown), (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46}));
     EXPECT_EQ(bytesOf(IID_NULL), std::vector<uint8_t>(16, 0));
     EXPECT_EQ(__IIDOfc(""), IID_NULL);
     EXPECT_EQ(__IIDOfc(nullptr), IID_NULL);
@@ -114,22 +115,71 @@ TEST(InterfaceIdentifiers, PackingAgreesWithTheIncrementalFormOnRandomNames) {
 TEST(InterfaceIdentifiers, EveryInterfaceTheModuleUsesHasItsOwnIdentifier) {
     const std::vector<std::pair<const char*, IID>> used = {
 #define ENTRY(Name) {#Name, IID_##Name}
-        ENTRY(IBindableObject), ENTRY(ICollectionMoniker), ENTRY(IComponentCollection), ENTRY(IComponentString),
-        ENTRY(ICreatableString), ENTRY(IDataPersist), ENTRY(IEventSource), ENTRY(IInputParameter),
-        ENTRY(IInputParameters), ENTRY(INamedCollection), ENTRY(IObjectInfo), ENTRY(IParameters),
-        ENTRY(IParametersCreatable), ENTRY(IParametricObject), ENTRY(IReplicableObject), ENTRY(IStep),
-        ENTRY(IString), ENTRY(ISuperCollection), ENTRY(IVariant), ENTRY(ICSVStream), ENTRY(IDataStream),
-        ENTRY(IFileArchive), ENTRY(IFolderStream), ENTRY(IRegistry), ENTRY(IRegistryEx), ENTRY(IWorkspace),
-        ENTRY(IXMLStream), ENTRY(IActivatableObject), ENTRY(IButton), ENTRY(IButtonCollection),
-        ENTRY(IConfirmationWindow), ENTRY(IHostWindow), ENTRY(IMessageWindow), ENTRY(IPasswordAccess),
-        ENTRY(IRecentStringCollection), ENTRY(IRenderableObject), ENTRY(IRenderableObjectEntity),
-        ENTRY(ISmartViewer), ENTRY(IStringTable), ENTRY(ITabCollection), ENTRY(IToolbar), ENTRY(IToolbarHost),
-        ENTRY(IToolbarItem), ENTRY(IUIFileArchive), ENTRY(IUIKeyboard), ENTRY(IUIKeyboardInput),
-        ENTRY(IUIMouseInput), ENTRY(IUINode), ENTRY(IUIPopupCollection), ENTRY(IUIPropInterrogate),
-        ENTRY(IUIPropInterrogateEx), ENTRY(IUIPropertyPageCollection), ENTRY(IUIPropertyPageSpecify),
-        ENTRY(IUIRefreshableObject), ENTRY(IUIScrollableObject), ENTRY(IUIUtils), ENTRY(IUIVerbCollection),
-        ENTRY(IUIVerbCollectionSpecify), ENTRY(IWindow), ENTRY(IWindowCollection), ENTRY(_IConfirmationEvent),
-        ENTRY(_IUIFileArchiveEvents), ENTRY(_IUIKeyboardEvents), ENTRY(_IUIPropFrameEvents), ENTRY(IUIVerb),
+        ENTRY(IBindableObject),
+        ENTRY(ICollectionMoniker),
+        ENTRY(IComponentCollection),
+        ENTRY(IComponentString),
+        ENTRY(ICreatableString),
+        ENTRY(IDataPersist),
+        ENTRY(IEventSource),
+        ENTRY(IInputParameter),
+        ENTRY(IInputParameters),
+        ENTRY(INamedCollection),
+        ENTRY(IObjectInfo),
+        ENTRY(IParameters),
+        ENTRY(IParametersCreatable),
+        ENTRY(IParametricObject),
+        ENTRY(IReplicableObject),
+        ENTRY(IStep),
+        ENTRY(IString),
+        ENTRY(ISuperCollection),
+        ENTRY(IVariant),
+        ENTRY(ICSVStream),
+        ENTRY(IDataStream),
+        ENTRY(IFileArchive),
+        ENTRY(IFolderStream),
+        ENTRY(IRegistry),
+        ENTRY(IRegistryEx),
+        ENTRY(IWorkspace),
+        ENTRY(IXMLStream),
+        ENTRY(IActivatableObject),
+        ENTRY(IButton),
+        ENTRY(IButtonCollection),
+        ENTRY(IConfirmationWindow),
+        ENTRY(IHostWindow),
+        ENTRY(IMessageWindow),
+        ENTRY(IPasswordAccess),
+        ENTRY(IRecentStringCollection),
+        ENTRY(IRenderableObject),
+        ENTRY(IRenderableObjectEntity),
+        ENTRY(ISmartViewer),
+        ENTRY(IStringTable),
+        ENTRY(ITabCollection),
+        ENTRY(IToolbar),
+        ENTRY(IToolbarHost),
+        ENTRY(IToolbarItem),
+        ENTRY(IUIFileArchive),
+        ENTRY(IUIKeyboard),
+        ENTRY(IUIKeyboardInput),
+        ENTRY(IUIMouseInput),
+        ENTRY(IUINode),
+        ENTRY(IUIPopupCollection),
+        ENTRY(IUIPropInterrogate),
+        ENTRY(IUIPropInterrogateEx),
+        ENTRY(IUIPropertyPageCollection),
+        ENTRY(IUIPropertyPageSpecify),
+        ENTRY(IUIRefreshableObject),
+        ENTRY(IUIScrollableObject),
+        ENTRY(IUIUtils),
+        ENTRY(IUIVerbCollection),
+        ENTRY(IUIVerbCollectionSpecify),
+        ENTRY(IWindow),
+        ENTRY(IWindowCollection),
+        ENTRY(_IConfirmationEvent),
+        ENTRY(_IUIFileArchiveEvents),
+        ENTRY(_IUIKeyboardEvents),
+        ENTRY(_IUIPropFrameEvents),
+        ENTRY(IUIVerb),
         ENTRY(ISimpleCollection),
 #undef ENTRY
     };

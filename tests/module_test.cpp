@@ -1,7 +1,6 @@
 // The module's entry points and registry, driven as a host drives them.
-#include <gtest/gtest.h>
-
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <string>
 

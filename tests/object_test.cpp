@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "host/Inputs.h"
-#include "support/TestStep.h"
 #include "support/HostTest.h"
+#include "support/TestStep.h"
 
 using StepObject = HostTest;
 
@@ -22,13 +22,14 @@ struct Face {
     IID iid;
 };
 
-#define FACE(Name) Face{#Name, IID_##Name}
-const Face kCommonFaces[] = {FACE(IUnknown),       FACE(IObjectInfo),  FACE(IUIPropertyPageSpecify),
-                             FACE(IStep),          FACE(IInputParameters), FACE(IDataPersist),
-                             FACE(IParameters),    FACE(IBindableObject)};
-const Face kOptionalFaces[] = {FACE(IReplicableObject),     FACE(IParametersCreatable), FACE(IParametricObject),
-                               FACE(IUIVerbCollectionSpecify), FACE(_IConfirmationEvent), FACE(_IUIKeyboardEvents),
-                               FACE(_IUIFileArchiveEvents), FACE(_IUIPropFrameEvents)};
+#define FACE(Name) \
+    Face { #Name, IID_##Name }
+const Face kCommonFaces[] = {FACE(IUnknown),    FACE(IObjectInfo),      FACE(IUIPropertyPageSpecify),
+                             FACE(IStep),       FACE(IInputParameters), FACE(IDataPersist),
+                             FACE(IParameters), FACE(IBindableObject)};
+const Face kOptionalFaces[] = {FACE(IReplicableObject),        FACE(IParametersCreatable), FACE(IParametricObject),
+                               FACE(IUIVerbCollectionSpecify), FACE(_IConfirmationEvent),  FACE(_IUIKeyboardEvents),
+                               FACE(_IUIFileArchiveEvents),    FACE(_IUIPropFrameEvents)};
 const Face kNeverAnswered[] = {FACE(INamedCollection), FACE(ISimpleCollection), FACE(IVariant), FACE(IString),
                                FACE(IInputParameter)};
 #undef FACE

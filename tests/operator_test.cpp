@@ -1,11 +1,11 @@
 // The simulated operator: scripted answers by kind and in order, delays, and
 // the person at a terminal.
+#include "host/Operator.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdio>
-
-#include "host/Operator.h"
 
 namespace {
 

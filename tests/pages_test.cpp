@@ -33,8 +33,7 @@ const std::wstring kShortParameters = L"UIParametersPropPage";
 const std::wstring kShortInputs = L"UIInputParametersPropPage";
 
 const std::map<std::wstring, std::vector<Page>> kPagesByStep = {
-    {L"GCUIVerb",
-     {{kLongInputs, false, L"GCUIVerb"}, {L"UIPropPages.UIParametricObjectPropPage", false, L"GCUIVerb"}}},
+    {L"GCUIVerb", {{kLongInputs, false, L"GCUIVerb"}, {L"UIPropPages.UIParametricObjectPropPage", false, L"GCUIVerb"}}},
     {L"GCTabSelect", {{kLongInputs, true, L""}, {kShortParameters, true, L""}}},
     {L"GCTabGetSelected", {{kShortInputs, true, L""}, {kShortParameters, true, L""}}},
     {L"GCUIMessage", {{kLongParameters, true, L""}}},

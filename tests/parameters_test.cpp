@@ -15,9 +15,9 @@
 #include "host/CsvStream.h"
 #include "host/Inputs.h"
 #include "host/Variants.h"
-#include "support/TestStep.h"
-#include "support/HostTest.h"
 #include "support/CollectionText.h"
+#include "support/HostTest.h"
+#include "support/TestStep.h"
 
 namespace {
 
@@ -27,8 +27,7 @@ using host::textOf;
 
 // Steps of the tests' own, to reach the collection's internals.
 template <class Interface>
-class CTestCollection final
-    : public TestStep<CTestCollection<Interface>, Interface, IStepImplSynchronous> {
+class CTestCollection final : public TestStep<CTestCollection<Interface>, Interface, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"TestCollection";
     using Interfaces = std::conditional_t<std::is_same_v<Interface, IParametersCreatable>,

@@ -28,7 +28,9 @@ TEST_F(ProgramButtons, ASetAnswersWhatItsRoleOffersAndItsButtonsKeepTheirAttribu
         const char* as;
         bool toolbar;
         bool toolbarHost;
-    } const cases[] = {{"", false, false}, {" as=\"plain\"", false, false}, {" as=\"toolbar\"", true, false},
+    } const cases[] = {{"", false, false},
+                       {" as=\"plain\"", false, false},
+                       {" as=\"toolbar\"", true, false},
                        {" as=\"toolbarhost\"", false, true}};
     for (const Case& c : cases) {
         std::string error;
@@ -74,9 +76,12 @@ TEST_F(ProgramButtons, ASetFindsButtonsByNumberOrName) {
         bool found;
     };
     const Case cases[] = {
-        {host::makeVariant(int32_t{1}), 1, true},     {host::makeVariant(1.0), 1, true},
-        {host::makeVariant(std::wstring(L"Stop")), 1, true}, {host::makeVariant(std::wstring(L"stop")), -1, false},
-        {host::makeVariant(int32_t{5}), 5, false},    {host::makeVariant(std::wstring(L"1")), -1, false},
+        {host::makeVariant(int32_t{1}), 1, true},
+        {host::makeVariant(1.0), 1, true},
+        {host::makeVariant(std::wstring(L"Stop")), 1, true},
+        {host::makeVariant(std::wstring(L"stop")), -1, false},
+        {host::makeVariant(int32_t{5}), 5, false},
+        {host::makeVariant(std::wstring(L"1")), -1, false},
     };
     for (const Case& c : cases) {
         int32_t index = 99;

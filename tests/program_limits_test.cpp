@@ -1,10 +1,9 @@
 // Bounded work and clear refusals: program and settings files far larger than
 // any author writes are read or refused in linear time, refusals name the line
 // in the reader's own words, and what they echo stays short.
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
@@ -46,9 +45,9 @@ TEST(ProgramLimits, AnElementWithTooManyAttributesIsRefusedAtOnce) {
     for (int i = 0; i < 99; ++i) most += " a" + std::to_string(i) + "='>'";
     host::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(host::parseProgram(withObject("<!-- <x a='1' b='2'> -->\n<refreshable name=\"View\"" + most +
-                                              "/><![CDATA[ \" ]]>"),
-                                   program, error))
+    ASSERT_TRUE(host::parseProgram(
+        withObject("<!-- <x a='1' b='2'> -->\n<refreshable name=\"View\"" + most + "/><![CDATA[ \" ]]>"), program,
+        error))
         << error;
     ASSERT_EQ(program.objects.size(), 1u);
     EXPECT_EQ(program.objects[0].attributes.size(), 99u);
@@ -85,19 +84,25 @@ TEST(ProgramLimits, RefusalsAreInTheReadersOwnWordsAndEchoNamesShort) {
     const std::string longName(1 << 20, 'n');
     const std::string cut = std::string(60, 'n') + "...";
     const Case cases[] = {
-        {"<program>\n<steps>\n<step class='A'>\n</steps>", "line 3: not well-formed XML: an element is not closed, or its end tag names another"},
-        {"<program>\n<steps a=1/>\n</program>", "line 2: not well-formed XML: an attribute is not written name=\"value\""},
+        {"<program>\n<steps>\n<step class='A'>\n</steps>",
+         "line 3: not well-formed XML: an element is not closed, or its end tag names another"},
+        {"<program>\n<steps a=1/>\n</program>",
+         "line 2: not well-formed XML: an attribute is not written name=\"value\""},
         {"<program>\n<!-- open\n</program>", "line 2: not well-formed XML: a comment is not closed with -->"},
-        {"<program>\n <steps>\n  <step class=\"A\"/>\n\n <x>", "line 5: not well-formed XML: an element is not closed, or its end tag names another"},
-        {"<program>\n <steps>\n  <step class=\"A\"\n\n", "line 3: not well-formed XML: an element's tag is not closed with > or />"},
+        {"<program>\n <steps>\n  <step class=\"A\"/>\n\n <x>",
+         "line 5: not well-formed XML: an element is not closed, or its end tag names another"},
+        {"<program>\n <steps>\n  <step class=\"A\"\n\n",
+         "line 3: not well-formed XML: an element's tag is not closed with > or />"},
         {"   \n\n", "line 1: not well-formed XML: the file holds no element"},
         {withObject("<" + longName + "/>"), "line 3: unknown kind of object <" + cut + ">"},
         {withObject("<object name=\"" + longName + "\"/><object name=\"" + longName + "\"/>"),
          "line 3: an object named \"" + cut + "\" exists already"},
         {"<program>\n<" + longName + "/>\n</program>", "line 2: unknown section <" + cut + ">"},
-        {std::string("\xFE\xFF\0<\0p", 6), "line 1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8"},
+        {std::string("\xFE\xFF\0<\0p", 6),
+         "line 1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8"},
         {std::string("<\0p\0r\0\n\0", 8), "line 1: the file holds NUL bytes, as UTF-16 does; save it as UTF-8"},
-        {std::string("<program>\n<steps/>\n") + '\0' + "\n</program>", "line 3: the file holds NUL bytes, as UTF-16 does; save it as UTF-8"},
+        {std::string("<program>\n<steps/>\n") + '\0' + "\n</program>",
+         "line 3: the file holds NUL bytes, as UTF-16 does; save it as UTF-8"},
     };
     for (const Case& c : cases) {
         const std::string error = refusal(c.text);

@@ -35,9 +35,10 @@ SmartPtr<host::SuperCollection> build(const host::ProgramFile& program, std::str
 TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
     host::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(read("<refreshable name=\"Plot\"/>\n"
-                     "<window name=\"Main\" hosts=\"Plot\" left=\"10\" top=\"20\" width=\"100\" height=\"200\"/>\n",
-                     program, error))
+    ASSERT_TRUE(
+        read("<refreshable name=\"Plot\"/>\n"
+             "<window name=\"Main\" hosts=\"Plot\" left=\"10\" top=\"20\" width=\"100\" height=\"200\"/>\n",
+             program, error))
         << error;
     ASSERT_EQ(program.objects.size(), 2u);
     EXPECT_EQ(program.objects[1].kind, "window");
@@ -62,11 +63,12 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
 TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
     host::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(read("<workspace name=\"Desk\" left=\"10\" top=\"20\" width=\"800\" height=\"600\">\n"
-                     "  <window name=\"Plot\" left=\"100\" top=\"50\" width=\"200\" height=\"100\"/>\n"
-                     "  <window name=\"Log\"/>\n"
-                     "</workspace>\n",
-                     program, error))
+    ASSERT_TRUE(
+        read("<workspace name=\"Desk\" left=\"10\" top=\"20\" width=\"800\" height=\"600\">\n"
+             "  <window name=\"Plot\" left=\"100\" top=\"50\" width=\"200\" height=\"100\"/>\n"
+             "  <window name=\"Log\"/>\n"
+             "</workspace>\n",
+             program, error))
         << error;
     SmartPtr<host::SuperCollection> made = build(program, error);
     ASSERT_TRUE(made) << error;
@@ -84,9 +86,8 @@ TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
     ASSERT_NE(plot, nullptr);
     EXPECT_EQ(plot->label(), "Desk.Plot") << "its calls show under the workspace in a trace";
 
-    for (const char* objects :
-         {"<workspace name=\"W\">\n<object name=\"NotAWindow\"/>\n</workspace>\n",
-          "<workspace name=\"W\" left=\"100\" width=\"-50\"/>\n"}) {
+    for (const char* objects : {"<workspace name=\"W\">\n<object name=\"NotAWindow\"/>\n</workspace>\n",
+                                "<workspace name=\"W\" left=\"100\" width=\"-50\"/>\n"}) {
         host::ProgramFile refused;
         ASSERT_TRUE(read(objects, refused, error)) << error;
         EXPECT_FALSE(build(refused, error)) << objects;
@@ -109,8 +110,8 @@ TEST_F(ProgramObjects, BadDeclarationsAreRefusedWithTheirLine) {
         EXPECT_EQ(error, c.message) << c.objects;
     }
     // Read, but not made: a name that is not declared before, an area that is no number.
-    for (const char* objects : {"<window name=\"W\" hosts=\"Later\"/>\n<object name=\"Later\"/>\n",
-                                "<window name=\"W\" left=\"ten\"/>\n"}) {
+    for (const char* objects :
+         {"<window name=\"W\" hosts=\"Later\"/>\n<object name=\"Later\"/>\n", "<window name=\"W\" left=\"ten\"/>\n"}) {
         host::ProgramFile program;
         std::string error;
         ASSERT_TRUE(read(objects, program, error)) << error;

@@ -28,7 +28,8 @@ SmartPtr<IUnknown> makeFrom(const std::string& element, std::string& error) {
 TEST_F(ProgramVerbs, AVerbSetHandsOutItsMenuInOrder) {
     std::string error;
     SmartPtr<IUnknown> pump = makeFrom(
-        "<verbs name=\"Pump\">\n<verb name=\"Open\" code=\"5\"/>\n<verb/>\n<verb name=\"Close\" code=\"-9\"/>\n</verbs>\n",
+        "<verbs name=\"Pump\">\n<verb name=\"Open\" code=\"5\"/>\n<verb/>\n<verb name=\"Close\" "
+        "code=\"-9\"/>\n</verbs>\n",
         error);
     ASSERT_TRUE(pump) << error;
     SmartPtr<IUIVerbCollection> verbs;

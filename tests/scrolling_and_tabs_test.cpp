@@ -33,8 +33,8 @@ std::wstring nameAt(ITabCollection* tabs, int32_t index) {
 
 TEST_F(ScrollingAndTabs, DeclaredObjectsHoldWhatTheirAttributesSay) {
     std::string error;
-    SmartPtr<IUIScrollableObject> chart =
-        queryInterface<IUIScrollableObject>(declare("<scrollable name=\"Chart\" pos1=\"120.5\" page1=\"40\"/>\n", error).get());
+    SmartPtr<IUIScrollableObject> chart = queryInterface<IUIScrollableObject>(
+        declare("<scrollable name=\"Chart\" pos1=\"120.5\" page1=\"40\"/>\n", error).get());
     ASSERT_TRUE(chart) << error;
     double position = -1, pageSize = -1;
     EXPECT_EQ(chart->get_Scroll(1, &position, &pageSize), S_OK);

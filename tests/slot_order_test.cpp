@@ -37,10 +37,10 @@ class Probe final : public IObjectInfo,
 public:
     std::string called;
 
-#define OPERATION(Result, Name, ...) \
+#define OPERATION(Result, Name, ...)    \
     Result Name(__VA_ARGS__) override { \
-        called = #Name;              \
-        return 0;                    \
+        called = #Name;                 \
+        return 0;                       \
     }
     OPERATION(HRESULT, QueryInterface, const IID&, void**)
     OPERATION(uint32_t, AddRef)
@@ -179,33 +179,35 @@ TEST(SlotOrder, StepSideInterfacesHaveTheHostsSlotOrder) {
                                          {"Load", slotCall(4, static_cast<IDataStream*>(nullptr), 0)},
                                      }));
     expectSlots<IBindableObject>(
-        probe, withUnknown({{"Bind", slotCall(3, static_cast<INamedCollection*>(nullptr), static_cast<IUnknown*>(nullptr))}}));
+        probe,
+        withUnknown({{"Bind", slotCall(3, static_cast<INamedCollection*>(nullptr), static_cast<IUnknown*>(nullptr))}}));
     expectSlots<IReplicableObject>(probe, withUnknown({{"Replicate", slotCall(3, static_cast<IUnknown**>(nullptr))}}));
     expectSlots<IUIPropertyPageSpecify>(
         probe, withUnknown({{"GetPages", slotCall(3, 0, static_cast<INamedCollection**>(nullptr),
                                                   static_cast<IUnknown**>(nullptr))}}));
-    expectSlots<IParametricObject>(
-        probe, withUnknown({
-                   {"GetParameters", slotCall(3, static_cast<INamedCollection**>(nullptr), 0)},
-                   {"SetParameters", slotCall(4, static_cast<INamedCollection*>(nullptr))},
-               }));
+    expectSlots<IParametricObject>(probe,
+                                   withUnknown({
+                                       {"GetParameters", slotCall(3, static_cast<INamedCollection**>(nullptr), 0)},
+                                       {"SetParameters", slotCall(4, static_cast<INamedCollection*>(nullptr))},
+                                   }));
     expectSlots<IUIVerbCollectionSpecify>(
-        probe, withUnknown({
-                   {"DoAction", slotCall(3, 0, static_cast<IUnknown*>(nullptr))},
-                   {"GetVerbs", slotCall(4, 0, static_cast<IUnknown*>(nullptr), static_cast<IUIVerbCollection**>(nullptr))},
-               }));
+        probe,
+        withUnknown({
+            {"DoAction", slotCall(3, 0, static_cast<IUnknown*>(nullptr))},
+            {"GetVerbs", slotCall(4, 0, static_cast<IUnknown*>(nullptr), static_cast<IUIVerbCollection**>(nullptr))},
+        }));
     expectSlots<_IConfirmationEvent>(
         probe, withUnknown({{"ConfirmationDone", slotCall(3, static_cast<IUnknown*>(nullptr), 0)}}));
-    expectSlots<_IUIKeyboardEvents>(probe, withUnknown({
-                                               {"KeyboardClose", slotCall(3, static_cast<IUnknown*>(nullptr))},
-                                               {"KeyboardApply", slotCall(4, static_cast<IString*>(nullptr),
-                                                                          static_cast<IUnknown*>(nullptr))},
-                                           }));
-    expectSlots<_IUIFileArchiveEvents>(probe, withUnknown({
-                                                  {"FileArchiveClose", slotCall(3, static_cast<IUnknown*>(nullptr))},
-                                                  {"FileArchiveApply", slotCall(4, static_cast<IString*>(nullptr),
-                                                                                static_cast<IUnknown*>(nullptr))},
-                                              }));
+    expectSlots<_IUIKeyboardEvents>(
+        probe, withUnknown({
+                   {"KeyboardClose", slotCall(3, static_cast<IUnknown*>(nullptr))},
+                   {"KeyboardApply", slotCall(4, static_cast<IString*>(nullptr), static_cast<IUnknown*>(nullptr))},
+               }));
+    expectSlots<_IUIFileArchiveEvents>(
+        probe, withUnknown({
+                   {"FileArchiveClose", slotCall(3, static_cast<IUnknown*>(nullptr))},
+                   {"FileArchiveApply", slotCall(4, static_cast<IString*>(nullptr), static_cast<IUnknown*>(nullptr))},
+               }));
     expectSlots<_IUIPropFrameEvents>(probe, withUnknown({
                                                 {"EditClosed", slotCall(3, static_cast<IUnknown*>(nullptr))},
                                                 {"EditApply", slotCall(4, static_cast<IUnknown*>(nullptr))},

@@ -1,9 +1,10 @@
 // The reference host as a newcomer meets it: a process run on the example
 // programs and on broken ones.
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
+#include "support/StepHost.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <chrono>
 #include <string>
@@ -11,7 +12,6 @@
 
 #include "host/FolderStream.h"
 #include "host/XmlStream.h"
-#include "support/StepHost.h"
 
 namespace {
 
@@ -22,18 +22,17 @@ using Outcome = ProcessRun;
 TEST(StepHost, RunsTheDemonstrationFromTheProjectRootWithATrace) {
     const Outcome run = stephost({"run", "examples/demo.xml"}, FLUKO_SOURCE_DIR);
     EXPECT_EQ(run.status, 0) << run.output;
-    for (const char* line : {"program  Measuring run on the pump test stand: 15 steps",
-                             "PanelWindow    get_HostedObject\n"
-                             "                        MeasuringPanel Activate(1)",
-                             "Screen         Add(GCUIMessage \"Preparing the measuring run\")",
-                             "operator is asked (confirm): Start the measuring run?",
-                             "operator answers (confirm): yes", "wrote Response = 6",
-                             "operator answers (keyboard): 4711", "wrote Input = \"4711\"",
-                             "Views          Measurement.Select(1, 1): Plot in front", "Toolbar        Start.Press",
-                             "Pump           SetProperty(100, 1500)", "wrote Speed = 1500",
-                             "PumpMenu       DoAction(7)", "Chart          put_Scroll(0, 240, 60)",
-                             "LivePlot       Refresh(9)", "ReportView     Refresh(0)",
-                             "finished 15 steps, all succeeded"}) {
+    for (const char* line :
+         {"program  Measuring run on the pump test stand: 15 steps",
+          "PanelWindow    get_HostedObject\n"
+          "                        MeasuringPanel Activate(1)",
+          "Screen         Add(GCUIMessage \"Preparing the measuring run\")",
+          "operator is asked (confirm): Start the measuring run?", "operator answers (confirm): yes",
+          "wrote Response = 6", "operator answers (keyboard): 4711", "wrote Input = \"4711\"",
+          "Views          Measurement.Select(1, 1): Plot in front", "Toolbar        Start.Press",
+          "Pump           SetProperty(100, 1500)", "wrote Speed = 1500", "PumpMenu       DoAction(7)",
+          "Chart          put_Scroll(0, 240, 60)", "LivePlot       Refresh(9)", "ReportView     Refresh(0)",
+          "finished 15 steps, all succeeded"}) {
         EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
     }
     EXPECT_EQ(run.output.find("failed"), std::string::npos) << run.output;
@@ -61,13 +60,15 @@ TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
 TEST(StepHost, PropertiesAreReadWrittenByNameAndReadBack) {
     const Outcome read = stephost({"run", example("property-read.xml")});
     EXPECT_EQ(read.status, 0) << read.output;
-    for (const char* effect : {"wrote Exposure = 20", "wrote Mode = 1", "wrote Gain = 2.5", "wrote Label = \"Front door\""}) {
+    for (const char* effect :
+         {"wrote Exposure = 20", "wrote Mode = 1", "wrote Gain = 2.5", "wrote Label = \"Front door\""}) {
         EXPECT_NE(read.output.find(effect), std::string::npos) << effect << "\n" << read.output;
     }
     const Outcome write = stephost({"run", example("property-write.xml")});
     EXPECT_EQ(write.status, 0) << write.output;
-    for (const char* effect : {"Camera         SetProperty(100, 35)", "Camera         PutPropertyObject(103, \"Back door\")",
-                               "wrote Exposure = 35", "wrote Label = \"Back door\""}) {
+    for (const char* effect :
+         {"Camera         SetProperty(100, 35)", "Camera         PutPropertyObject(103, \"Back door\")",
+          "wrote Exposure = 35", "wrote Label = \"Back door\""}) {
         EXPECT_NE(write.output.find(effect), std::string::npos) << effect << "\n" << write.output;
     }
     EXPECT_EQ(write.output.find("SetProperty(101"), std::string::npos) << "only the given properties change";
@@ -95,7 +96,8 @@ TEST(StepHost, TheEditExampleWaitsForTheOperatorsApplyAndClose) {
     const Outcome edit = stephost({"run", example("edit.xml")});
     EXPECT_EQ(edit.status, 0) << edit.output;
     for (const char* effect : {"Inspector      ShowObject(0, Editor, 0)", "Editor         AddObject(Valve, 0xC0)",
-                               "Editor         put_Options(0x2A7)", "Editor         Advise(1)\n"
+                               "Editor         put_Options(0x2A7)",
+                               "Editor         Advise(1)\n"
                                "                        wrote ReturnCode = 1"}) {
         EXPECT_NE(edit.output.find(effect), std::string::npos) << effect << "\n" << edit.output;
     }
@@ -120,7 +122,8 @@ TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
     for (const Case& c : cases) {
         const Outcome run = stephost({"run", example(c.example)});
         EXPECT_EQ(run.status, 0) << run.output;
-        for (const char* line : c.lines) EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
+        for (const char* line : c.lines)
+            EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
         EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
     }
 }
@@ -137,23 +140,23 @@ TEST(StepHost, TheVerbExampleHandsEachChosenVerbToThePump) {
 // Every step runs to its effect among the others.
 TEST(StepHost, TheProgramOfEveryStepRunsEachToItsEffect) {
     const Outcome run = stephost({"run", example("all-steps.xml")});
-    for (const char* effect : {"Panel          Activate(0)", "Toolbar        RunCommand(102, 0)",
-                               "Screen         Add(GCUIMessage \"Measuring, please wait\")",
-                               "Desk           Chart.SendMouse(1, 3, 0, 920, 420, (200, 100, 600, 400))",
-                               "StatusView     Refresh(9)", "Chart          put_Scroll(1, 40, 10)",
-                               "wrote Name = \"Setup\"", "Tabs           Results.Select(1, 1): Plot in front",
-                               "wrote Response = 6", "wrote Input = \"4711\"", "wrote Speed = 1200",
-                               "Pump           SetProperty(100, 1500)", "PumpMenu       DoAction(5)"}) {
+    for (const char* effect :
+         {"Panel          Activate(0)", "Toolbar        RunCommand(102, 0)",
+          "Screen         Add(GCUIMessage \"Measuring, please wait\")",
+          "Desk           Chart.SendMouse(1, 3, 0, 920, 420, (200, 100, 600, 400))", "StatusView     Refresh(9)",
+          "Chart          put_Scroll(1, 40, 10)", "wrote Name = \"Setup\"",
+          "Tabs           Results.Select(1, 1): Plot in front", "wrote Response = 6", "wrote Input = \"4711\"",
+          "wrote Speed = 1200", "Pump           SetProperty(100, 1500)", "PumpMenu       DoAction(5)"}) {
         EXPECT_NE(run.output.find(effect), std::string::npos) << effect << "\n" << run.output;
     }
     EXPECT_EQ(run.output.find("host objects still alive"), std::string::npos) << run.output;
 }
 
 TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
-    for (const char* name : {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml",
-                             "message.xml", "pointer.xml", "scroll.xml", "tab-select.xml", "selected-tab.xml",
-                             "verb.xml", "property-read.xml", "property-write.xml",
-                             "confirm.xml", "input.xml", "edit.xml"}) {
+    for (const char* name :
+         {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml", "message.xml", "pointer.xml",
+          "scroll.xml", "tab-select.xml", "selected-tab.xml", "verb.xml", "property-read.xml", "property-write.xml",
+          "confirm.xml", "input.xml", "edit.xml"}) {
         const Outcome run = stephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;
@@ -182,8 +185,10 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
     const Case cases[] = {
         {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n</steps>\n",
          ":3: not well-formed XML: an element is not closed, or its end tag names another"},
-        {"<program>\n<steps>\n  <step class=\"GCUINoSuch\"/>\n</steps>\n</program>\n", ":3: the module has no step class"},
-        {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n<parameter name=\"Later\">1</parameter>\n</step>\n</steps>\n"
+        {"<program>\n<steps>\n  <step class=\"GCUINoSuch\"/>\n</steps>\n</program>\n",
+         ":3: the module has no step class"},
+        {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n<parameter "
+         "name=\"Later\">1</parameter>\n</step>\n</steps>\n"
          "</program>\n",
          ":4: the step has no parameter \"Later\""},
         {"<program>\n<steps>\n<step class=\"GCUIRefresh\">\n\n<input name=\"RefreshableObject\" object=\"Nowhere\"/>\n"
@@ -200,7 +205,8 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
         {"", ":1: not well-formed XML: the file holds no element"},
         {"<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"a\" title=\"b\"/>\n</steps>\n</program>\n",
          ":3: not well-formed XML: an attribute is not written name=\"value\""},
-        {std::string("\xFF\xFE<\0p\0", 6), ":1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8"},
+        {std::string("\xFF\xFE<\0p\0", 6),
+         ":1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8"},
     };
     for (const Case& c : cases) {
         TemporaryFile file(c.text);
@@ -225,8 +231,9 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
 
 // A program's author and CI tell the outcomes apart by the exit code alone.
 TEST(StepHost, ExitCodesTellWhatWentWrong) {
-    TemporaryFile failing("<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing to refresh\"/>\n"
-                          "<step class=\"GCUIMessage\" title=\"still runs\"/>\n</steps>\n</program>\n");
+    TemporaryFile failing(
+        "<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing to refresh\"/>\n"
+        "<step class=\"GCUIMessage\" title=\"still runs\"/>\n</steps>\n</program>\n");
     const Outcome failed = stephost({"run", failing.path()});
     EXPECT_EQ(failed.status, 1) << failed.output;
     EXPECT_NE(failed.output.find("failed (0x80004005)"), std::string::npos) << failed.output;
@@ -245,8 +252,13 @@ TEST(StepHost, ExitCodesTellWhatWentWrong) {
     EXPECT_NE(noModule.output.find("cannot load /nonexistent/Flukokzad.so"), std::string::npos) << noModule.output;
 
     for (const std::vector<std::string>& words :
-         std::vector<std::vector<std::string>>{{}, {"fly", "x"}, {"run"}, {"run", "a.xml", "b.xml"}, {"--fast", "classes"},
-                                               {"classes", "--module"}, {"--trace", "xml", "run", "a.xml"}}) {
+         std::vector<std::vector<std::string>>{{},
+                                               {"fly", "x"},
+                                               {"run"},
+                                               {"run", "a.xml", "b.xml"},
+                                               {"--fast", "classes"},
+                                               {"classes", "--module"},
+                                               {"--trace", "xml", "run", "a.xml"}}) {
         const Outcome usage = stephost(words);
         EXPECT_EQ(usage.status, 64) << usage.output;
         EXPECT_NE(usage.output.find("usage: stephost"), std::string::npos) << usage.output;
@@ -264,13 +276,12 @@ TEST(StepHost, ExitCodesTellWhatWentWrong) {
 TEST(StepHost, FindsItsModuleFromAnyFolder) {
     TemporaryFolder folder;
     std::filesystem::create_symlink(std::string(FLUKO_BINARY_DIR) + "/stephost", folder / "stephost");
-    const Outcome linked =
-        runProcess({folder / "stephost", "run", example("refresh.xml")}, folder.path());
+    const Outcome linked = runProcess({folder / "stephost", "run", example("refresh.xml")}, folder.path());
     EXPECT_EQ(linked.status, 0) << linked.output;
     EXPECT_NE(linked.output.find("MainView       Refresh(9)"), std::string::npos) << linked.output;
 
-    const Outcome named = stephost({"--module", std::string(FLUKO_BINARY_DIR) + "/_binlinux/Flukokzad.so", "classes"},
-                                   folder.path());
+    const Outcome named =
+        stephost({"--module", std::string(FLUKO_BINARY_DIR) + "/_binlinux/Flukokzad.so", "classes"}, folder.path());
     EXPECT_EQ(named.status, 0) << named.output;
     EXPECT_NE(named.output.find("GCUIVerb"), std::string::npos) << named.output;
     EXPECT_EQ(stephost({"classes"}, "/").status, 0);
@@ -304,9 +315,9 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     ASSERT_EQ(save.status, 0) << save.output;
     EXPECT_EQ(fileText(folder / "previous.xml"), "previous");
     EXPECT_NE(fileText(saved).find("<GCUIRefresh>"), std::string::npos) << fileText(saved);
-    EXPECT_EQ(std::filesystem::status(saved).permissions() & std::filesystem::perms::all,
-              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write |
-                  std::filesystem::perms::group_read);
+    EXPECT_EQ(
+        std::filesystem::status(saved).permissions() & std::filesystem::perms::all,
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write | std::filesystem::perms::group_read);
     size_t files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) files += entry.is_regular_file();
     EXPECT_EQ(files, 4u) << "no temporary file is left";

@@ -2,11 +2,10 @@
 // trace, the order of a run's events, and texts no writer expects.
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -125,9 +124,10 @@ TEST(StepHostTrace, TheDemonstrationsEventsComeInTheOrderTheyHappened) {
 }
 
 TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
-    TemporaryFile program("<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n"
-                          "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Anyone?</parameter>"
-                          "<parameter name=\"TimeOut\">1</parameter></step>\n</steps>\n</program>\n");
+    TemporaryFile program(
+        "<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n"
+        "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Anyone?</parameter>"
+        "<parameter name=\"TimeOut\">1</parameter></step>\n</steps>\n</program>\n");
     const ProcessRun run = stephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
     EXPECT_EQ(run.status, 1) << run.output;
     const std::vector<json> events = eventsOf(run.output);
@@ -150,10 +150,13 @@ TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
 // brings back every well-formed character exactly.
 TEST(StepHostTrace, AnyTextAProgramHoldsStaysValidJson) {
     const std::string title = "say \"hi\" \\ back\tslash&#10;line&#1;bell &#x7f; \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
-    const std::string decoded = "say \"hi\" \\ back\tslash\nline\x01" "bell \x7f \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
-    TemporaryFile program("<program name=\"bad \xFF\xC0\x80\xED\xA0\x80\xF4\x90\x80\x80 bytes\">\n<objects>"
-                          "<screen name=\"S\xE2\x82\"/></objects>\n<steps>\n<step class=\"GCUIMessage\" title='" + title +
-                          "'><parameter name=\"Message\">\xE2\x28\xA1 \"quoted\"</parameter></step>\n</steps>\n</program>\n");
+    const std::string decoded =
+        "say \"hi\" \\ back\tslash\nline\x01"
+        "bell \x7f \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
+    TemporaryFile program(
+        "<program name=\"bad \xFF\xC0\x80\xED\xA0\x80\xF4\x90\x80\x80 bytes\">\n<objects>"
+        "<screen name=\"S\xE2\x82\"/></objects>\n<steps>\n<step class=\"GCUIMessage\" title='" +
+        title + "'><parameter name=\"Message\">\xE2\x28\xA1 \"quoted\"</parameter></step>\n</steps>\n</program>\n");
     const std::vector<json> events = jsonTrace(program.path());
     ASSERT_GE(events.size(), 3u);
     EXPECT_EQ(events[1].at("title"), decoded);
@@ -176,11 +179,12 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
         {"plain", "\"plain\""},
         {"\"\\/", "\"\\\"\\\\/\""},
         {std::string("\0\x01\x1f\x7f\b\f\n\r\t", 9), "\"\\u0000\\u0001\\u001f\\u007f\\b\\f\\n\\r\\t\""},
-        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", "\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\""},
-        {"\xC0\x80", "\"\\ufffd\\ufffd\""},            // an overlong NUL
-        {"\xED\xA0\x80", "\"\\ufffd\\ufffd\\ufffd\""},  // a surrogate
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF",
+         "\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\""},
+        {"\xC0\x80", "\"\\ufffd\\ufffd\""},                        // an overlong NUL
+        {"\xED\xA0\x80", "\"\\ufffd\\ufffd\\ufffd\""},             // a surrogate
         {"\xF4\x90\x80\x80", "\"\\ufffd\\ufffd\\ufffd\\ufffd\""},  // beyond U+10FFFF
-        {"a\xE2\x82", "\"a\\ufffd\\ufffd\""},                     // cut short at the end
+        {"a\xE2\x82", "\"a\\ufffd\\ufffd\""},                      // cut short at the end
         {"\x80z\xFF", "\"\\ufffdz\\ufffd\""},
     };
     for (const Case& c : cases) {

@@ -3,9 +3,8 @@
 // memory nor threads growing. Full counts natively and under
 // ThreadSanitizer; an emulated build runs a twentieth, and
 // FLUKO_STRESS_DIVISOR divides further (the memory checker's run).
-#include <gtest/gtest.h>
-
 #include <dirent.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -137,30 +136,30 @@ protected:
         if (kind.wait == 3) run.set(2, host::makeVariant(0.5).get());  // the confirmation times out after half a second
         ASSERT_EQ(run.step->TurnOn(), S_OK);
         switch (how) {
-        case 0:  // the host waits for the end
-            for (int i = 0; i < 3000 && run.step->IsRunning(); ++i) std::this_thread::sleep_for(1ms);
-            EXPECT_FALSE(run.step->IsRunning()) << host::narrow(kind.name);
-            break;
-        case 1:  // stopped while the answer may be coming
-            std::this_thread::sleep_for(std::chrono::microseconds(pause * 100));
-            EXPECT_EQ(run.step->TurnOff(), S_OK);
-            // A stop ends the Input step's worker, not its wait for the keyboard to close.
-            if (kind.answerKind != std::string("keyboard")) {
-                EXPECT_FALSE(run.step->IsRunning()) << host::narrow(kind.name) << " stopped after " << pause;
-            }
-            break;
-        case 2: {  // stopped from another thread while this one asks and lets go
-            std::thread stopping([step = run.step, pause] {
+            case 0:  // the host waits for the end
+                for (int i = 0; i < 3000 && run.step->IsRunning(); ++i) std::this_thread::sleep_for(1ms);
+                EXPECT_FALSE(run.step->IsRunning()) << host::narrow(kind.name);
+                break;
+            case 1:  // stopped while the answer may be coming
                 std::this_thread::sleep_for(std::chrono::microseconds(pause * 100));
-                step->TurnOff();
-            });
-            run.step->IsRunning();
-            run = DrivenStep(nullptr, L"");
-            stopping.join();
-            break;
-        }
-        default:  // let go during the run
-            break;
+                EXPECT_EQ(run.step->TurnOff(), S_OK);
+                // A stop ends the Input step's worker, not its wait for the keyboard to close.
+                if (kind.answerKind != std::string("keyboard")) {
+                    EXPECT_FALSE(run.step->IsRunning()) << host::narrow(kind.name) << " stopped after " << pause;
+                }
+                break;
+            case 2: {  // stopped from another thread while this one asks and lets go
+                std::thread stopping([step = run.step, pause] {
+                    std::this_thread::sleep_for(std::chrono::microseconds(pause * 100));
+                    step->TurnOff();
+                });
+                run.step->IsRunning();
+                run = DrivenStep(nullptr, L"");
+                stopping.join();
+                break;
+            }
+            default:  // let go during the run
+                break;
         }
     }
 };
@@ -229,7 +228,8 @@ TEST_F(Stress, PropertyReadCollectionSharedWhileItRuns) {
                 if (t == 0) {
                     parameters->Add(host::makeString(L"Extra").get(), host::makeVariant(int32_t{t}).get(), nullptr, 0);
                 } else if (t == 1) {
-                    parameters->Set(host::makeString(L"Extra").get(), host::makeVariant(int32_t{n}).get(), nullptr, 0, 0);
+                    parameters->Set(host::makeString(L"Extra").get(), host::makeVariant(int32_t{n}).get(), nullptr, 0,
+                                    0);
                 } else if (t == 2 && count > 0) {
                     parameters->Remove(count - 1);
                 }

@@ -18,8 +18,8 @@
 #include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "runtime/Interfaces.h"
-#include "support/HostTest.h"
 #include "support/CollectionText.h"
+#include "support/HostTest.h"
 
 namespace {
 
@@ -176,9 +176,8 @@ protected:
         int32_t after = -1;
         face->get_Count(&after);
         if (result != S_OK || after != before + 1 || nameAt(face, after - 1) != name) {
-            return ::testing::AssertionFailure()
-                   << "AddNOLOCK of " << host::narrow(name) << " returned " << std::hex << result << std::dec
-                   << ", count " << before << " -> " << after;
+            return ::testing::AssertionFailure() << "AddNOLOCK of " << host::narrow(name) << " returned " << std::hex
+                                                 << result << std::dec << ", count " << before << " -> " << after;
         }
         return ::testing::AssertionSuccess();
     }
@@ -197,8 +196,8 @@ protected:
                  {Declared{L"Operation", 0x43}, Declared{L"Axis", 3}, Declared{L"Pos", 5}, Declared{L"PageSize", 5}}) {
                 SmartPtr<IString> choices =
                     declared.flags == 0x43 ? makeString(L"Read|SetPos|SetSize|SetPosAndSize") : nullptr;
-                auto added = addThroughTable(step.get(), declared.name, makeVariant(0).get(), choices.get(),
-                                             declared.flags);
+                auto added =
+                    addThroughTable(step.get(), declared.name, makeVariant(0).get(), choices.get(), declared.flags);
                 if (!added) return added;
             }
         }
@@ -272,8 +271,8 @@ TYPED_TEST(TemplateSlots, CollectionOperationsWithTheLockHeld) {
               S_OK);
     EXPECT_EQ(face->IsCollectionLocked(), 1);
     ASSERT_EQ(face->CollectionUnlock(), S_OK);
-    EXPECT_EQ(valuesOf(face), (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12", L"PageSize=abc",
-                                                         L"Done=1", L"Axis="}))
+    EXPECT_EQ(valuesOf(face),
+              (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12", L"PageSize=abc", L"Done=1", L"Axis="}))
         << "a null value is stored as an empty string";
 
     // getParameter: the record's own value with a new reference, or what its
@@ -315,8 +314,8 @@ TYPED_TEST(TemplateSlots, CopyAndSortReachTheirOperations) {
     source->Add(makeString(L"Extra").get(), makeVariant(4).get(), choices.get(), 0x43);
 
     EXPECT_EQ(call(face, &Table::Copy, static_cast<IParameters*>(source.get())), S_OK);
-    EXPECT_EQ(valuesOf(face), (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=30", L"PageSize=0",
-                                                         L"Done=1", L"Extra=4"}));
+    EXPECT_EQ(valuesOf(face),
+              (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=30", L"PageSize=0", L"Done=1", L"Extra=4"}));
     EXPECT_EQ(flagsOf(face), (std::vector<int32_t>{0x43, 3, 3, 5, 0x40003, 0x43}));
     SmartPtr<IUnknown> descriptor;
     EXPECT_EQ(face->get_ItemDescriptor(5, descriptor.put()), S_OK);
@@ -325,11 +324,11 @@ TYPED_TEST(TemplateSlots, CopyAndSortReachTheirOperations) {
     EXPECT_EQ(valuesOf(face)[2], L"Pos=30") << "the value is copied";
 
     EXPECT_EQ(call(face, &Table::Sort, 0), S_OK);
-    EXPECT_EQ(valuesOf(face), (std::vector<std::wstring>{L"Axis=0", L"Done=1", L"Extra=4", L"Operation=0",
-                                                         L"PageSize=0", L"Pos=30"}));
+    EXPECT_EQ(valuesOf(face),
+              (std::vector<std::wstring>{L"Axis=0", L"Done=1", L"Extra=4", L"Operation=0", L"PageSize=0", L"Pos=30"}));
     EXPECT_EQ(call(face, &Table::Sort, 2), S_OK);
-    EXPECT_EQ(valuesOf(face), (std::vector<std::wstring>{L"Pos=30", L"PageSize=0", L"Operation=0", L"Extra=4",
-                                                         L"Done=1", L"Axis=0"}));
+    EXPECT_EQ(valuesOf(face),
+              (std::vector<std::wstring>{L"Pos=30", L"PageSize=0", L"Operation=0", L"Extra=4", L"Done=1", L"Axis=0"}));
     EXPECT_EQ(flagsOf(face), (std::vector<int32_t>{3, 5, 0x43, 0x43, 0x40003, 3})) << "flags travel with names";
 }
 
@@ -346,10 +345,8 @@ TYPED_TEST(TemplateSlots, CsvAndXmlThroughTheTable) {
         int32_t mode;
         std::wstring text;
     };
-    for (const Line& line : {Line{0x10000, L"Operation=0,Axis=0,Pos=12,PageSize=0,Done=1"},
-                             Line{0, L"0,0,12,0,1"},
-                             Line{0x800000, L"0,0,12,0"},
-                             Line{0x810000, L"Operation=0,Axis=0,Pos=12,PageSize=0"}}) {
+    for (const Line& line : {Line{0x10000, L"Operation=0,Axis=0,Pos=12,PageSize=0,Done=1"}, Line{0, L"0,0,12,0,1"},
+                             Line{0x800000, L"0,0,12,0"}, Line{0x810000, L"Operation=0,Axis=0,Pos=12,PageSize=0"}}) {
         SmartPtr<host::CsvStream> csv = host::make<host::CsvStream>();
         EXPECT_EQ(call(face, &Table::Params_SaveCSV, static_cast<IDataStream*>(csv.get()), line.mode), S_OK);
         EXPECT_EQ(csv->text(), line.text) << "mode " << std::hex << line.mode;
@@ -364,23 +361,25 @@ TYPED_TEST(TemplateSlots, CsvAndXmlThroughTheTable) {
               "<Done><Value>1</Value><Flags>#040003</Flags></Done></Step>");
     SmartPtr<host::XmlStream> compact = host::XmlStream::create(L"Step");
     EXPECT_EQ(call(face, &Table::Params_SaveXML, static_cast<IDataStream*>(compact.get()), 0x800000), S_OK);
-    EXPECT_EQ(body(compact.get()), "<Step><Operation>0</Operation><Axis>0</Axis><Pos>12</Pos><PageSize>0</PageSize>"
-                                   "<Done>1</Done></Step>");
+    EXPECT_EQ(body(compact.get()),
+              "<Step><Operation>0</Operation><Axis>0</Axis><Pos>12</Pos><PageSize>0</PageSize>"
+              "<Done>1</Done></Step>");
 
     SmartPtr<IParameters> split;
     ASSERT_TRUE(this->makeSplitSet(split));
     SmartPtr<host::XmlStream> immediate = host::XmlStream::create(L"Step");
     EXPECT_EQ(call(split.get(), &Table::Params_SaveXML, static_cast<IDataStream*>(immediate.get()), 0), S_OK);
-    EXPECT_EQ(body(immediate.get()), "<Step><Immediate><Value>0</Value><Flags>#000013</Flags></Immediate>"
-                                     "<Note>4</Note></Step>");
+    EXPECT_EQ(body(immediate.get()),
+              "<Step><Immediate><Value>0</Value><Flags>#000013</Flags></Immediate>"
+              "<Note>4</Note></Step>");
 
     // Read into the parameters there are: children by name ignoring case.
     SmartPtr<host::XmlStream> document =
         host::XmlStream::parse("<Step><POS><VALUE>7</VALUE></POS><PageSize>3</PageSize><Stranger>1</Stranger></Step>");
     ASSERT_TRUE(document);
     EXPECT_EQ(call(face, &Table::Params_LoadXML, static_cast<IDataStream*>(document.get()), 0, 0), S_OK);
-    EXPECT_EQ(valuesOf(face), (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=7", L"PageSize=3",
-                                                         L"Done=1"}));
+    EXPECT_EQ(valuesOf(face),
+              (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=7", L"PageSize=3", L"Done=1"}));
 
     // The object form holds only the parameter whose value saves itself.
     SmartPtr<host::CollectionMoniker> pump = host::make<host::CollectionMoniker>(L"Pump");
@@ -388,8 +387,9 @@ TYPED_TEST(TemplateSlots, CsvAndXmlThroughTheTable) {
     SmartPtr<host::XmlStream> objects = host::XmlStream::create(L"Step");
     EXPECT_EQ(call(face, &Table::Params_SaveXMLUnk, static_cast<IDataStream*>(objects.get()), 0), S_OK);
     const std::string saved = body(objects.get());
-    EXPECT_EQ(saved, "<Step><Target><Flags>#000007</Flags><CollectionMoniker><Name>Pump</Name></CollectionMoniker>"
-                     "</Target></Step>");
+    EXPECT_EQ(saved,
+              "<Step><Target><Flags>#000007</Flags><CollectionMoniker><Name>Pump</Name></CollectionMoniker>"
+              "</Target></Step>");
 
     SmartPtr<IParameters> other;
     ASSERT_TRUE(this->makeScrollSet(TypeParam::kPersistingStep, other));
@@ -435,8 +435,8 @@ TYPED_TEST(TemplateSlots, FolderStreamThroughTheTable) {
     ASSERT_TRUE(this->makeScrollSet(TypeParam::kPersistingStep, kept));
     kept->put_ItemFlags(2, 0x205);
     EXPECT_EQ(call(kept.get(), &Table::Params_LoadFolderStream, static_cast<IDataStream*>(full.get()), 0), S_OK);
-    EXPECT_EQ(valuesOf(kept.get()), (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12", L"PageSize=0",
-                                                               L"Done=1"}));
+    EXPECT_EQ(valuesOf(kept.get()),
+              (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12", L"PageSize=0", L"Done=1"}));
     EXPECT_EQ(flagsOf(kept.get())[2], 0x205);
 
     // Rebuilding: the set is what the stream holds.
@@ -445,8 +445,8 @@ TYPED_TEST(TemplateSlots, FolderStreamThroughTheTable) {
     ASSERT_TRUE(this->addThroughTable(rebuilt.get(), L"Gone", makeVariant(1).get(), nullptr, 0));
     EXPECT_EQ(call(rebuilt.get(), &Table::Params_LoadFolderStream, static_cast<IDataStream*>(full.get()), 0x1000000),
               S_OK);
-    EXPECT_EQ(valuesOf(rebuilt.get()), (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12",
-                                                                  L"PageSize=0", L"Done=1"}));
+    EXPECT_EQ(valuesOf(rebuilt.get()),
+              (std::vector<std::wstring>{L"Operation=0", L"Axis=0", L"Pos=12", L"PageSize=0", L"Done=1"}));
     EXPECT_EQ(flagsOf(rebuilt.get()), (std::vector<int32_t>{0x43, 3, 5, 5, 0x40003}));
 }
 

@@ -1,6 +1,6 @@
 // Host strings and variants made from texts, numbers, colours and variants,
 // and texts read back as numbers.
-#include "host/Variants.h"
+#include "runtime/Values.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/Collections.h"
-#include "runtime/Values.h"
+#include "host/Variants.h"
 #include "support/HostTest.h"
 
 using Values = HostTest;

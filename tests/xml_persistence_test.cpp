@@ -12,10 +12,10 @@
 #include "host/XmlStream.h"
 #include "parameters/IParametersImpl.h"
 #include "support/Bindings.h"
-#include "support/HostTest.h"
 #include "support/CollectionText.h"
-#include "support/TestStep.h"
+#include "support/HostTest.h"
 #include "support/Parameters.h"
+#include "support/TestStep.h"
 
 namespace {
 
@@ -72,7 +72,8 @@ TEST_F(XmlPersistence, EveryStepComesBackAsItWasSaved) {
         configureStep(original.get(), !rebuilds);
         if (which == L"GCUIEdit" || which == L"GCUIVerb") {
             EXPECT_EQ(queryInterface<IDataPersist>(original.get())->Save(host::XmlStream::create(L"Step").get(), 0),
-                      E_NOTIMPL) << "the Edit and Verb steps keep to folder streams";
+                      E_NOTIMPL)
+                << "the Edit and Verb steps keep to folder streams";
             continue;
         }
         const std::string first = saved(original.get());
@@ -158,19 +159,25 @@ TEST_F(XmlPersistence, ElementFormsCompactAndFull) {
     // declaration restores lose their flags; what is left is written whole.
     SmartPtr<host::XmlStream> compact = host::XmlStream::create(L"Step");
     EXPECT_EQ(c->Params_SaveXML(compact.get(), MODE_COMPACT), S_OK);
-    EXPECT_EQ(body(compact.get()), "<Step><Choice>2</Choice><Result><Value>5</Value><Flags>#040007</Flags></Result>"
-                                   "<Colour>" + colour + "</Colour><Count>4</Count><Plain>9</Plain><Marked>1</Marked>"
-                                   "<Large><Value>0</Value><Flags>#1000007</Flags></Large>" + boundElement + "</Step>");
+    EXPECT_EQ(body(compact.get()),
+              "<Step><Choice>2</Choice><Result><Value>5</Value><Flags>#040007</Flags></Result>"
+              "<Colour>" +
+                  colour +
+                  "</Colour><Count>4</Count><Plain>9</Plain><Marked>1</Marked>"
+                  "<Large><Value>0</Value><Flags>#1000007</Flags></Large>" +
+                  boundElement + "</Step>");
 
     // Full: every flag is kept, six digits at least; a choice list is no
     // object and is not written.
     SmartPtr<host::XmlStream> full = host::XmlStream::create(L"Step");
     EXPECT_EQ(c->Params_SaveXML(full.get(), 0), S_OK);
-    EXPECT_EQ(body(full.get()), "<Step><Choice><Value>2</Value><Flags>#000043</Flags></Choice>"
-                                "<Result><Value>5</Value><Flags>#040007</Flags></Result>"
-                                "<Colour><Value>255</Value><Flags>#000023</Flags></Colour>"
-                                "<Count><Value>4</Value><Flags>#000013</Flags></Count><Plain>9</Plain><Marked>1</Marked>"
-                                "<Large><Value>0</Value><Flags>#1000007</Flags></Large>" + boundElement + "</Step>");
+    EXPECT_EQ(body(full.get()),
+              "<Step><Choice><Value>2</Value><Flags>#000043</Flags></Choice>"
+              "<Result><Value>5</Value><Flags>#040007</Flags></Result>"
+              "<Colour><Value>255</Value><Flags>#000023</Flags></Colour>"
+              "<Count><Value>4</Value><Flags>#000013</Flags></Count><Plain>9</Plain><Marked>1</Marked>"
+              "<Large><Value>0</Value><Flags>#1000007</Flags></Large>" +
+                  boundElement + "</Step>");
 
     // Reading into the declared set: children by name ignoring case, the
     // flags as the stream has them, an object child as the descriptor.
@@ -183,7 +190,8 @@ TEST_F(XmlPersistence, ElementFormsCompactAndFull) {
         boundElement + "</Step>");
     ASSERT_TRUE(input);
     EXPECT_EQ(declared->Params_LoadXML(input.get(), 0, 0), S_OK);
-    EXPECT_EQ(parameterTexts(unknown(declared.get())), (std::vector<std::wstring>{L"Count=8", L"Plain=11", L"Bound=3"}));
+    EXPECT_EQ(parameterTexts(unknown(declared.get())),
+              (std::vector<std::wstring>{L"Count=8", L"Plain=11", L"Bound=3"}));
     EXPECT_EQ(descriptorTexts(unknown(declared.get())),
               (std::vector<std::wstring>{L"Count #205 none", L"Plain #3 none",
                                          L"Bound #3 " + bindingText(static_cast<IInputParameter*>(binding.get()))}));
@@ -239,7 +247,8 @@ TEST_F(XmlPersistence, ObjectValuesSaveThemselves) {
     collection->get_Item(0, same.put());
     EXPECT_TRUE(isSameObject(same.get(), static_cast<ICollectionMoniker*>(pump.get())));
     EXPECT_EQ(pump->name(), L"Renamed");
-    EXPECT_EQ(descriptorTexts(unknown(collection.get())).front(), L"Target #0 none") << "flags and descriptor as the element has them";
+    EXPECT_EQ(descriptorTexts(unknown(collection.get())).front(), L"Target #0 none")
+        << "flags and descriptor as the element has them";
 }
 
 TEST_F(XmlPersistence, StepDocumentsAreWellFormedAndStrangeOnesChangeNothing) {
@@ -257,7 +266,6 @@ TEST_F(XmlPersistence, StepDocumentsAreWellFormedAndStrangeOnesChangeNothing) {
     SmartPtr<host::XmlStream> stranger = host::XmlStream::parse("<Step><Nothing>1</Nothing><x><y/></x></Step>");
     EXPECT_EQ(queryInterface<IDataPersist>(scroll.get())->Load(stranger.get(), 0), S_OK);
     EXPECT_EQ(valuesOf(scroll.get()), before);
-
 }
 
 }  // namespace

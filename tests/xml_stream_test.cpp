@@ -71,8 +71,9 @@ TEST_F(XmlStream, EveryTextAndNameComesBackAsItWasWritten) {
     for (const Case& item : cases) {
         ASSERT_EQ(stream->WriteElement(text(item.name).get(), 0, text(item.value).get(), 0), S_OK);
     }
-    EXPECT_EQ(stream->WriteElement(text(L"Control").get(), 0, text(std::wstring(L"a\x01z\xFFFE") + wchar_t(0xD800)).get(), 0),
-              S_OK);
+    EXPECT_EQ(
+        stream->WriteElement(text(L"Control").get(), 0, text(std::wstring(L"a\x01z\xFFFE") + wchar_t(0xD800)).get(), 0),
+        S_OK);
     EXPECT_EQ(stream->WriteElement(text(L"Null").get(), 0, nullptr, 0), S_OK);
     EXPECT_EQ(stream->EndElement(), S_OK);
     EXPECT_EQ(stream->EndElement(), E_FAIL) << "nothing is open any more";
@@ -117,7 +118,8 @@ TEST_F(XmlStream, EveryTextAndNameComesBackAsItWasWritten) {
     EXPECT_EQ(unnamed->BeginElement(nullptr, 0, 0), S_OK);
     EXPECT_EQ(unnamed->WriteElement(nullptr, 0, text(L"v").get(), 0), S_OK);
     EXPECT_EQ(unnamed->EndElement(), S_OK);
-    EXPECT_EQ(unnamed->save(), kDeclaration + "<Root>\n    <_ name=\"\">\n        <_ name=\"\">v</_>\n    </_>\n</Root>\n");
+    EXPECT_EQ(unnamed->save(),
+              kDeclaration + "<Root>\n    <_ name=\"\">\n        <_ name=\"\">v</_>\n    </_>\n</Root>\n");
 }
 
 TEST_F(XmlStream, TheReaderWalksChildrenAndOpensThemByName) {
@@ -188,7 +190,9 @@ TEST_F(XmlStream, ObjectsAreElementsNamedAfterTheirClass) {
     EXPECT_EQ(stream->BeginObject(nullptr, 0, 0), E_INVALIDARG);
     EXPECT_EQ(stream->EndElement(), E_FAIL) << "nothing was opened";
     const std::string saved = stream->save();
-    EXPECT_EQ(saved, kDeclaration + "<Root>\n    <CollectionMoniker>\n        <Name>Pump</Name>\n    </CollectionMoniker>\n</Root>\n");
+    EXPECT_EQ(saved,
+              kDeclaration +
+                  "<Root>\n    <CollectionMoniker>\n        <Name>Pump</Name>\n    </CollectionMoniker>\n</Root>\n");
 
     // Made again from the element, as the child object or by class name.
     SmartPtr<host::XmlStream> back = host::XmlStream::parse(saved);
@@ -227,7 +231,8 @@ TEST_F(XmlStream, ObjectsAreElementsNamedAfterTheirClass) {
         SmartPtr<IXMLStream> stepElement;
         ASSERT_EQ(reread->OpenElement(name.count, name.text, nullptr, stepElement.put(), 1), S_OK);
         SmartPtr<IUnknown> step;
-        ASSERT_EQ(stepElement->CreateElementObject(name.count, name.text, step.put()), S_OK) << host::narrow(viewed(name));
+        ASSERT_EQ(stepElement->CreateElementObject(name.count, name.text, step.put()), S_OK)
+            << host::narrow(viewed(name));
         SmartPtr<IObjectInfo> info = step.query<IObjectInfo>();
         ASSERT_TRUE(info);
         tagREFString className = {0, nullptr};
@@ -238,8 +243,8 @@ TEST_F(XmlStream, ObjectsAreElementsNamedAfterTheirClass) {
 }
 
 TEST_F(XmlStream, HostileDocumentsAreRefusedOrCleaned) {
-    const char* const hostile[] = {"", "<a>", "<a></b>", "<a b=></a>", "text only", "<a><b></a></b>",
-                                   "<?xml version=\"1.0\"?>", "<a/><b/>"};
+    const char* const hostile[] = {
+        "", "<a>", "<a></b>", "<a b=></a>", "text only", "<a><b></a></b>", "<?xml version=\"1.0\"?>", "<a/><b/>"};
     for (const char* document : hostile) {
         std::string error;
         EXPECT_FALSE(host::XmlStream::parse(document, &error)) << document;

@@ -34,7 +34,8 @@ protected:
         HostTest::SetUp();
         objects = host::make<host::SuperCollection>();
         panel = host::make<host::ActivatableObject>("Panel");
-        SmartPtr<host::HostWindow> window = host::make<host::HostWindow>("Window", static_cast<IActivatableObject*>(panel.get()));
+        SmartPtr<host::HostWindow> window =
+            host::make<host::HostWindow>("Window", static_cast<IActivatableObject*>(panel.get()));
         SmartPtr<host::HostWindow> empty = host::make<host::HostWindow>("Empty", host::makeString(L"text").get());
         link = host::make<host::CollectionMoniker>(L"Window");
         link->BindToCollection(static_cast<INamedCollection*>(objects.get()), 0);
@@ -52,9 +53,7 @@ protected:
         HostTest::TearDown();
     }
 
-    void add(const wchar_t* name, IUnknown* object) {
-        objects->Add(host::makeString(name).get(), object, nullptr, 0);
-    }
+    void add(const wchar_t* name, IUnknown* object) { objects->Add(host::makeString(name).get(), object, nullptr, 0); }
     // Binds the input to a moniker naming `name` in the program's objects.
     void bindByName(ActivateStep& activate, const wchar_t* name) {
         activate.input->put_Object(host::make<host::CollectionMoniker>(name).query<IUnknown>().get());
@@ -145,8 +144,8 @@ TEST_F(ActivateStepTest, NothingToActivateIsNoError) {
         EXPECT_EQ(bound.step->TurnOn(), S_OK) << host::narrow(name);
         EXPECT_EQ(host::Recorder::take(), name[0] == L'E' ? Calls{"Empty.get_HostedObject"} : Calls{});
     }
-    for (SmartPtr<IUnknown> offered : {host::makeString(L"text").query<IUnknown>(),
-                                       host::make<host::SuperCollection>().query<IUnknown>()}) {
+    for (SmartPtr<IUnknown> offered :
+         {host::makeString(L"text").query<IUnknown>(), host::make<host::SuperCollection>().query<IUnknown>()}) {
         activate.input->put_Object(offered.get());
         EXPECT_EQ(activate.step->TurnOn(), S_OK);
     }

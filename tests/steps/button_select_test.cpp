@@ -85,7 +85,7 @@ TEST_F(ButtonSelectStepTest, ANameOrANumberFindsTheButton) {
         {number(1), number(1), {"Bar.Mode.put_Property(15, 1)", "Bar.Refresh(0)"}},
         {host::makeVariant(2.0), number(0), {"Bar.Stop.put_Property(15, 0)", "Bar.Refresh(0)"}},
         {text(L"Start"), number(-2), {"Bar.Start.put_Property(15, -2)", "Bar.Refresh(0)"}},  // the value as it is
-        {number(0), text(L"yes"), {"Bar.Start.put_Property(15, 0)", "Bar.Refresh(0)"}},       // no number: 0
+        {number(0), text(L"yes"), {"Bar.Start.put_Property(15, 0)", "Bar.Refresh(0)"}},      // no number: 0
         {text(L"Nowhere"), number(1), {"Bar.Refresh(0)"}},
         {number(3), number(1), {"Bar.Refresh(0)"}},
         {text(L""), number(1), {"Bar.Refresh(0)"}},
@@ -120,8 +120,10 @@ TEST_F(ButtonSelectStepTest, AToolbarHostPressesRunsAndReleasesPushButtonsOnly) 
         bool pressedAfter;
     };
     const Case cases[] = {
-        {L"Start", number(1),
-         {"Bar.Start.Press", "Bar.RunCommand(101, 0)", "Bar.Start.Unpress", "Bar.Refresh(0)"}, false},
+        {L"Start",
+         number(1),
+         {"Bar.Start.Press", "Bar.RunCommand(101, 0)", "Bar.Start.Unpress", "Bar.Refresh(0)"},
+         false},
         {L"Mode", number(5), {"Bar.Mode.Press", "Bar.RunCommand(102, 0)", "Bar.Refresh(0)"}, true},
         {L"Mode", number(0), {"Bar.Mode.Unpress", "Bar.Refresh(0)"}, false},
         // Released as a toolbar item when the button is one.

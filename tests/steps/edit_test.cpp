@@ -11,9 +11,9 @@
 
 #include "host/Collections.h"
 #include "host/Operator.h"
-#include "host/UIUtilities.h"
 #include "host/OperatorWindows.h"
 #include "host/PropertyFrames.h"
+#include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
 #include "support/Bindings.h"

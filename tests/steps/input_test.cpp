@@ -1,7 +1,6 @@
 // The Input step: the keyboard for texts, numbers and passwords, the file
 // chooser for names, and the wait for the window to close.
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -187,10 +186,17 @@ TEST_F(InputStepTest, FileSaveProposesTheNextFreeNumber) {
     };
     const std::wstring longName(300, L'x');
     const Case cases[] = {
-        {6, L"image7.bmp", L"image8.bmp"},   {6, L"image09.bmp", L"image10.bmp"}, {6, L"image0.bmp", L"image0.bmp"},
-        {6, L"image.bmp", L"image.bmp"},     {6, L"a.b.3.png", L"a.b.4.png"},     {6, L"7.png", L"7.png"},
-        {6, L"shots5.d", L"shots6.d"},       {6, L"new3.bmp", L"new3.bmp"},       {9, L"image7.bmp", L"image8.bmp"},
-        {5, L"image7.bmp", L"image7.bmp"},   {6, L".5", L".5"},
+        {6, L"image7.bmp", L"image8.bmp"},
+        {6, L"image09.bmp", L"image10.bmp"},
+        {6, L"image0.bmp", L"image0.bmp"},
+        {6, L"image.bmp", L"image.bmp"},
+        {6, L"a.b.3.png", L"a.b.4.png"},
+        {6, L"7.png", L"7.png"},
+        {6, L"shots5.d", L"shots6.d"},
+        {6, L"new3.bmp", L"new3.bmp"},
+        {9, L"image7.bmp", L"image8.bmp"},
+        {5, L"image7.bmp", L"image7.bmp"},
+        {6, L".5", L".5"},
     };
     utils()->setChooser(host::UIUtils::Chooser::AtOnce);
     for (const Case& c : cases) {

@@ -61,10 +61,10 @@ TEST_F(MessageStepTest, EveryMessageStepReplacesOrClearsTheOneWindow) {
     // Another step's text replaces it: the old window is taken, removed, then let go.
     host::Recorder::clear();
     EXPECT_EQ(second->TurnOn(), S_OK);
-    EXPECT_EQ(windowCalls(), (std::vector<std::string>{"Windows.get_Index(GCUIMessage)", "Windows.get_Item(0)",
-                                                       "Windows.Remove(0) closes GCUIMessage \"A\"",
-                                                       "MessageWindow.put_Message(\"B\")",
-                                                       "Windows.Add(GCUIMessage \"B\")"}));
+    EXPECT_EQ(windowCalls(),
+              (std::vector<std::string>{"Windows.get_Index(GCUIMessage)", "Windows.get_Item(0)",
+                                        "Windows.Remove(0) closes GCUIMessage \"A\"",
+                                        "MessageWindow.put_Message(\"B\")", "Windows.Add(GCUIMessage \"B\")"}));
     EXPECT_EQ(screen()->shown(), std::vector<std::string>{"GCUIMessage \"B\""});
     EXPECT_FALSE(windowA->isOpen());
     SmartPtr<host::MessageWindow> windowB = shownWindow();

@@ -87,11 +87,15 @@ TEST_F(PointerStepTest, ThePointGoesToTheNamedWindowOrTheWorkspace) {
         // One character is no name: no lookup at all.
         {L"A", 50, 50, {kWorkspaceCentre}},
         // A window's origin is added.
-        {L"Plot", 25, 10,
+        {L"Plot",
+         25,
+         10,
          {"Workspace.Windows.get_Index(Plot)", "Workspace.Windows.get_Item(0)",
           "Plot.SendMouse(1, 0, 0, 150, 60, (100, 50, 200, 100))"}},
         // No clamping to the area, either way.
-        {L"Plot", 150, -10,
+        {L"Plot",
+         150,
+         -10,
          {"Workspace.Windows.get_Index(Plot)", "Workspace.Windows.get_Item(0)",
           "Plot.SendMouse(1, 0, 0, 400, 40, (100, 50, 200, 100))"}},
         {L"", 150, 200, {"Workspace.SendMouse(1, 0, 0, 1200, 1200, (10, 20, 800, 600))"}},
@@ -114,7 +118,7 @@ TEST_F(PointerStepTest, ButtonStateAndModifierBecomeTheHostsCodes) {
         int32_t button, state, modifier;
         int32_t buttonCode, stateCode, modifierCode;
     } cases[] = {
-        {0, 0, 0, 1, 0, 0}, {1, 0, 0, 2, 0, 0}, {7, 0, 0, 2, 0, 0}, {0, 1, 0, 1, 2, 0}, {0, 2, 0, 1, 3, 0},
+        {0, 0, 0, 1, 0, 0}, {1, 0, 0, 2, 0, 0},  {7, 0, 0, 2, 0, 0}, {0, 1, 0, 1, 2, 0},  {0, 2, 0, 1, 3, 0},
         {0, 3, 0, 1, 0, 0}, {0, -1, 0, 1, 0, 0}, {0, 0, 1, 1, 0, 8}, {1, 2, -5, 2, 3, 8},
     };
     for (const Case& c : cases) {

@@ -41,17 +41,17 @@ TEST_F(PropertyReadStepTest, KindsGiveTypesFlagsAndChoices) {
                      "Camera.GetProperty(102) = 2.5"}));
 
     // More kinds over a wider range; 103 and 107 have no name in the section.
-    SmartPtr<host::PropertyObject> lens = host::make<host::PropertyObject>("Lens", L"Camera",
-                                                                           Face::kInterrogate | Face::kExtended);
+    SmartPtr<host::PropertyObject> lens =
+        host::make<host::PropertyObject>("Lens", L"Camera", Face::kInterrogate | Face::kExtended);
     SmartPtr<host::PropertyObject> other = host::make<host::PropertyObject>("Other", L"Other", Face::kRenderable);
     lens->setRange(100, 108);
-    lens->setProperty(100, property(0x103, 7));                    // bits above the low byte dropped
-    lens->setProperty(101, property(0x40, -4, L"-4;0;4"));         // value type 0: an integer, type 3
-    lens->setProperty(102, property(5, floatBits(0.1f)));          // widened, not rounded to 0.1
-    lens->setProperty(103, property(0x30, 9));                     // sub-kind kept, no choices without 0x40
+    lens->setProperty(100, property(0x103, 7));             // bits above the low byte dropped
+    lens->setProperty(101, property(0x40, -4, L"-4;0;4"));  // value type 0: an integer, type 3
+    lens->setProperty(102, property(5, floatBits(0.1f)));   // widened, not rounded to 0.1
+    lens->setProperty(103, property(0x30, 9));              // sub-kind kept, no choices without 0x40
     lens->setProperty(104, objectProperty(6, host::makeString(L"Front").get()));
     lens->setProperty(105, objectProperty(7, other.query<IUnknown>().get()));
-    lens->setProperty(106, property(-1, 0));                       // no kind: skipped
+    lens->setProperty(106, property(-1, 0));  // no kind: skipped
     lens->setProperty(107, objectProperty(0x46, host::makeString(L"B").get()));
     table->addName(L"Camera", L"104", L"Side");
     table->addName(L"Camera", L"105", L"Target");
@@ -135,9 +135,9 @@ TEST_F(PropertyReadStepTest, BrokenRangesAndKindsCostBoundedWork) {
         size_t parameters;
     };
     const Case cases[] = {
-        {102, 100, 0},              // first after last
+        {102, 100, 0},                  // first after last
         {INT32_MAX - 1, INT32_MAX, 0},  // no wrap past the largest id
-        {INT32_MIN, INT32_MAX, 0},  // read no further than 65536 ids
+        {INT32_MIN, INT32_MAX, 0},      // read no further than 65536 ids
         {0, 40000, 3},
     };
     for (const Case& c : cases) {

@@ -52,9 +52,9 @@ TEST_F(PropertyWriteStepTest, NamesFindItemsAndItemNamesGiveIds) {
     table->addName(L"Camera", L"-5", L"Negative");
     table->addName(L"Camera", L"12abc", L"Trailing");
     table->addName(L"Camera", L"+7", L"Plus");
-    table->addName(L"Camera", L"", L"Blank");                       // an empty item name is id 0
-    table->addName(L"Camera", L"99999999999999999999", L"Huge");    // wraps to an id the camera lacks
-    table->addName(L"Camera", L"", L"");                            // an empty text matches nothing
+    table->addName(L"Camera", L"", L"Blank");                     // an empty item name is id 0
+    table->addName(L"Camera", L"99999999999999999999", L"Huge");  // wraps to an id the camera lacks
+    table->addName(L"Camera", L"", L"");                          // an empty text matches nothing
     table->section(L"Camera")->Add(host::makeString(L"1").get(), host::makeVariant(3).get(), nullptr, 0);
     const std::wstring longName(10000, L'x');
     table->addName(L"Camera", L"13", longName);
@@ -88,7 +88,9 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
 
     SmartPtr<IVariant> viewValue = host::makeVariant(0);
     viewValue->put_Value(plain.query<IUnknown>().get());
-    give({{L"Gain", host::makeVariant(0.1)}, {L"Side", host::makeVariant(42)}, {L"View", viewValue},
+    give({{L"Gain", host::makeVariant(0.1)},
+          {L"Side", host::makeVariant(42)},
+          {L"View", viewValue},
           {L"Level", host::makeVariant(2.75)}});
     EXPECT_EQ(writeInto(cam.query<IUnknown>().get()),
               (Lines{"Camera.SetProperty(102, 0.100000001)", "Camera.PutPropertyObject(104, \"42\")",
@@ -99,7 +101,9 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
     EXPECT_EQ(gain.bits, floatBits(0.1f));
 
     viewValue->put_Value(newView.query<IUnknown>().get());
-    give({{L"View", viewValue}, {L"Gain", host::makeVariant(1e300)}, {L"Side", host::makeVariant(std::wstring(L"Back"))}});
+    give({{L"View", viewValue},
+          {L"Gain", host::makeVariant(1e300)},
+          {L"Side", host::makeVariant(std::wstring(L"Back"))}});
     EXPECT_EQ(writeInto(cam.query<IUnknown>().get()),
               (Lines{"Camera.PutPropertyObject(105, object View)", "Camera.SetProperty(102, inf)",
                      "Camera.PutPropertyObject(104, \"Back\")"}));
@@ -107,9 +111,9 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
     // Values of the wrong kind: a text where a number goes, an object where a text goes.
     viewValue->put_Value(plain.query<IUnknown>().get());
     give({{L"Level", host::makeVariant(std::wstring(L"high"))}, {L"Side", viewValue}, {L"Gain", viewValue}});
-    EXPECT_EQ(writeInto(cam.query<IUnknown>().get()),
-              (Lines{"Camera.SetProperty(106, 0)", "Camera.PutPropertyObject(104, \"View\")",
-                     "Camera.SetProperty(102, 0)"}));
+    EXPECT_EQ(
+        writeInto(cam.query<IUnknown>().get()),
+        (Lines{"Camera.SetProperty(106, 0)", "Camera.PutPropertyObject(104, \"View\")", "Camera.SetProperty(102, 0)"}));
 
     // Without the extended interface, text and object properties are not even found.
     SmartPtr<host::PropertyObject> basic = camera(Face::kInterrogate);
@@ -119,7 +123,8 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
 }
 
 TEST_F(PropertyWriteStepTest, WithoutASectionTheObjectsParametersAreWritten) {
-    give({{L"Width", host::makeVariant(800)}, {L"Title", host::makeVariant(std::wstring(L"Yard"))},
+    give({{L"Width", host::makeVariant(800)},
+          {L"Title", host::makeVariant(std::wstring(L"Yard"))},
           {L"Depth", host::makeVariant(3)}});
     // A class without a section: the parametric interface takes everything.
     SmartPtr<host::PropertyObject> parametric =

@@ -104,9 +104,9 @@ TEST_F(SelectedTabStepTest, TheTabCollectionIsAskedInOrderAndEarlierValuesOfAnyK
     selected.set(kItem, host::makeVariant(int32_t{5}).get());
     host::Recorder::clear();
     EXPECT_EQ(selected.step->TurnOn(), S_OK);
-    EXPECT_EQ(takeCallsOn({"Main"}), (std::vector<std::string>{"Main.get_Selected -> 1 (Results)",
-                                                               "Main.get_ItemName(1) -> Results",
-                                                               "Main.get_Item(1) -> Results"}));
+    EXPECT_EQ(takeCallsOn({"Main"}),
+              (std::vector<std::string>{"Main.get_Selected -> 1 (Results)", "Main.get_ItemName(1) -> Results",
+                                        "Main.get_Item(1) -> Results"}));
     const Results results = resultsOf(selected);
     EXPECT_EQ(results.index, 1);
     EXPECT_EQ(results.name, L"Results");

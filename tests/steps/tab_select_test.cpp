@@ -42,8 +42,8 @@ protected:
         return tabs;
     }
     static SmartPtr<host::TabCollection> inner(host::TabCollection* tabs, int32_t index) {
-        return SmartPtr<host::TabCollection>(dynamic_cast<host::TabCollection*>(
-            tabs->tab(index).query<ITabCollection>().get()));
+        return SmartPtr<host::TabCollection>(
+            dynamic_cast<host::TabCollection*>(tabs->tab(index).query<ITabCollection>().get()));
     }
 };
 
@@ -55,11 +55,10 @@ TEST_F(TabSelectStepTest, TheNamedTabComesToTheFrontWhereverItStands) {
         const wchar_t* inFront;
     };
     const Case cases[] = {
-        {L"Log", 1, -1, -1, L"Log"},
-        {L"Log", 1, 1, 0, L"Log"},    // Log moved to the front: the name finds it at 0
-        {L"Log", 1, 0, 2, L"Log"},    // Setup moved to the end: Log stands at 0
-        {L"Gone", 1, -1, -1, L"Log"}, // no such tab: the stored index serves
-        {nullptr, 0, 1, 0, L"Log"},   // no name: the stored index serves
+        {L"Log", 1, -1, -1, L"Log"},  {L"Log", 1, 1, 0, L"Log"},  // Log moved to the front: the name finds it at 0
+        {L"Log", 1, 0, 2, L"Log"},                                // Setup moved to the end: Log stands at 0
+        {L"Gone", 1, -1, -1, L"Log"},                             // no such tab: the stored index serves
+        {nullptr, 0, 1, 0, L"Log"},                               // no name: the stored index serves
         {L"", 0, -1, -1, L"Setup"},
     };
     for (const Case& c : cases) {
@@ -76,8 +75,8 @@ TEST_F(TabSelectStepTest, TheNamedTabComesToTheFrontWhereverItStands) {
         EXPECT_EQ(tabs->selectedName(), c.inFront) << which;
         const Calls calls = takeCallsOn({"Main"});
         ASSERT_EQ(calls.size(), 4u) << which << ": looked up, selected, taken, refreshed";
-        EXPECT_EQ(calls[1], "Main.Select(" + std::to_string(tabs->selected()) + ", 1): " + host::narrow(c.inFront) +
-                                " in front")
+        EXPECT_EQ(calls[1],
+                  "Main.Select(" + std::to_string(tabs->selected()) + ", 1): " + host::narrow(c.inFront) + " in front")
             << which;
         EXPECT_EQ(calls.back(), "Main.Refresh(0)") << which << ": a plain tab in front, only the window is refreshed";
     }
@@ -93,8 +92,8 @@ TEST_F(TabSelectStepTest, SubTabSelectsInsideTheTabInFrontAsItIs) {
     host::Recorder::clear();
     EXPECT_EQ(select.step->TurnOn(), S_OK);
     EXPECT_EQ(takeCallsOn({"Main"}), (Calls{"Main.get_Index(Results) -> 2", "Main.Select(2, 1): Results in front",
-                                           "Main.get_Item(2) -> Results", "Main.Results.Select(2, 1): Plot in front",
-                                           "Main.Refresh(0)", "Main.Results.Refresh(0)"}));
+                                            "Main.get_Item(2) -> Results", "Main.Results.Select(2, 1): Plot in front",
+                                            "Main.Refresh(0)", "Main.Results.Refresh(0)"}));
     EXPECT_EQ(results->selectedName(), L"Plot");
     EXPECT_EQ(tabs->refreshes(), 1);
     EXPECT_EQ(results->refreshes(), 1);

@@ -218,7 +218,7 @@ TEST_F(VerbStepTest, TheActionIsSetFromANumberOrADecimalText) {
         {host::makeString(L"\u00FE\u00EF\t\r 7 tail").query<IUnknown>(), L"Action", 7},
         {host::makeString(L"   ").query<IUnknown>(), L"Action", 7},  // all blank: unchanged
         {host::makeString(L"-3").query<IUnknown>(), L"Action", -3},
-        {host::makeString(L"Open").query<IUnknown>(), L"Action", 0},  // no number: 0
+        {host::makeString(L"Open").query<IUnknown>(), L"Action", 0},    // no number: 0
         {host::makeVariant(int32_t{4}).query<IUnknown>(), L"Verb", 0},  // no "Action": unchanged
         {host::makeVariant(2.75).query<IUnknown>(), L"Action", host::toInteger(2.75)},
     };
@@ -321,7 +321,8 @@ TEST_F(VerbStepTest, MissingComponentsFailTheirOperationAndNothingElse) {
     }
     const Calls lookups = takeCallsOn({"ComponentCollection"});
     for (const char* name : {"ParametersCreatable", "UIVerbCollection"}) {
-        EXPECT_EQ(std::count(lookups.begin(), lookups.end(), std::string("ComponentCollection.get_Index(") + name + ")"), 1)
+        EXPECT_EQ(
+            std::count(lookups.begin(), lookups.end(), std::string("ComponentCollection.get_Index(") + name + ")"), 1)
             << name;
     }
     components->remove(L"ParametersCreatable");

@@ -165,4 +165,6 @@ struct DrivenStep {
     SmartPtr<host::InputParameter> input;
 };
 
-inline DrivenStep driven(SmartPtr<IStep> step, const wchar_t* inputName) { return DrivenStep(std::move(step), inputName); }
+inline DrivenStep driven(SmartPtr<IStep> step, const wchar_t* inputName) {
+    return DrivenStep(std::move(step), inputName);
+}

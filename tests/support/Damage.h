@@ -11,9 +11,15 @@ inline std::string damage(const std::string& text, std::mt19937& random) {
     for (int i = 0; i < changes && !damaged.empty(); ++i) {
         const size_t at = random() % damaged.size();
         switch (random() % 3) {
-        case 0: damaged[at] = static_cast<char>(random() % 256); break;
-        case 1: damaged.erase(at, 1 + random() % 8); break;
-        default: damaged.insert(at, damaged.substr(at, 1 + random() % 16)); break;
+            case 0:
+                damaged[at] = static_cast<char>(random() % 256);
+                break;
+            case 1:
+                damaged.erase(at, 1 + random() % 8);
+                break;
+            default:
+                damaged.insert(at, damaged.substr(at, 1 + random() % 16));
+                break;
         }
     }
     return damaged;

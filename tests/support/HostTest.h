@@ -18,9 +18,7 @@
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
 
-inline tagREFString refText(const wchar_t* text) {
-    return {static_cast<int32_t>(std::wcslen(text)), text};
-}
+inline tagREFString refText(const wchar_t* text) { return {static_cast<int32_t>(std::wcslen(text)), text}; }
 
 // The calls recorded since the last take on the objects with these labels
 // (their own and their parts', "Main.Results.Select(...)"), in order; the
@@ -81,7 +79,7 @@ private:
 
 // The fourteen registered names, in the registry's order.
 inline const wchar_t* const kRegisteredNames[] = {
-    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",   L"GCUIEdit",         L"GCUIInput",
-    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead",  L"GCUIPropWrite",    L"GCUIRefresh",
-    L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",   L"GCUIVerb",
+    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",      L"GCUIInput",
+    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite", L"GCUIRefresh",
+    L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",  L"GCUIVerb",
 };
