@@ -26,6 +26,7 @@ want_pkg dpkg-dev              # dpkg-shlibdeps: the Debian packages' dependenci
 want_pkg lintian               # checks the Debian packages
 want_pkg nlohmann-json3-dev    # the tests read stephost's JSON trace back (header only)
 want_pkg clang                 # the fuzz targets (make fuzz)
+want_pkg clang-format          # make test checks every C++ file's format
 want_pkg libclang-rt-14-dev    # libFuzzer's runtime for clang 14 (Debian 12)
 
 # The armhf build links the same XML library, from Debian's armhf packages.
@@ -47,7 +48,7 @@ if [ -n "$need" ]; then
     $SUDO apt-get install -y -q --no-install-recommends $need
 fi
 
-for tool in cmake ninja g++ arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf dpkg-shlibdeps lintian; do
+for tool in cmake ninja g++ clang-format arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf dpkg-shlibdeps lintian; do
     have_cmd "$tool" || { echo "missing after install: $tool" >&2; exit 1; }
 done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }
