@@ -163,7 +163,7 @@ public:
         SmartPtr<IHostWindow> window = showPopup(caption.get(), frame.get());
         if (!window) return S_OK;  // nothing on screen: nothing to wait for
         {
-            std::lock_guard<std::mutex> lock(m_EditMutex);
+            std::lock_guard<Mutex> lock(m_EditMutex);
             m_Window = window;
         }
         // The wait is marked and the opening's code written before the frame
@@ -195,7 +195,7 @@ public:
     // Editing the step forgets where its pop-up window stood.
     HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
         const HRESULT result = StepBase::GetPages(0, pages, nullptr);
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         for (int32_t& value : m_Rect) value = 0;
         return result;
     }
@@ -217,10 +217,11 @@ public:
     HRESULT Load(IDataStream* stream, int32_t mode) override {
         SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
         if (!folder) return E_NOTIMPL;
-        m_StepInputs.loadPlain(m_Parameters, stream, mode);
+        const HRESULT loaded = m_StepInputs.loadPlain(m_Parameters, stream, mode);
+        if (FAILED(loaded)) return loaded;
         int32_t area[4] = {0, 0, 0, 0};
         if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
-            std::lock_guard<std::mutex> lock(m_EditMutex);
+            std::lock_guard<Mutex> lock(m_EditMutex);
             for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
         }
         return S_OK;
@@ -314,12 +315,12 @@ private:
 
     // The open editor's window, no longer held by the step.
     SmartPtr<IHostWindow> takeWindow() {
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         return std::move(m_Window);
     }
 
     void rememberedArea(int32_t area[4]) {
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         for (int side = 0; side < 4; ++side) area[side] = m_Rect[side];
     }
 
@@ -329,7 +330,7 @@ private:
         if (SmartPtr<IHostWindow> window = takeWindow()) {
             int32_t area[4] = {0, 0, 0, 0};
             if (window->get_Area(area) >= 0) {
-                std::lock_guard<std::mutex> lock(m_EditMutex);
+                std::lock_guard<Mutex> lock(m_EditMutex);
                 for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
             }
         }
@@ -350,7 +351,7 @@ private:
         m_Worker.wake();
     }
 
-    std::mutex m_EditMutex;              // m_Window and m_Rect, shared with the frame's event thread
+    Mutex m_EditMutex;                   // m_Window and m_Rect, shared with the frame's event thread
     SmartPtr<IHostWindow> m_Window;      // the pop-up window of the open editor
     int32_t m_Rect[4] = {0, 0, 0, 0};    // the pop-up window's last area; width > 0 marks it valid
     std::atomic<int32_t> m_EditDone{1};  // 1 when no answer of the editor is awaited
