@@ -39,7 +39,8 @@ HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const II
 
 #ifdef FLUKO_CHECK_REFERENCES
 void OBJECTReleasedTooOften(const wchar_t* className) {
-    std::fprintf(stderr, "Flukokzad: a %ls object was released more often than it was referenced\n", className);
+    std::fprintf(stderr, "Flukokzad: an object of class %ls was released more often than it was referenced\n",
+                 className);
     std::abort();
 }
 #endif
