@@ -378,16 +378,6 @@ protected:
         HostTest::TearDown();
     }
 
-    // Under an emulator or ThreadSanitizer every few n only (the first n and
-    // the one that completes always run).
-    static uint64_t stride() {
-#if defined(__SANITIZE_THREAD__)
-        return 3;
-#else
-        return sizeof(FLUKO_EMULATOR) > 1 ? 3 : 1;
-#endif
-    }
-
     Setting settingFor(const wchar_t* className) {
         Setting setting;
         setting.className = className;
@@ -551,7 +541,7 @@ TEST_F(AllocationFailure, EveryOperationOfEveryStepSurvivesEveryFailingAllocatio
             ASSERT_NE(expected.code, E_OUTOFMEMORY);
 
             for (bool persistent : {false, true}) {
-                for (uint64_t n = 1;; n += n == 1 ? 1 : stride()) {
+                for (uint64_t n = 1;; ++n) {
                     if (!runRound(setting, family, expected, Round{family.name, n, persistent})) break;
                     ++failed;
                     if (HasFailure()) return;
