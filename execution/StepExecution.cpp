@@ -1,7 +1,8 @@
 #include "execution/StepExecution.h"
 
-#include <cerrno>
-#include <new>
+#include <mutex>
+
+#include "runtime/Allocation.h"
 
 namespace execution_detail {
 std::atomic<ThreadStarter> gStartThread{&pthread_create};
@@ -16,84 +17,100 @@ timeval CTimer::now() {
     return result;
 }
 
-struct StepWorker::ThreadRecord {
+struct WorkerRecord {
+    std::atomic<int32_t> references{1};
     pthread_t handle{};
     bool started = false;   // handle names a thread not yet joined or detached
     bool joining = false;   // a caller has claimed the join
     bool finished = false;  // the worker's cleanup has run
     CStopEvent stop;
+    // What the worker runs, set before its thread starts.
+    CObjectRoot* step = nullptr;
+    StepWorker* worker = nullptr;
+    StepWorker::Execute execute = nullptr;
 };
 
-struct StepWorker::WorkerStart {
-    CObjectRoot* step;
-    StepWorker* worker;
-    Execute execute;
-    Record record;
-};
+namespace {
+
+void holdRecord(WorkerRecord* record) { record->references.fetch_add(1, std::memory_order_relaxed); }
+
+void dropRecord(WorkerRecord* record) {
+    if (record && record->references.fetch_sub(1, std::memory_order_acq_rel) == 1) deleteObject(record);
+}
+
+}  // namespace
 
 StepWorker::~StepWorker() {
     // No worker runs Execute now (it holds a reference until it is done);
     // what may remain is a finished thread to join or, on the worker's own
     // thread, to detach.
-    Record record = std::move(m_Record);
+    WorkerRecord* record = m_Record;
+    m_Record = nullptr;
     if (record) reclaim(record);
+    dropRecord(record);
 }
 
 HRESULT StepWorker::start(CObjectRoot* step, Execute execute) {
-    Record previous;
-    Record record;
-    bool workerNotStarted = false;
+    WorkerRecord* previous = nullptr;
+    WorkerRecord* notStarted = nullptr;
     {
-        std::lock_guard<std::mutex> lock(m_StateMutex);
+        std::lock_guard<Mutex> lock(m_StateMutex);
         if (m_Running.load() == 1) return E_FAIL;
         if (m_Record && !m_Record->finished) return E_FAIL;
-        record = std::shared_ptr<ThreadRecord>(new (std::nothrow) ThreadRecord);
+        WorkerRecord* record = newObject<WorkerRecord>();
         if (!record) return E_OUTOFMEMORY;
-        previous = std::move(m_Record);
-        m_Record = record;
+        record->step = step;
+        record->worker = this;
+        record->execute = execute;
+        previous = m_Record;
+        m_Record = record;  // the step's reference
         m_Running = 1;
         m_Timer.Start();
 
-        step->AddRef();  // the worker's reference
-        auto* begin = new (std::nothrow) WorkerStart{step, this, execute, record};
-        int created = ENOMEM;
-        if (begin) {
-            pthread_attr_t attributes;
-            pthread_attr_init(&attributes);
-            pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
-            created = execution_detail::gStartThread.load()(&record->handle, &attributes, &workerThread, begin);
-            pthread_attr_destroy(&attributes);
-        }
+        step->AddRef();      // the worker's reference on the step
+        holdRecord(record);  // and on the record
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
+        const int created = execution_detail::gStartThread.load()(&record->handle, &attributes, &workerThread, record);
+        pthread_attr_destroy(&attributes);
         if (created == 0) {
             // Recorded before the worker can take the lock for its cleanup,
             // so every joiner sees the handle.
             record->started = true;
         } else {
-            delete begin;
-            m_Record.reset();
+            dropRecord(record);  // the worker's, never taken up
+            notStarted = record;
+            m_Record = nullptr;
             m_Running = 0;
-            workerNotStarted = true;
         }
     }
-    // The host holds its own reference while it calls TurnOn, so this is
-    // never the last one.
-    if (workerNotStarted) step->Release();
+    if (notStarted) {
+        dropRecord(notStarted);
+        // The host holds its own reference while it calls TurnOn, so this is
+        // never the last one.
+        step->Release();
+    }
     if (previous) reclaim(previous);
+    dropRecord(previous);
     return S_OK;
 }
 
 HRESULT StepWorker::stop() {
-    Record record;
+    WorkerRecord* record = nullptr;
     {
-        std::lock_guard<std::mutex> lock(m_StateMutex);
+        std::lock_guard<Mutex> lock(m_StateMutex);
         record = m_Record;
         if (!record) return S_OK;
         if (record->finished) {
-            m_Record.reset();
-        } else if (!record->stop.IsSet()) {
-            m_Running = 0;
-            m_ExecutionTime = m_Timer.ElapsedMilliseconds();
-            record->stop.Set();
+            m_Record = nullptr;  // its reference is this call's now
+        } else {
+            holdRecord(record);
+            if (!record->stop.IsSet()) {
+                m_Running = 0;
+                m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+                record->stop.Set();
+            }
         }
     }
     wake();
@@ -101,86 +118,103 @@ HRESULT StepWorker::stop() {
     // Another caller (a window's event stopping the step while the host
     // does) may be the one joining: this one, too, returns only when the
     // worker has ended, unless it is the worker itself.
-    std::unique_lock<std::mutex> lock(m_StateMutex);
-    if (!pthread_equal(record->handle, pthread_self())) m_Ended.wait(lock, [&] { return record->finished; });
-    if (m_Record == record && record->finished) m_Record.reset();
+    WorkerRecord* released = nullptr;
+    {
+        std::lock_guard<Mutex> lock(m_StateMutex);
+        if (!pthread_equal(record->handle, pthread_self())) {
+            while (!record->finished) m_Ended.wait(m_StateMutex);
+        }
+        if (m_Record == record && record->finished) {
+            released = m_Record;
+            m_Record = nullptr;
+        }
+    }
+    dropRecord(released);
+    dropRecord(record);
     return S_OK;
 }
 
 int32_t StepWorker::isRunning() {
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     return m_Record && !m_Record->finished ? 1 : 0;
 }
 
 HRESULT StepWorker::executionTime(double* out) {
     if (!out) return S_OK;
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     *out = m_ExecutionTime;
     return S_OK;
 }
 
 HRESULT StepWorker::runHere(CObjectRoot* step, Execute execute) {
     {
-        std::lock_guard<std::mutex> lock(m_StateMutex);
+        std::lock_guard<Mutex> lock(m_StateMutex);
         if (m_Running.load() == 1 || (m_Record && !m_Record->finished)) return E_FAIL;
         m_Timer.Start();
     }
     const HRESULT result = execute(step, nullptr);
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     m_Result = result;
     m_ExecutionTime = m_Timer.ElapsedMilliseconds();
     return result;
 }
 
+bool StepWorker::waitFor(const CStopEvent* stopEvent, int32_t milliseconds, bool (*done)(const void*),
+                         const void* answer) {
+    const timespec deadline = Condition::deadlineAfter(milliseconds);
+    std::lock_guard<Mutex> lock(m_WaitMutex);
+    while (!(stopEvent && stopEvent->IsSet()) && !done(answer)) {
+        if (!m_Wakeup.waitUntil(m_WaitMutex, deadline)) break;
+    }
+    return done(answer);
+}
+
 void StepWorker::wake() {
-    { std::lock_guard<std::mutex> lock(m_WaitMutex); }
-    m_Wakeup.notify_all();
+    { std::lock_guard<Mutex> lock(m_WaitMutex); }
+    m_Wakeup.notifyAll();
 }
 
 void StepWorker::updateExecutionTime() {
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     m_ExecutionTime = m_Timer.ElapsedMilliseconds();
 }
 
 bool StepWorker::hasThreadRecord() {
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     return m_Record && !m_Record->finished;
 }
 
 HRESULT StepWorker::lastResult() {
-    std::lock_guard<std::mutex> lock(m_StateMutex);
+    std::lock_guard<Mutex> lock(m_StateMutex);
     return m_Result;
 }
 
 void* StepWorker::workerThread(void* argument) {
-    std::unique_ptr<WorkerStart> begin(static_cast<WorkerStart*>(argument));
-    CObjectRoot* step = begin->step;
-    StepWorker* self = begin->worker;
-    Record record = std::move(begin->record);
-    const Execute execute = begin->execute;
-    begin.reset();
+    WorkerRecord* record = static_cast<WorkerRecord*>(argument);  // with the worker's reference
+    CObjectRoot* step = record->step;
+    StepWorker* self = record->worker;
 
-    const HRESULT result = execute(step, &record->stop);
+    const HRESULT result = record->execute(step, &record->stop);
 
     step->Lock();
     {
-        std::lock_guard<std::mutex> lock(self->m_StateMutex);
+        std::lock_guard<Mutex> lock(self->m_StateMutex);
         record->finished = true;
         self->m_Running = 0;
         self->m_Result = result;
         self->m_ExecutionTime = self->m_Timer.ElapsedMilliseconds();
-        self->m_Ended.notify_all();
+        self->m_Ended.notifyAll();
     }
     step->Unlock();
-    record.reset();
+    dropRecord(record);
     step->Release();  // may end the object, on this thread
     return nullptr;
 }
 
-void StepWorker::reclaim(const Record& record) {
+void StepWorker::reclaim(WorkerRecord* record) {
     bool claimed = false;
     {
-        std::lock_guard<std::mutex> lock(m_StateMutex);
+        std::lock_guard<Mutex> lock(m_StateMutex);
         if (record->started && !record->joining) {
             record->joining = true;
             claimed = true;

@@ -9,12 +9,10 @@
 #include <time.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <memory>
-#include <mutex>
 
 #include "runtime/Interfaces.h"
+#include "runtime/Locks.h"
 #include "runtime/ObjectBase.h"
 
 // The start of the current or last run. The clock is monotonic so that a
@@ -82,12 +80,17 @@ using ThreadStarter = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*
 extern std::atomic<ThreadStarter> gStartThread;
 }  // namespace execution_detail
 
+// One run's thread record and stop event (defined with the worker).
+struct WorkerRecord;
+
 // The worker of an asynchronous step, once for all classes.
 //
 // Why this is safe:
 // - The thread record and its stop event are one object owned jointly by the
-//   step and the worker (a shared pointer each), so it is freed by whichever
-//   side lets go last and neither side ever reads it after it is gone.
+//   step and the worker (a reference count each), so it is freed by
+//   whichever side lets go last and neither side ever reads it after it is
+//   gone. It is the run's only allocation: a TurnOn that finds no memory for
+//   it gives E_OUTOFMEMORY and starts nothing.
 // - The worker's reference on the step is taken before the thread exists, so
 //   a host that releases its last reference as soon as TurnOn returns cannot
 //   end the object before the worker holds it.
@@ -109,7 +112,8 @@ public:
     StepWorker& operator=(const StepWorker&) = delete;
 
     // 0 when a worker was started or its creation attempted; 0x80004005
-    // while a run is under way.
+    // while a run is under way; E_OUTOFMEMORY when there is no memory for
+    // the run's record.
     HRESULT start(CObjectRoot* step, Execute execute);
     // Sets the stop flag, wakes a waiting Execute and waits for the worker
     // to end; 0 always.
@@ -126,10 +130,8 @@ public:
     // wait begins is not lost. True when `done` holds at the end.
     template <class Done>
     bool waitUntil(const CStopEvent* stopEvent, int32_t milliseconds, Done done) {
-        std::unique_lock<std::mutex> lock(m_WaitMutex);
-        return m_Wakeup.wait_for(lock, std::chrono::milliseconds(milliseconds < 0 ? 0 : milliseconds), [&] {
-            return (stopEvent && stopEvent->IsSet()) || done();
-        }) && done();
+        return waitFor(
+            stopEvent, milliseconds, [](const void* answer) { return (*static_cast<const Done*>(answer))(); }, &done);
     }
     // An answer has come: a waiting Execute looks again at once.
     void wake();
@@ -144,22 +146,19 @@ public:
     int32_t m_WaitLimit = 10000;
 
 private:
-    struct ThreadRecord;
-    using Record = std::shared_ptr<ThreadRecord>;
-    struct WorkerStart;
-
+    bool waitFor(const CStopEvent* stopEvent, int32_t milliseconds, bool (*done)(const void*), const void* answer);
     static void* workerThread(void* argument);
-    void reclaim(const Record& record);
+    void reclaim(WorkerRecord* record);
 
-    std::mutex m_StateMutex;          // the record pointer, its flags, the result and the time
-    std::condition_variable m_Ended;  // a record has finished
-    Record m_Record;
+    Mutex m_StateMutex;                // the record pointer, its flags, the result and the time
+    Condition m_Ended;                 // a record has finished
+    WorkerRecord* m_Record = nullptr;  // holds one reference
     std::atomic<int16_t> m_Running{0};
     HRESULT m_Result = S_OK;
     double m_ExecutionTime = 0.0;
     CTimer m_Timer;
-    std::mutex m_WaitMutex;
-    std::condition_variable m_Wakeup;
+    Mutex m_WaitMutex;
+    Condition m_Wakeup;
 };
 
 // Runs the step's Execute on a worker thread; the host polls IsRunning and

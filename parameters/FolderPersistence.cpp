@@ -1,7 +1,6 @@
 #include "parameters/FolderPersistence.h"
 
 #include <cwctype>
-#include <vector>
 
 #include "runtime/CREFString.h"
 #include "runtime/FileNames.h"
@@ -15,15 +14,6 @@ SmartPtr<IString> stringOf(IVariant* value) {
     SmartPtr<IString> string;
     if (value && value->get_String(string.put()) < 0) string = nullptr;
     return string;
-}
-
-SmartPtr<IString> withForwardSlashes(IString* string) {
-    const CREFString view(string);
-    std::vector<wchar_t> text(view.text, view.text + (view.empty() ? 0 : view.count));
-    for (wchar_t& c : text) {
-        if (c == L'\\') c = L'/';
-    }
-    return ISCreate(tagREFString{static_cast<int32_t>(text.size()), text.data()});
 }
 
 bool beginsAlike(IString* a, IString* b) {
@@ -76,10 +66,10 @@ void restorePath(IVariant* value, int32_t flags, bool rebuild) {
     } else if (flags & PARAMETER_RELATIVE_PATH) {
         if (FILENAMECreateAbsolute(string.get(), restored.put(), 0) >= 0 && restored) value->put_String(restored.get());
     } else if (path && !rebuild) {
-        value->put_String(withForwardSlashes(string.get()).get());
+        value->put_String(pathWithForwardSlashes(string.get()).get());
     }
     if (path && rebuild) {
-        if (SmartPtr<IString> current = stringOf(value)) value->put_String(withForwardSlashes(current.get()).get());
+        if (SmartPtr<IString> current = stringOf(value)) value->put_String(pathWithForwardSlashes(current.get()).get());
     }
 }
 
@@ -181,24 +171,27 @@ HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* str
     const bool rebuild = (mode & MODE_REBUILD) != 0;
 
     if (rebuild) {
-        parameters.RemoveAll();
+        // The whole set is read before it replaces the declared one.
+        ParameterBatch read;
         int32_t count = 0;
         entries->get_Count(&count);
         for (int32_t index = 0; index < count; ++index) {
             SmartPtr<IString> name;
             SmartPtr<IUnknown> item;
             if (entries->get_ItemName(index, name.put()) < 0 || entries->get_Item(index, item.put()) < 0) continue;
+            HRESULT added = S_OK;
             if (SmartPtr<IFolderStream> sub = item.query<IFolderStream>()) {
                 FolderEntry entry;
                 if (!readFolderEntry(sub.get(), true, entry)) continue;
-                parameters.Add(name.get(), entry.value.get(), entry.descriptor.get(), entry.flags);
+                added = read.add(name.get(), entry.value.get(), entry.descriptor.get(), entry.flags);
             } else {
                 SmartPtr<IVariant> value = CREFString::CreateVariant();
                 if (!value || folder->ReadValue(name.get(), value.get()) < 0) continue;
-                parameters.Add(name.get(), value.get(), nullptr, 0);
+                added = read.add(name.get(), value.get(), nullptr, 0);
             }
+            if (added == E_OUTOFMEMORY) return added;
         }
-        return S_OK;
+        return parameters.replaceAll(read);
     }
 
     int32_t declared = 0;

@@ -16,8 +16,8 @@
 // written as an object.
 HRESULT PARAMSSaveFolderStream(ParameterCollection& parameters, IDataStream* stream, int32_t mode);
 
-// Reads the parameters back; always 0. Without the rebuild bit (0x1000000)
-// the declared parameters keep their place and their flags and take the
-// stored values and descriptors; with it, the set is re-created from the
-// stream's entries.
+// Reads the parameters back; 0. Without the rebuild bit (0x1000000) the
+// declared parameters keep their place and their flags and take the stored
+// values and descriptors; with it, the set is re-created from the stream's
+// entries, or, without memory for it, kept as it was (E_OUTOFMEMORY).
 HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* stream, int32_t mode);

@@ -2,12 +2,18 @@
 
 #include <cstdlib>
 #include <mutex>
-#include <new>
 #include <utility>
-#include <vector>
 
+#include "runtime/Allocation.h"
 #include "runtime/CREFString.h"
 #include "runtime/Values.h"
+
+// A record with the link that chains it while it is outside the array: in a
+// batch on its way in, or removed and waiting to be released after the
+// guard. Freeing never needs storage of its own, so teardown cannot fail.
+struct OwnedParameter : PARAMETEROBJECT {
+    OwnedParameter* next = nullptr;
+};
 
 // A record's fields, each with its own reference.
 struct ParameterCollection::Snapshot {
@@ -29,12 +35,21 @@ void swapInto(J*& field, SmartPtr<J>& value) {
     field = incoming;
 }
 
-void freeRecord(PARAMETEROBJECT* record) {
-    if (!record) return;
+void freeRecord(PARAMETEROBJECT* item) {
+    if (!item) return;
+    auto* record = static_cast<OwnedParameter*>(item);
     if (record->name) record->name->Release();
     if (record->value) record->value->Release();
     if (record->descriptor) record->descriptor->Release();
-    delete record;
+    deleteObject(record);
+}
+
+void freeChain(OwnedParameter* record) {
+    while (record) {
+        OwnedParameter* next = record->next;
+        freeRecord(record);
+        record = next;
+    }
 }
 
 // The variant a value is stored as: the caller's own when it is one (shared),
@@ -52,6 +67,22 @@ SmartPtr<IVariant> storedVariant(IUnknown* value, bool emptyTextForNull) {
     return variant;
 }
 
+// A record holding its own references: the value as AddNOLOCK stores it.
+OwnedParameter* makeRecord(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags, HRESULT& result) {
+    SmartPtr<IVariant> variant = storedVariant(value, true);
+    result = E_FAIL;
+    if (!variant) return nullptr;
+    result = E_OUTOFMEMORY;
+    OwnedParameter* record = newObject<OwnedParameter>();
+    if (!record) return nullptr;
+    result = S_OK;
+    record->name = SmartPtr<IString>(name).detach();
+    record->value = variant.detach();
+    record->descriptor = SmartPtr<IUnknown>(descriptor).detach();
+    record->flags = flags;
+    return record;
+}
+
 void writeCharacters(IDataStream* stream, const wchar_t* text, int32_t length) {
     if (length > 0) stream->Write(text, length * static_cast<int32_t>(sizeof(wchar_t)), 0);
 }
@@ -67,9 +98,36 @@ void writeString(IDataStream* stream, IString* string) {
 
 }  // namespace
 
+ParameterBatch::~ParameterBatch() { freeChain(m_First); }
+
+HRESULT ParameterBatch::add(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags) {
+    HRESULT result = S_OK;
+    OwnedParameter* record = makeRecord(name, value, descriptor, flags, result);
+    if (!record) return result;
+    (m_Last ? m_Last->next : m_First) = record;
+    m_Last = record;
+    ++m_Count;
+    return S_OK;
+}
+
+OwnedParameter* ParameterBatch::take() {
+    OwnedParameter* record = m_First;
+    if (!record) return nullptr;
+    m_First = record->next;
+    if (!m_First) m_Last = nullptr;
+    record->next = nullptr;
+    --m_Count;
+    return record;
+}
+
 ParameterCollection::~ParameterCollection() {
-    freeAllRecords();
-    delete[] m_Items;
+    OwnedParameter* removed = nullptr;
+    {
+        std::lock_guard<Mutex> guard(m_Guard);
+        removed = detachAllLocked();
+    }
+    freeChain(removed);
+    freeBytes(m_Items);
     m_Items = nullptr;
     m_Capacity = 0;
 }
@@ -78,8 +136,7 @@ ParameterCollection::~ParameterCollection() {
 
 HRESULT ParameterCollection::get_Count(int32_t* count) {
     if (!count) return E_POINTER;
-    std::lock_guard<RecordGuard> guard(m_Guard);
-    *count = m_Count;
+    *count = m_Count.load(std::memory_order_acquire);
     return S_OK;
 }
 
@@ -104,7 +161,7 @@ HRESULT ParameterCollection::Rename(int32_t index, IString* name) {
     SmartPtr<IString> replaced(name);
     const Held held(*this);
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < m_Count) swapInto(m_Items[index]->name, replaced);
     }
     return S_OK;
@@ -137,7 +194,7 @@ HRESULT ParameterCollection::get_ItemVariant(int32_t index, IVariant** out) {
     const Held held(*this);
     bool found = false;
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < m_Count) {
             const PARAMETEROBJECT& item = *m_Items[index];
             record.value = item.value;
@@ -171,7 +228,7 @@ HRESULT ParameterCollection::get_ItemDescriptor(int32_t index, IUnknown** out) {
     const Held held(*this);
     SmartPtr<IUnknown> descriptor;
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < m_Count) descriptor = m_Items[index]->descriptor;
     }
     *out = descriptor.detach();
@@ -183,7 +240,7 @@ HRESULT ParameterCollection::put_ItemDescriptor(int32_t index, IUnknown* descrip
     SmartPtr<IUnknown> replaced(descriptor);
     const Held held(*this);
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < m_Count) swapInto(m_Items[index]->descriptor, replaced);
     }
     return S_OK;
@@ -191,14 +248,14 @@ HRESULT ParameterCollection::put_ItemDescriptor(int32_t index, IUnknown* descrip
 
 HRESULT ParameterCollection::get_ItemFlags(int32_t index, int32_t* flags) {
     if (!flags) return E_POINTER;
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
     if (index < 0 || index >= m_Count) return E_INVALIDARG;
     *flags = m_Items[index]->flags;
     return S_OK;
 }
 
 HRESULT ParameterCollection::put_ItemFlags(int32_t index, int32_t flags) {
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
     if (index < 0 || index >= m_Count) return E_INVALIDARG;
     m_Items[index]->flags = flags;
     return S_OK;
@@ -216,7 +273,7 @@ HRESULT ParameterCollection::Remove(int32_t index) {
     const Held held(*this);
     PARAMETEROBJECT* removed = nullptr;
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < m_Count) {
             removed = m_Items[index];
             for (int32_t i = index; i + 1 < m_Count; ++i) m_Items[i] = m_Items[i + 1];
@@ -230,43 +287,76 @@ HRESULT ParameterCollection::Remove(int32_t index) {
 
 HRESULT ParameterCollection::RemoveAll() {
     const Held held(*this);
-    freeAllRecords();
+    OwnedParameter* removed = nullptr;
+    {
+        std::lock_guard<Mutex> guard(m_Guard);
+        removed = detachAllLocked();
+    }
+    freeChain(removed);
     return S_OK;
 }
 
+// Every copy is made first; then, under one hold of the guard, the room for
+// the names that are new is made before any parameter changes.
 HRESULT ParameterCollection::Copy(IParameters* source, bool creatable) {
     if (!source) return E_POINTER;
     int32_t count = 0;
     source->get_Count(&count);
+    ParameterBatch copies;
     for (int32_t index = 0; index < count; ++index) {
         SmartPtr<IString> name;
         SmartPtr<IVariant> value;
         SmartPtr<IUnknown> descriptor;
         int32_t flags = 0;
         if (source->Iterate(index, name.put(), value.put(), descriptor.put(), &flags) < 0) continue;
+        if (creatable && !name) continue;
         SmartPtr<IVariant> copy = CREFString::CreateVariant();
         if (!copy) continue;
         copy->put_Value(value.get());
-        if (creatable) {
-            Set(name.get(), copy.get(), descriptor.get(), flags, 3);
-            continue;
+        if (copies.add(name.get(), copy.get(), descriptor.get(), flags) == E_OUTOFMEMORY) return E_OUTOFMEMORY;
+    }
+
+    const Held held(*this);
+    OwnedParameter* replaced = nullptr;
+    PARAMETEROBJECT** oldItems = nullptr;
+    HRESULT result = S_OK;
+    {
+        std::lock_guard<Mutex> guard(m_Guard);
+        int32_t added = 0;
+        for (OwnedParameter* copy = copies.m_First; copy; copy = copy->next) {
+            if (indexOfNameLocked(copy->name) < 0) ++added;
         }
-        const Held held(*this);
-        int32_t found = -1;
-        if (get_IndexNOLOCK(name.get(), &found) >= 0 && inRange(found)) {
-            put_ItemNOLOCK(found, copy.get());
-            replaceDescriptorAndFlags(found, descriptor.get(), true, flags, true);
+        if (!reserveLocked(m_Count + added, oldItems)) {
+            result = E_OUTOFMEMORY;
         } else {
-            AddNOLOCK(name.get(), copy.get(), descriptor.get(), flags);
+            // A name added by an earlier copy is updated by a later one, as
+            // one Set after the other would: at most `added` are added.
+            while (OwnedParameter* copy = copies.take()) {
+                const int32_t found = indexOfNameLocked(copy->name);
+                if (found < 0) {
+                    m_Items[m_Count] = copy;
+                    m_Count.fetch_add(1, std::memory_order_release);
+                    continue;
+                }
+                // The copy takes the old value and descriptor away to be released.
+                PARAMETEROBJECT& target = *m_Items[found];
+                std::swap(target.value, copy->value);
+                std::swap(target.descriptor, copy->descriptor);
+                target.flags = copy->flags;
+                copy->next = replaced;
+                replaced = copy;
+            }
         }
     }
-    return S_OK;
+    freeBytes(oldItems);
+    freeChain(replaced);
+    return result;
 }
 
 HRESULT ParameterCollection::Sort(int32_t mode) {
     const Held held(*this);
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (m_Count > 1) {
             std::qsort(m_Items, static_cast<size_t>(m_Count.load()), sizeof(PARAMETEROBJECT*),
                        &PARAMETERSCompareByName);
@@ -305,25 +395,20 @@ HRESULT ParameterCollection::Set(IUnknown* key, IUnknown* value, IUnknown* descr
 // --- Under the collection lock -------------------------------------------------
 
 HRESULT ParameterCollection::AddNOLOCK(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags) {
-    SmartPtr<IVariant> variant = storedVariant(value, true);
-    if (!variant) return E_FAIL;
-    auto* record = new (std::nothrow) PARAMETEROBJECT{nullptr, nullptr, nullptr, flags};
-    if (!record) return E_OUTOFMEMORY;
-    record->name = SmartPtr<IString>(name).detach();
-    record->value = variant.detach();
-    record->descriptor = SmartPtr<IUnknown>(descriptor).detach();
-
+    HRESULT result = S_OK;
+    OwnedParameter* record = makeRecord(name, value, descriptor, flags, result);
+    if (!record) return result;
     PARAMETEROBJECT** oldItems = nullptr;
     bool stored = false;
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
-        if (m_Count < m_Capacity || grow(oldItems)) {
+        std::lock_guard<Mutex> guard(m_Guard);
+        if (reserveLocked(m_Count + 1, oldItems)) {
             m_Items[m_Count] = record;
             m_Count.fetch_add(1, std::memory_order_release);
             stored = true;
         }
     }
-    delete[] oldItems;
+    freeBytes(oldItems);
     if (!stored) {
         freeRecord(record);
         return E_OUTOFMEMORY;
@@ -364,7 +449,7 @@ HRESULT ParameterCollection::put_ItemNOLOCK(int32_t index, IUnknown* value) {
 inline HRESULT ParameterCollection::replaceValue(int32_t index, IUnknown* value) {
     SmartPtr<IVariant> variant = storedVariant(value, false);
     if (!variant) return E_FAIL;
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
     if (index >= m_Count) return E_INVALIDARG;
     swapInto(m_Items[index]->value, variant);
     // `variant` holds the old value now: released after the guard, which is
@@ -376,7 +461,7 @@ HRESULT ParameterCollection::get_ItemNameNOLOCK(int32_t index, IString** out) {
     if (!out) return E_POINTER;
     SmartPtr<IString> name;
     {
-        std::lock_guard<RecordGuard> guard(m_Guard);
+        std::lock_guard<Mutex> guard(m_Guard);
         if (index < 0 || index >= m_Count) return E_INVALIDARG;
         name = m_Items[index]->name;
     }
@@ -410,6 +495,26 @@ HRESULT ParameterCollection::getParameter(PARAMETEROBJECT* item, IUnknown** out)
     record.value = item->value;
     record.descriptor = item->descriptor;
     return valueOf(record, out);
+}
+
+HRESULT ParameterCollection::replaceAll(ParameterBatch& batch) {
+    const Held held(*this);
+    OwnedParameter* removed = nullptr;
+    PARAMETEROBJECT** oldItems = nullptr;
+    bool room = false;
+    {
+        std::lock_guard<Mutex> guard(m_Guard);
+        room = reserveLocked(batch.count(), oldItems);
+        if (room) {
+            removed = detachAllLocked();
+            int32_t count = 0;
+            while (OwnedParameter* record = batch.take()) m_Items[count++] = record;
+            m_Count.store(count, std::memory_order_release);
+        }
+    }
+    freeBytes(oldItems);
+    freeChain(removed);
+    return room ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT ParameterCollection::Params_SaveCSV(IDataStream* stream, int32_t mode) {
@@ -508,7 +613,7 @@ HRESULT ParameterCollection::writeObject(int32_t index, IUnknown* object) {
 // --- Records ---------------------------------------------------------------------
 
 bool ParameterCollection::snapshot(int32_t index, Snapshot& out) {
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
     if (index < 0 || index >= m_Count) return false;
     const PARAMETEROBJECT& record = *m_Items[index];
     out.name = record.name;
@@ -552,44 +657,48 @@ HRESULT ParameterCollection::findName(IString* key, int32_t* index) {
         *index = -1;
         return E_FAIL;
     }
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
+    *index = indexOfNameLocked(text, length);
+    return *index >= 0 ? S_OK : E_FAIL;
+}
+
+int32_t ParameterCollection::indexOfNameLocked(const wchar_t* text, int32_t length) const {
     for (int32_t i = 0; i < m_Count; ++i) {
         IString* name = m_Items[i]->name;
         const wchar_t* nameText = nullptr;
         int32_t nameLength = 0;
         if (!name || name->get_Text(&nameText, &nameLength) < 0) continue;
-        if (PARAMETERSNamesMatch(text, length, nameText, nameLength)) {
+        if (PARAMETERSNamesMatch(text, length, nameText, nameLength)) return i;
+    }
+    return -1;
+}
+
+// As the lookup by a string key finds it: an empty or missing name matches none.
+int32_t ParameterCollection::indexOfNameLocked(IString* name) const {
+    const wchar_t* text = nullptr;
+    int32_t length = 0;
+    if (!name || name->get_Text(&text, &length) < 0 || !text || length <= 0) return -1;
+    return indexOfNameLocked(text, length);
+}
+
+// Identity comparisons call host objects, so they run on references taken
+// under the guard one record at a time, not under it.
+HRESULT ParameterCollection::findObject(IUnknown* key, int32_t* index) {
+    for (int32_t i = 0;; ++i) {
+        Snapshot record;
+        if (!snapshot(i, record)) break;
+        SmartPtr<IUnknown> held;
+        if (record.value && record.value->IsObject()) record.value->get_Object(held.put());
+        if (held && isSameObject(held.get(), key)) {
             *index = i;
             return S_OK;
         }
     }
-    *index = -1;
-    return E_FAIL;
-}
-
-// Identity comparisons call host objects, so they run on references taken
-// under the guard, not under it.
-HRESULT ParameterCollection::findObject(IUnknown* key, int32_t* index) {
-    std::vector<Snapshot> records;
-    {
-        std::lock_guard<RecordGuard> guard(m_Guard);
-        records.resize(static_cast<size_t>(m_Count.load()));
-        for (int32_t i = 0; i < m_Count; ++i) {
-            records[static_cast<size_t>(i)].value = m_Items[i]->value;
-            records[static_cast<size_t>(i)].descriptor = m_Items[i]->descriptor;
-        }
-    }
-    for (size_t i = 0; i < records.size(); ++i) {
-        SmartPtr<IUnknown> held;
-        if (records[i].value && records[i].value->IsObject()) records[i].value->get_Object(held.put());
-        if (held && isSameObject(held.get(), key)) {
-            *index = static_cast<int32_t>(i);
-            return S_OK;
-        }
-    }
-    for (size_t i = 0; i < records.size(); ++i) {
-        if (records[i].descriptor && isSameObject(records[i].descriptor.get(), key)) {
-            *index = static_cast<int32_t>(i);
+    for (int32_t i = 0;; ++i) {
+        Snapshot record;
+        if (!snapshot(i, record)) break;
+        if (record.descriptor && isSameObject(record.descriptor.get(), key)) {
+            *index = i;
             return S_OK;
         }
     }
@@ -599,7 +708,7 @@ HRESULT ParameterCollection::findObject(IUnknown* key, int32_t* index) {
 void ParameterCollection::replaceDescriptorAndFlags(int32_t index, IUnknown* descriptor, bool replaceDescriptor,
                                                     int32_t flags, bool replaceFlags) {
     SmartPtr<IUnknown> replaced(descriptor);
-    std::lock_guard<RecordGuard> guard(m_Guard);
+    std::lock_guard<Mutex> guard(m_Guard);
     if (index < 0 || index >= m_Count) return;
     if (replaceDescriptor) swapInto(m_Items[index]->descriptor, replaced);
     if (replaceFlags) m_Items[index]->flags = flags;
@@ -607,27 +716,27 @@ void ParameterCollection::replaceDescriptorAndFlags(int32_t index, IUnknown* des
     // guard, as the guard is declared after it.
 }
 
-// The count is 0 before any record is released.
-void ParameterCollection::freeAllRecords() {
-    std::vector<PARAMETEROBJECT*> removed;
-    {
-        std::lock_guard<RecordGuard> guard(m_Guard);
-        removed.assign(m_Items, m_Items + m_Count.load());
-        for (int32_t i = 0; i < m_Count; ++i) m_Items[i] = nullptr;
-        m_Count = 0;
+OwnedParameter* ParameterCollection::detachAllLocked() {
+    OwnedParameter* chain = nullptr;
+    for (int32_t i = m_Count - 1; i >= 0; --i) {
+        auto* record = static_cast<OwnedParameter*>(m_Items[i]);
+        m_Items[i] = nullptr;
+        record->next = chain;
+        chain = record;
     }
-    for (PARAMETEROBJECT* record : removed) freeRecord(record);
+    m_Count.store(0, std::memory_order_release);
+    return chain;
 }
 
-// Grows the array by 10 slots (under the guard); the old array is handed
-// back to be freed after it.
-bool ParameterCollection::grow(PARAMETEROBJECT**& oldItems) {
-    if (m_Capacity > INT32_MAX - 10) return false;
-    auto* grown = new (std::nothrow) PARAMETEROBJECT*[static_cast<size_t>(m_Capacity) + 10];
+bool ParameterCollection::reserveLocked(int32_t wanted, PARAMETEROBJECT**& oldItems) {
+    if (wanted <= m_Capacity) return true;
+    const int64_t capacity = m_Capacity + (int64_t{wanted} - m_Capacity + 9) / 10 * 10;
+    if (capacity > INT32_MAX) return false;
+    auto* grown = allocateArray<PARAMETEROBJECT*>(static_cast<size_t>(capacity));
     if (!grown) return false;
     for (int32_t i = 0; i < m_Count; ++i) grown[i] = m_Items[i];
     oldItems = m_Items;
     m_Items = grown;
-    m_Capacity += 10;
+    m_Capacity = static_cast<int32_t>(capacity);
     return true;
 }

@@ -7,38 +7,54 @@
 //   Lock/Unlock: a real, non-recursive mutex in one class and nothing in the
 //   others. Hosts use it to make several operations one unit. The collection
 //   takes it through its own interface, so it is the step's, whatever class.
-// - The record guard is internal. It is held only while a record's pointers
-//   are read or replaced, never while a host object is called beyond AddRef
-//   or a string's get_Text, and never while anything is released. Event
-//   handlers of the asynchronous steps write parameters on host threads while
-//   the worker reads them, and for most classes the collection lock does
-//   nothing: without the guard a reader could take a value that a writer has
-//   just released.
+// - The record guard is internal: a mutex held only while a record's
+//   pointers are read or replaced, never while a host object is called
+//   beyond AddRef or a string's get_Text, and never while anything is
+//   released. Event handlers of the asynchronous steps write parameters on
+//   host threads while the worker reads them, and for most classes the
+//   collection lock does nothing: without the guard a reader could take a
+//   value that a writer has just released. It is a mutex, not a spin lock:
+//   on a single core a waiter that spins keeps the holder from running.
+//
+// Nothing here allocates but a record and the record array, and an
+// operation that brings in several parameters makes all of their records
+// before the collection changes: one that finds no memory gives
+// E_OUTOFMEMORY and leaves the collection as it was.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <thread>
 
 #include "parameters/ParameterRecord.h"
 #include "runtime/Interfaces.h"
+#include "runtime/Locks.h"
 #include "runtime/SmartPtr.h"
 
-// Guards the record array for the few instructions each access takes (no
-// host call that could block is made under it). Property pages read
-// parameters on every repaint, so taking it must cost one atomic exchange and
-// releasing it one plain store; a thread that finds it taken yields.
-class RecordGuard {
+// A record as the collection owns it (defined with the collection).
+struct OwnedParameter;
+
+// Parameters made ready before they join a collection, each with its
+// record, in order.
+class ParameterBatch {
 public:
-    void lock() {
-        while (m_Taken.exchange(true, std::memory_order_acquire)) {
-            while (m_Taken.load(std::memory_order_relaxed)) std::this_thread::yield();
-        }
-    }
-    void unlock() { m_Taken.store(false, std::memory_order_release); }
+    ParameterBatch() = default;
+    ~ParameterBatch();
+    ParameterBatch(const ParameterBatch&) = delete;
+    ParameterBatch& operator=(const ParameterBatch&) = delete;
+
+    // The value becomes a variant as AddNOLOCK makes it. E_OUTOFMEMORY when
+    // there is no memory for the record, E_FAIL when the host makes no
+    // variant; the batch is unchanged then.
+    HRESULT add(IString* name, IUnknown* value, IUnknown* descriptor, int32_t flags);
+    int32_t count() const { return m_Count; }
 
 private:
-    std::atomic<bool> m_Taken{false};
+    friend class ParameterCollection;
+    OwnedParameter* take();
+
+    OwnedParameter* m_First = nullptr;
+    OwnedParameter* m_Last = nullptr;
+    int32_t m_Count = 0;
 };
 
 // One parameter as a reader takes it, in one call of the collection, so that
@@ -96,7 +112,8 @@ public:
     // Takes over the parameters of source: a parameter of the same name is
     // updated (value copied, descriptor and flags replaced), a new name is
     // appended, and the target's other parameters remain. The creatable
-    // variant goes through Set; the other takes the lock once per parameter.
+    // variant passes over a source parameter without a name, as its Set
+    // would refuse it. All of them or, without memory, none.
     HRESULT Copy(IParameters* source, bool creatable);
     // Orders by name; mode bit 0x2 reverses the order.
     HRESULT Sort(int32_t mode);
@@ -119,6 +136,10 @@ public:
     HRESULT get_IndexNOLOCK(IUnknown* key, int32_t* index);
     // The value readers see: a bound input's value (1) or the stored one (0).
     HRESULT getParameter(PARAMETEROBJECT* item, IUnknown** out);
+
+    // The batch's parameters in place of all the collection had, or (without
+    // memory for the array) nothing changed; the batch is empty afterwards.
+    HRESULT replaceAll(ParameterBatch& batch);
 
     // One line of comma-separated values (with mode 0x10000, name=value),
     // results left out in compact mode; no quoting and no line end.
@@ -181,10 +202,16 @@ private:
     static HRESULT variantOf(const Snapshot& record, SmartPtr<IVariant>& out);
     HRESULT findName(IString* key, int32_t* index);
     HRESULT findObject(IUnknown* key, int32_t* index);
+    // The first parameter named text (A to Z folded), or -1; under the guard.
+    int32_t indexOfNameLocked(const wchar_t* text, int32_t length) const;
+    int32_t indexOfNameLocked(IString* name) const;
     void replaceDescriptorAndFlags(int32_t index, IUnknown* descriptor, bool replaceDescriptor, int32_t flags,
                                    bool replaceFlags);
-    void freeAllRecords();
-    bool grow(PARAMETEROBJECT**& oldItems);
+    // Every record out of the array, chained for release after the guard.
+    OwnedParameter* detachAllLocked();
+    // Room for `wanted` records, grown by tens; the old array is handed back
+    // to be freed after the guard. False, nothing changed, without memory.
+    bool reserveLocked(int32_t wanted, PARAMETEROBJECT**& oldItems);
 
     IParameters* m_Face;
     bool m_OwnLock;
@@ -195,7 +222,7 @@ private:
     int32_t m_Capacity = 0;
     // Read by other threads without the collection lock, so atomic.
     std::atomic<int32_t> m_Locked{0};
-    RecordGuard m_Guard;
+    mutable Mutex m_Guard;
 };
 
 // Holds the collection lock for a scope: every path out unlocks.

@@ -47,7 +47,8 @@ SmartPtr<IInputParameter> copyBinding(IInputParameter* source) {
     return copy;
 }
 
-void replicateParameters(ParameterCollection& source, IParameters* target) {
+// E_OUTOFMEMORY when a parameter the copy must add finds no memory.
+HRESULT replicateParameters(ParameterCollection& source, IParameters* target) {
     for (int32_t index = 0, count = source.count(); index < count; ++index) {
         SmartPtr<IVariant> value;
         source.get_ItemVariant(index, value.put());
@@ -69,9 +70,10 @@ void replicateParameters(ParameterCollection& source, IParameters* target) {
             source.get_ItemNameNOLOCK(index, name.put());
             int32_t flags = 0;
             source.get_ItemFlags(index, &flags);
-            creatable->Add(name.get(), value.get(), descriptor.get(), flags);
+            if (creatable->Add(name.get(), value.get(), descriptor.get(), flags) == E_OUTOFMEMORY) return E_OUTOFMEMORY;
         }
     }
+    return S_OK;
 }
 
 }  // namespace
@@ -126,7 +128,11 @@ HRESULT StepInputs::declare(ParameterCollection& parameters, DeclarationTable<In
         }
         SmartPtr<IString> choices = parameter.choices ? ISCreate(parameter.choices) : nullptr;
         CollectionLockHolder lock(parameters.face());
-        parameters.AddNOLOCK(name.get(), value.get(), choices.get(), parameter.flags);
+        // Only a record the module cannot make fails the step's creation: a
+        // host that makes no value still gets a step, as it always did.
+        if (parameters.AddNOLOCK(name.get(), value.get(), choices.get(), parameter.flags) == E_OUTOFMEMORY) {
+            return E_OUTOFMEMORY;
+        }
     }
     return S_OK;
 }
@@ -163,17 +169,15 @@ HRESULT StepInputs::save(ParameterCollection& parameters, IDataStream* stream, i
 HRESULT StepInputs::load(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
     if (!stream) return E_NOTIMPL;
     if (queryInterface<IXMLStream>(stream)) {
-        PARAMSLoadXML(parameters, stream, mode | (m_SplitLayout ? MODE_REBUILD : 0));
-        return S_OK;
+        return PARAMSLoadXML(parameters, stream, mode | (m_SplitLayout ? MODE_REBUILD : 0));
     }
     if (!queryInterface<IFolderStream>(stream)) return E_NOTIMPL;
-    if (m_SplitLayout == 0) {
-        loadPlain(parameters, stream, mode);
-        return S_OK;
-    }
-    // A missing sub-folder is passed over.
+    if (m_SplitLayout == 0) return loadPlain(parameters, stream, mode);
+    // A missing sub-folder is passed over. Parameters that cannot be read
+    // for want of memory leave the inputs as they were too.
     if (SmartPtr<IDataStream> folderOfParameters = subFolder(stream, L"Parameters")) {
-        PARAMSLoadFolderStream(parameters, folderOfParameters.get(), mode | MODE_REBUILD);
+        const HRESULT loaded = PARAMSLoadFolderStream(parameters, folderOfParameters.get(), mode | MODE_REBUILD);
+        if (FAILED(loaded)) return loaded;
     }
     if (SmartPtr<IDataStream> inputs = subFolder(stream, L"Inputs")) loadInputs(inputs.get(), mode);
     return S_OK;
@@ -184,17 +188,25 @@ void StepInputs::savePlain(ParameterCollection& parameters, IDataStream* stream,
     saveInputs(stream, mode | MODE_COMPACT);
 }
 
-void StepInputs::loadPlain(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
-    PARAMSLoadFolderStream(parameters, stream, mode | MODE_COMPACT);
+HRESULT StepInputs::loadPlain(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
+    const HRESULT loaded = PARAMSLoadFolderStream(parameters, stream, mode | MODE_COMPACT);
+    if (FAILED(loaded)) return loaded;
     loadInputs(stream, mode);
+    return S_OK;
 }
 
 HRESULT StepInputs::replicate(ParameterCollection& parameters, CREATEFUNCTION create, IUnknown** copy) {
     if (!copy) return E_POINTER;
     *copy = nullptr;
     SmartPtr<IUnknown> replica;
-    if (!create || create(nullptr, &IID_IUnknown, replica.put_void()) != S_OK || !replica) return S_OK;
-    if (SmartPtr<IParameters> target = replica.query<IParameters>()) replicateParameters(parameters, target.get());
+    // A replica that cannot be made is no copy and still result 0, whatever
+    // the reason; one that cannot take every parameter is whole or not made:
+    // it goes with the reference held here.
+    const HRESULT made = create ? create(nullptr, &IID_IUnknown, replica.put_void()) : E_FAIL;
+    if (made != S_OK || !replica) return S_OK;
+    if (SmartPtr<IParameters> target = replica.query<IParameters>()) {
+        if (FAILED(replicateParameters(parameters, target.get()))) return S_OK;
+    }
     if (SmartPtr<IInputParameters> targetInputs = replica.query<IInputParameters>())
         replicateInputs(targetInputs.get());
     *copy = replica.detach();

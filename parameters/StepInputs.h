@@ -38,7 +38,8 @@ public:
 
     // Declares the inputs on the input list, then the parameters, in display
     // order. Results of the host calls are not checked: a step is made even
-    // when its host cannot supply every string or variant.
+    // when its host cannot supply every string or variant. E_OUTOFMEMORY when
+    // a parameter's record cannot be made: the step is then not made at all.
     HRESULT declare(ParameterCollection& parameters, DeclarationTable<InputDeclaration> inputs,
                     DeclarationTable<ParameterDeclaration> declared);
 
@@ -51,16 +52,19 @@ public:
     // layout: "Parameters" in full form, then "Inputs". Without
     // `withParameters` the folder stream gets the input list alone. Always 0.
     HRESULT save(ParameterCollection& parameters, IDataStream* stream, int32_t mode, bool withParameters = true);
-    // 0x80004001 for a null stream or one that is neither XML nor a folder.
+    // 0x80004001 for a null stream or one that is neither XML nor a folder;
+    // E_OUTOFMEMORY, with parameters and inputs as they were, when a rebuilt
+    // parameter set finds no memory.
     HRESULT load(ParameterCollection& parameters, IDataStream* stream, int32_t mode);
     // The plain layout alone, into a folder stream: parameters in compact
     // form, the input list beside them.
     void savePlain(ParameterCollection& parameters, IDataStream* stream, int32_t mode);
-    void loadPlain(ParameterCollection& parameters, IDataStream* stream, int32_t mode);
+    HRESULT loadPlain(ParameterCollection& parameters, IDataStream* stream, int32_t mode);
 
     // A new step made by `create` with copies of the values, new bindings for
     // bound parameters and the inputs bound to the same objects. The copy is
-    // null when the step cannot be made; 0 either way.
+    // null when the step cannot be made, with 0, or, when the module runs
+    // out of memory making it whole, with E_OUTOFMEMORY.
     HRESULT replicate(ParameterCollection& parameters, CREATEFUNCTION create, IUnknown** copy);
 
     // The input list saves and loads its own bindings.

@@ -85,7 +85,7 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
     SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream);
     if (!xml) return S_OK;
     const bool rebuild = (mode & MODE_REBUILD) != 0;
-    if (rebuild) parameters.RemoveAll();
+    ParameterBatch read;  // the rebuilt set, read whole before it replaces the declared one
     tagREFString name = {0, nullptr};
     while (xml->NextElement(&name) >= 0) {
         SmartPtr<IXMLStream> element;
@@ -93,7 +93,9 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
         SmartPtr<IString> parameterName = ISCreate(name);
         if (rebuild) {
             // Full-form elements are not taken apart: their whole text is the value.
-            parameters.Add(parameterName.get(), convertedText(element.get()).get(), nullptr, 0);
+            if (read.add(parameterName.get(), convertedText(element.get()).get(), nullptr, 0) == E_OUTOFMEMORY) {
+                return E_OUTOFMEMORY;
+            }
             continue;
         }
         int32_t index = -1;
@@ -116,7 +118,7 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
         }
         if (!hasChildren) parameters.put_Item(index, convertedText(element.get()).get());
     }
-    return S_OK;
+    return rebuild ? parameters.replaceAll(read) : S_OK;
 }
 
 HRESULT PARAMSSaveXMLUnk(ParameterCollection& parameters, IDataStream* stream, int32_t mode) {
@@ -150,12 +152,13 @@ HRESULT PARAMSLoadXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
     SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream);
     if (!xml) return S_OK;
     const bool rebuild = (mode & MODE_REBUILD) != 0;
-    if (rebuild) parameters.RemoveAll();
+    ParameterBatch read;  // the rebuilt set, read whole before it replaces the declared one
     tagREFString name = {0, nullptr};
     while (xml->NextElement(&name) >= 0) {
         SmartPtr<IString> parameterName = ISCreate(name);
         SmartPtr<IUnknown> current;
-        if (mode & MODE_REUSE) {
+        // A rebuilt set starts empty: there is no current item to reuse.
+        if ((mode & MODE_REUSE) && !rebuild) {
             int32_t index = -1;
             if (parameters.get_Index(parameterName.get(), &index) >= 0) parameters.get_Item(index, current.put());
         }
@@ -189,8 +192,10 @@ HRESULT PARAMSLoadXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
                 parameters.put_ItemDescriptor(index, descriptor.get());
             }
         } else if (name.count > 0 && value) {
-            parameters.Add(parameterName.get(), value.get(), descriptor.get(), flags);
+            if (read.add(parameterName.get(), value.get(), descriptor.get(), flags) == E_OUTOFMEMORY) {
+                return E_OUTOFMEMORY;
+            }
         }
     }
-    return S_OK;
+    return rebuild ? parameters.replaceAll(read) : S_OK;
 }

@@ -1,7 +1,8 @@
 // A step's parameters as XML elements: every parameter with its value as
 // text (Params_SaveXML and Params_LoadXML), or only the parameters whose value
 // is a persistable object, which saves itself (the "Unk" pair). All four
-// always return 0 and leave a stream without IXMLStream untouched.
+// return 0 and leave a stream without IXMLStream untouched; a rebuilding
+// load without memory for the new set gives E_OUTOFMEMORY and keeps the old.
 #pragma once
 
 #include <cstdint>

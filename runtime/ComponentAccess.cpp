@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <vector>
 
 #include "runtime/CREFString.h"
+#include "runtime/Locks.h"
 #include "runtime/PropertyNames.h"
 #include "runtime/Values.h"
 
@@ -19,8 +19,8 @@ namespace {
 // Guards only the exchange of the global pointer, never a call into a host:
 // a reader takes its reference under the lock, so a concurrent replacement
 // cannot release the collection between the read and the AddRef.
-std::mutex& globalCollectionMutex() {
-    static std::mutex mutex;
+Mutex& globalCollectionMutex() {
+    static Mutex mutex;
     return mutex;
 }
 
@@ -60,7 +60,7 @@ bool buildModulePath(tagREFString name, char (&path)[kPathCapacity]) {
 
 // The global collection as it is now, without making one.
 SmartPtr<IComponentCollection> currentGlobal() {
-    std::lock_guard<std::mutex> lock(globalCollectionMutex());
+    std::lock_guard<Mutex> lock(globalCollectionMutex());
     return gGlobalComponentCollection;
 }
 
@@ -78,7 +78,7 @@ constexpr tagREFString kCollectionsEx = literal(L"CollectionsEx");
 // it empty at once may both look it up, and the first to store it wins.
 struct CachedFactory {
     const tagREFString className;  // the component name and the class part
-    std::mutex mutex;
+    Mutex mutex;
     SmartPtr<IComponentString> factory;
 };
 
@@ -117,12 +117,12 @@ SmartPtr<IComponentString> findFactory(const tagREFString& className) {
 SmartPtr<IComponentString> factoryFor(FactoryKind kind) {
     CachedFactory& cache = cachedFactory(kind);
     {
-        std::lock_guard<std::mutex> lock(cache.mutex);
+        std::lock_guard<Mutex> lock(cache.mutex);
         if (cache.factory) return cache.factory;
     }
     SmartPtr<IComponentString> found = findFactory(cache.className);
     if (!found) return nullptr;
-    std::lock_guard<std::mutex> lock(cache.mutex);
+    std::lock_guard<Mutex> lock(cache.mutex);
     if (!cache.factory) cache.factory = std::move(found);
     return cache.factory;
 }
@@ -140,7 +140,7 @@ void releaseFactories() {
     for (int kind = 0; kind < kFactoryKinds; ++kind) {
         CachedFactory& cache = cachedFactory(static_cast<FactoryKind>(kind));
         SmartPtr<IComponentString> released;
-        std::lock_guard<std::mutex> lock(cache.mutex);
+        std::lock_guard<Mutex> lock(cache.mutex);
         std::swap(released, cache.factory);
     }
 }
@@ -155,7 +155,7 @@ SmartPtr<ISuperCollection> CREFString::CreateCollection() { return createFrom<IS
 
 SmartPtr<IComponentCollection> GLOBALComponents() {
     {
-        std::lock_guard<std::mutex> lock(globalCollectionMutex());
+        std::lock_guard<Mutex> lock(globalCollectionMutex());
         if (gGlobalComponentCollection) return gGlobalComponentCollection;
     }
     const CREATEFUNCTION creator = MODULECreateFunction(kCollectionsEx, literal(L"GlobalComponentCollection"));
@@ -163,7 +163,7 @@ SmartPtr<IComponentCollection> GLOBALComponents() {
     SmartPtr<IComponentCollection> made;
     creator(nullptr, &IID_IComponentCollection, made.put_void());
 
-    std::lock_guard<std::mutex> lock(globalCollectionMutex());
+    std::lock_guard<Mutex> lock(globalCollectionMutex());
     if (!gGlobalComponentCollection) gGlobalComponentCollection = made;
     return gGlobalComponentCollection;
 }
@@ -171,7 +171,7 @@ SmartPtr<IComponentCollection> GLOBALComponents() {
 void GLOBALSetComponents(IComponentCollection* collection) {
     SmartPtr<IComponentCollection> replacement(collection);
     {
-        std::lock_guard<std::mutex> lock(globalCollectionMutex());
+        std::lock_guard<Mutex> lock(globalCollectionMutex());
         std::swap(replacement, gGlobalComponentCollection);
     }
     // The old collection is released outside the lock.
@@ -222,8 +222,8 @@ SmartPtr<IComponentString> GetComponentString(IString* name) {
 }
 
 namespace {
-std::mutex& keptComponentsMutex() {
-    static std::mutex mutex;
+Mutex& keptComponentsMutex() {
+    static Mutex mutex;
     return mutex;
 }
 KeptComponent* gKeptComponents = nullptr;
@@ -231,12 +231,12 @@ KeptComponent* gKeptComponents = nullptr;
 
 SmartPtr<IComponentString> KeptComponent::get() {
     {
-        std::lock_guard<std::mutex> lock(keptComponentsMutex());
+        std::lock_guard<Mutex> lock(keptComponentsMutex());
         if (m_Component) return m_Component;
     }
     SmartPtr<IComponentString> found = GetComponentString(ISCreate(m_Name).get());
     if (!found) return nullptr;
-    std::lock_guard<std::mutex> lock(keptComponentsMutex());
+    std::lock_guard<Mutex> lock(keptComponentsMutex());
     if (!m_Component) m_Component = std::move(found);
     if (!m_Listed) {
         m_Listed = true;
@@ -248,14 +248,14 @@ SmartPtr<IComponentString> KeptComponent::get() {
 
 void KeptComponent::release() {
     SmartPtr<IComponentString> released;
-    std::lock_guard<std::mutex> lock(keptComponentsMutex());
+    std::lock_guard<Mutex> lock(keptComponentsMutex());
     std::swap(released, m_Component);
 }
 
 void MODULEReleaseComponents() {
     KeptComponent* kept = nullptr;
     {
-        std::lock_guard<std::mutex> lock(keptComponentsMutex());
+        std::lock_guard<Mutex> lock(keptComponentsMutex());
         kept = gKeptComponents;
     }
     // Listed components stay listed: the list only grows, at its head.

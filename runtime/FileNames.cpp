@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cwctype>
-#include <memory>
-#include <new>
 
 #include "runtime/CREFString.h"
 #include "runtime/ComponentAccess.h"
@@ -49,18 +47,6 @@ SmartPtr<IString> joined(std::initializer_list<tagREFString> parts) {
         if (part.count > 0 && part.text) result->Append(part.count, part.text);
     }
     return result;
-}
-
-// The same text with every "\" turned into "/": the string itself when there
-// is none to turn, else a new string.
-SmartPtr<IString> withForwardSlashes(IString* string) {
-    const CREFString text(string);
-    const int32_t length = text.empty() ? 0 : text.count;
-    if (std::find(text.text, text.text + length, L'\\') == text.text + length) return string;
-    std::unique_ptr<wchar_t[]> copy(new (std::nothrow) wchar_t[static_cast<size_t>(length)]);
-    if (!copy) return nullptr;
-    std::replace_copy(text.text, text.text + length, copy.get(), L'\\', L'/');
-    return ISCreate(tagREFString{length, copy.get()});
 }
 
 // Hands result to the caller: 0, or 0x80004005 when the host made no string.
@@ -156,7 +142,7 @@ HRESULT FILENAMEUnmap(IString* portable, IString** out) {
     if (!value) return E_FAIL;
     SmartPtr<IString> unmapped = joined({CREFString(value.get()), rest(text, close + 1)});
     if (!unmapped) return E_FAIL;
-    return handOver(withForwardSlashes(unmapped.get()), out);
+    return handOver(pathWithForwardSlashes(unmapped.get()), out);
 }
 
 HRESULT FILENAMECreateRelative(IString* path, IString** out, int16_t selector) {
@@ -218,7 +204,7 @@ HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector) {
         return S_OK;
     }
     if (text.ContainsChar(CREFString(L":")) >= 0 || text.text[0] == L'/' || text.count <= 2) {
-        return handOver(withForwardSlashes(path), out);
+        return handOver(pathWithForwardSlashes(path), out);
     }
     int32_t levels = 0;
     while (3 * levels + 2 < text.count && text.text[3 * levels] == L'.' && text.text[3 * levels + 1] == L'.' &&
@@ -240,7 +226,25 @@ HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector) {
     }
     SmartPtr<IString> tail = ISCreate(rest(text, 3 * levels));
     if (!tail) return E_FAIL;
-    tail = withForwardSlashes(tail.get());
+    tail = pathWithForwardSlashes(tail.get());
     if (!tail) return E_FAIL;
     return handOver(joined({base, CREFString(L"/"), CREFString(tail.get())}), out);
+}
+
+// Copied through a small buffer, so that no length of path needs storage
+// of the module's own.
+SmartPtr<IString> pathWithForwardSlashes(IString* path) {
+    const CREFString text(path);
+    const int32_t length = text.empty() ? 0 : text.count;
+    if (std::find(text.text, text.text + length, L'\\') == text.text + length) return SmartPtr<IString>(path);
+    SmartPtr<IString> result = ISCreate(tagREFString{0, nullptr});
+    if (!result) return nullptr;
+    wchar_t chunk[64];
+    for (int32_t done = 0; done < length;) {
+        const int32_t size = std::min<int32_t>(length - done, 64);
+        std::replace_copy(text.text + done, text.text + done + size, chunk, L'\\', L'/');
+        result->Append(size, chunk);
+        done += size;
+    }
+    return result;
 }

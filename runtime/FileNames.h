@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "runtime/Interfaces.h"
+#include "runtime/SmartPtr.h"
 
 constexpr HRESULT E_NO_SETTINGS_STORE = static_cast<HRESULT>(0x80040010u);
 
@@ -17,3 +18,7 @@ HRESULT FILENAMEUnmap(IString* portable, IString** out);
 HRESULT FILENAMECreateRelative(IString* path, IString** out, int16_t selector);
 HRESULT FILENAMECreateRelative(IString* base, IString* path, IString** out);
 HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector);
+
+// The path with every "\" turned into "/": the string itself when it has
+// none, else a new string (null when the host makes none).
+SmartPtr<IString> pathWithForwardSlashes(IString* path);

@@ -1,5 +1,8 @@
 #include "runtime/ObjectBase.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace {
 
 HRESULT answer(IUnknown* object, const InterfaceEntry& entry, const IID& iid, void** out, IUnknown* delegate) {
@@ -33,6 +36,14 @@ HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const II
     }
     return E_NOINTERFACE;
 }
+
+#ifdef FLUKO_CHECK_REFERENCES
+void OBJECTReleasedTooOften(const wchar_t* className) {
+    std::fprintf(stderr, "Flukokzad: an object of class %ls was released more often than it was referenced\n",
+                 className);
+    std::abort();
+}
+#endif
 
 HRESULT CObjectRoot::finishCreation(CObjectRoot* object, const IID& iid, void** out, void (*destroy)(CObjectRoot*)) {
     HRESULT result = object->FinalConstruct();

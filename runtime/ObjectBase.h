@@ -13,9 +13,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <new>
 #include <type_traits>
 
+#include "runtime/Allocation.h"
 #include "runtime/Interfaces.h"
 
 // A class's interface table: the interfaces QueryInterface answers besides
@@ -65,6 +65,11 @@ struct InterfaceMap {
 // they are unknown).
 HRESULT OBJECTQueryInterface(IUnknown* object, const InterfaceMap& map, const IID& iid, void** out, IUnknown* delegate);
 
+// A Release that took an object's count below zero: someone released a
+// reference they did not hold. Checking builds (Debug and the sanitizers)
+// end the process here with the class's name; others never call it.
+[[noreturn]] void OBJECTReleasedTooOften(const wchar_t* className);
+
 // The base of every step object, with the operations that do not depend on
 // the class: the construction hooks, the lock and the count.
 class CObjectRoot : public IUnknown {
@@ -106,7 +111,7 @@ public:
         if (!out) return E_POINTER;
         *out = nullptr;
         if (!iid) return E_POINTER;
-        T* object = new (std::nothrow) T();
+        T* object = newObject<T>();
         if (!object) return E_OUTOFMEMORY;
         return finishCreation(object, *iid, out, &destroy);
     }
@@ -119,6 +124,9 @@ protected:
     uint32_t release() {
         const int32_t count = dropReference();
         if (count == 0) destroy(this);
+#ifdef FLUKO_CHECK_REFERENCES
+        if (count < 0) OBJECTReleasedTooOften(T::kRegisteredName);
+#endif
         return static_cast<uint32_t>(count);
     }
 
@@ -128,7 +136,7 @@ private:
     __attribute__((noinline)) static void destroy(CObjectRoot* root) {
         T* object = static_cast<T*>(root);
         object->FinalRelease();
-        delete object;
+        deleteObject(object);
     }
 };
 

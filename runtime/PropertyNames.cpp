@@ -5,12 +5,13 @@
 
 #include "runtime/CREFString.h"
 #include "runtime/ComponentAccess.h"
+#include "runtime/Locks.h"
 #include "runtime/ObjectResolve.h"
 #include "runtime/Values.h"
 
 namespace {
 
-std::mutex gTableMutex;
+Mutex gTableMutex;
 SmartPtr<IStringTable> gStringTable;
 
 }  // namespace
@@ -19,18 +20,18 @@ HRESULT PROPQueryInterface(IUnknown* object, const IID& iid, void** out) { retur
 
 SmartPtr<IStringTable> PROPStringTable() {
     {
-        std::lock_guard<std::mutex> lock(gTableMutex);
+        std::lock_guard<Mutex> lock(gTableMutex);
         if (gStringTable) return gStringTable;
     }
     SmartPtr<IStringTable> found = CreateObject<IStringTable>(L"StringTable");
-    std::lock_guard<std::mutex> lock(gTableMutex);
+    std::lock_guard<Mutex> lock(gTableMutex);
     if (!gStringTable) gStringTable = std::move(found);
     return gStringTable;
 }
 
 void PROPReleaseStringTable() {
     SmartPtr<IStringTable> released;
-    std::lock_guard<std::mutex> lock(gTableMutex);
+    std::lock_guard<Mutex> lock(gTableMutex);
     std::swap(released, gStringTable);
 }
 

@@ -85,7 +85,7 @@ public:
     HRESULT ConfirmationDone(IUnknown*, int32_t response) override {
         bool recorded = false;
         {
-            std::lock_guard<std::mutex> lock(m_AnswerMutex);
+            std::lock_guard<Mutex> lock(m_AnswerMutex);
             if (m_Worker.runningFlag() != 0) {
                 writeInteger(kResponse, response);
                 m_Worker.clearRunningFlag();
@@ -113,7 +113,7 @@ private:
             {
                 // An answer or a stop that came during the look wins over a
                 // time-out that falls due in the same look.
-                std::lock_guard<std::mutex> lock(m_AnswerMutex);
+                std::lock_guard<Mutex> lock(m_AnswerMutex);
                 if ((stop && stop->IsSet()) || m_Worker.runningFlag() == 0) return;
                 if (!(limit < elapsed)) continue;
                 m_Worker.clearRunningFlag();
@@ -126,7 +126,7 @@ private:
 
     // Makes "is the step still running" and the write of "Response" one
     // step, between the answer and the time-out.
-    std::mutex m_AnswerMutex;
+    Mutex m_AnswerMutex;
 };
 
 extern const ModuleClass gGCUIConfirmClass = moduleClassOf<CGCUIConfirm>();

@@ -159,7 +159,7 @@ public:
         // report a close.
         SmartPtr<IHostWindow> window = showPopup(caption.get(), frame.get());
         {
-            std::lock_guard<std::mutex> lock(m_EditMutex);
+            std::lock_guard<Mutex> lock(m_EditMutex);
             m_Window = window;
             m_Registering = true;
             m_ClosedBeforeRegistering = false;
@@ -175,7 +175,7 @@ public:
         // A stop that closed the frame while the step was registering: the
         // frame may have told its close to nobody, and no later stop finds
         // a window to close. The stop ends the wait as the close would.
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         m_Registering = false;
         if (m_ClosedBeforeRegistering) m_EditDone = 1;
         return S_OK;
@@ -184,7 +184,7 @@ public:
     // Editing the step forgets where its pop-up window stood.
     HRESULT GetPages(int32_t, INamedCollection** pages, IUnknown**) override {
         const HRESULT result = StepBase::GetPages(0, pages, nullptr);
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         for (int32_t& value : m_Rect) value = 0;
         return result;
     }
@@ -206,10 +206,11 @@ public:
     HRESULT Load(IDataStream* stream, int32_t mode) override {
         SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
         if (!folder) return E_NOTIMPL;
-        m_StepInputs.loadPlain(m_Parameters, stream, mode);
+        const HRESULT loaded = m_StepInputs.loadPlain(m_Parameters, stream, mode);
+        if (FAILED(loaded)) return loaded;
         int32_t area[4] = {0, 0, 0, 0};
         if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
-            std::lock_guard<std::mutex> lock(m_EditMutex);
+            std::lock_guard<Mutex> lock(m_EditMutex);
             for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
         }
         return S_OK;
@@ -303,12 +304,12 @@ private:
 
     // The open editor's window, no longer held by the step.
     SmartPtr<IHostWindow> takeWindow() {
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         return std::move(m_Window);
     }
 
     void rememberedArea(int32_t area[4]) {
-        std::lock_guard<std::mutex> lock(m_EditMutex);
+        std::lock_guard<Mutex> lock(m_EditMutex);
         for (int side = 0; side < 4; ++side) area[side] = m_Rect[side];
     }
 
@@ -318,7 +319,7 @@ private:
         if (SmartPtr<IHostWindow> window = takeWindow()) {
             int32_t area[4] = {0, 0, 0, 0};
             if (window->get_Area(area) >= 0) {
-                std::lock_guard<std::mutex> lock(m_EditMutex);
+                std::lock_guard<Mutex> lock(m_EditMutex);
                 for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
             }
         }
@@ -330,7 +331,7 @@ private:
     void closeEditor() {
         SmartPtr<IHostWindow> window;
         {
-            std::lock_guard<std::mutex> lock(m_EditMutex);
+            std::lock_guard<Mutex> lock(m_EditMutex);
             window = std::move(m_Window);
             if (window && m_Registering) m_ClosedBeforeRegistering = true;
         }
@@ -341,7 +342,7 @@ private:
         }
     }
 
-    std::mutex m_EditMutex;      // m_Window, m_Rect and the two flags below, shared with the frame's event thread
+    Mutex m_EditMutex;           // m_Window, m_Rect and the two flags below, shared with the frame's event thread
     bool m_Registering = false;  // the window is shown, the step's registration with the frame not yet done
     bool m_ClosedBeforeRegistering = false;  // a stop closed the frame in that time
     SmartPtr<IHostWindow> m_Window;          // the pop-up window of the open editor

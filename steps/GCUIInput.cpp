@@ -1,13 +1,14 @@
 // The Input step: asks the operator for a text, a number, a password or a
 // file name through the host's keyboard or file chooser.
 #include <dirent.h>
+#include <limits.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
-#include <string>
 
 #include "module/Registry.h"
+#include "runtime/TextEncoding.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -47,69 +48,48 @@ int32_t keyboardMode(int32_t type) {
     }
 }
 
-std::string utf8(const std::wstring& text) {
-    std::string bytes;
-    for (wchar_t wide : text) {
-        const uint32_t c = static_cast<uint32_t>(wide);
-        if (c < 0x80) {
-            bytes += static_cast<char>(c);
-        } else if (c < 0x800) {
-            bytes += static_cast<char>(0xC0 | (c >> 6));
-            bytes += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            bytes += static_cast<char>(0xE0 | (c >> 12));
-            bytes += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            bytes += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            bytes += static_cast<char>(0xF0 | ((c >> 18) & 0x07));
-            bytes += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            bytes += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            bytes += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return bytes;
-}
-
-bool exists(const std::wstring& name) {
-    const std::string path = utf8(name);
-    if (DIR* directory = opendir(path.c_str())) {
+// The name exists as a directory or as a file that can be read. A name
+// whose UTF-8 form is PATH_MAX bytes or longer names nothing the system can
+// open, so it needs no storage beyond a buffer of that size.
+bool exists(const CREFString& name) {
+    char path[PATH_MAX];
+    if (encodeUtf8(name.text, name.count, path, sizeof path) >= sizeof path) return false;
+    if (DIR* directory = opendir(path)) {
         closedir(directory);
         return true;
     }
-    if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
+    if (std::FILE* file = std::fopen(path, "rb")) {
         std::fclose(file);
         return true;
     }
     return false;
 }
 
-}  // namespace
-
 // The name a save proposes when the wanted one is taken: the number that
 // ends the part before the extension, plus one ("image09.bmp" becomes
-// "image10.bmp"). A name without such a number, or whose base is a single
-// character, is proposed as it is. A name with no usable dot keeps no
-// extension and is proposed as it is.
-static std::wstring nextFreeName(const std::wstring& name) {
+// "image10.bmp"), written into `advanced`. A name without such a number, or
+// whose base is a single character, is proposed as it is. A name with no
+// usable dot keeps no extension and is proposed as it is.
+CREFString nextFreeName(const CREFString& name, wchar_t (&advanced)[kNameCapacity]) {
     if (name.empty() || !exists(name)) return name;
-    const size_t dot = name.rfind(L'.');
-    if (dot == std::wstring::npos || dot == 0) return name;
-    const std::wstring base = name.substr(0, dot);
-    const std::wstring extension = name.substr(dot + 1);
-    size_t digits = base.size();
-    if (base.size() > 1) {
-        while (digits > 0 && base[digits - 1] >= L'0' && base[digits - 1] <= L'9') --digits;
+    int32_t dot = name.count - 1;
+    while (dot >= 0 && name.text[dot] != L'.') --dot;
+    if (dot <= 0) return name;
+    int32_t digits = dot;  // where the base's closing digits start
+    if (dot > 1) {
+        while (digits > 0 && name.text[digits - 1] >= L'0' && name.text[digits - 1] <= L'9') --digits;
     }
     int64_t number = 0;
-    for (size_t i = digits; i < base.size() && number < 0x7FFFFFFF; ++i) number = number * 10 + (base[i] - L'0');
+    for (int32_t i = digits; i < dot && number < 0x7FFFFFFF; ++i) number = number * 10 + (name.text[i] - L'0');
     if (number == 0 || number >= 0x7FFFFFFF) return name;
-    wchar_t advanced[kNameCapacity];
-    if (std::swprintf(advanced, kNameCapacity, L"%.*ls%d.%ls", static_cast<int>(digits), base.c_str(),
-                      static_cast<int>(number + 1), extension.c_str()) < 0) {
-        return name;  // too long to advance
-    }
-    return advanced;
+    const int written =
+        std::swprintf(advanced, kNameCapacity, L"%.*ls%d.%.*ls", static_cast<int>(digits), name.text,
+                      static_cast<int>(number + 1), static_cast<int>(name.count - dot - 1), name.text + dot + 1);
+    if (written < 0) return name;  // too long to advance
+    return CREFString(advanced, written);
 }
+
+}  // namespace
 
 class CGCUIInput final
     : public StepBase<CGCUIInput, IParameters, IStepImplAsynchronous, _IUIKeyboardEvents, _IUIFileArchiveEvents> {
@@ -197,16 +177,16 @@ private:
 
     HRESULT askForFile(IUIUtils* utils, int32_t type, IString* caption, IString* proposed) {
         SmartPtr<IString> filter = readText(kExtIfFile, nullptr);
-        std::wstring name = textOf(proposed);
-        if (type != kFileLoad) name = nextFreeName(name);
-        const std::wstring captionText = textOf(caption);
-        const std::wstring filterText = textOf(filter.get());
+        // Views of the host's strings, which this call holds: nothing is copied.
+        wchar_t advanced[kNameCapacity];
+        CREFString name(static_cast<IUnknown*>(proposed));
+        if (type != kFileLoad) name = nextFreeName(name, advanced);
+        const CREFString captionText(static_cast<IUnknown*>(caption));
+        const CREFString filterText(static_cast<IUnknown*>(filter.get()));
         SmartPtr<IUnknown> chosen;
-        const auto length = [](const std::wstring& text) { return static_cast<int32_t>(text.size()); };
-        const auto textOrNone = [](const std::wstring& text) { return text.empty() ? nullptr : text.c_str(); };
-        if (!utils || utils->ShowFileArchive(length(name), textOrNone(name), length(captionText),
-                                             textOrNone(captionText), length(filterText), textOrNone(filterText), 0,
-                                             type == kFileLoad ? 0 : 1, 0, -1, chosen.put()) < 0) {
+        if (!utils ||
+            utils->ShowFileArchive(name.count, name.text, captionText.count, captionText.text, filterText.count,
+                                   filterText.text, 0, type == kFileLoad ? 0 : 1, 0, -1, chosen.put()) < 0) {
             writeInteger(kReturnCode, -1);
             return E_FAIL;
         }
@@ -227,13 +207,6 @@ private:
         // The chooser answered at once.
         FileArchiveApply(answer.get(), nullptr);
         return S_OK;
-    }
-
-    static std::wstring textOf(IString* text) {
-        const wchar_t* chars = nullptr;
-        int32_t length = 0;
-        if (!text || text->get_Text(&chars, &length) < 0 || !chars || length <= 0) return std::wstring();
-        return std::wstring(chars, static_cast<size_t>(length));
     }
 
     std::atomic<int32_t> m_InputDone{1};  // 1 when no answer is awaited

@@ -44,7 +44,8 @@ public:
     using Interfaces = StepInterfaces<IParametersCreatable>;
 
     // Every run starts empty, so the parameters are those of the last object
-    // read. Nothing that the host answers is a failure of the step.
+    // read. Nothing that the host answers is a failure of the step; a set
+    // that finds no memory is E_OUTOFMEMORY and leaves the last one.
     HRESULT Execute(CStopEvent*) {
         SmartPtr<IUnknown> object = InputObject(kObject);
         auto interrogate = PROPQuery<IUIPropInterrogate>(object.get());
@@ -52,17 +53,20 @@ public:
         auto parametric = PROPQuery<IParametricObject>(object.get());
         auto parameters = PROPQuery<IParameters>(object.get());
 
-        m_Parameters.RemoveAll();
+        // The set is read whole, then replaces the last one. A step that
+        // reads itself finds its set emptied, as the run begins with that.
+        ParameterBatch read;
+        HRESULT result = S_OK;
         if (interrogate) {
-            readProperties(interrogate.get(), extended.get());
+            result = readProperties(read, interrogate.get(), extended.get());
         } else if (parametric) {
             SmartPtr<INamedCollection> collection;
             parametric->GetParameters(collection.put(), 0);
-            copyNamed(collection.get());
-        } else if (parameters) {
-            copyNamed(parameters.get());
+            result = copyNamed(read, collection.get());
+        } else if (parameters && !isSameObject(parameters.get(), m_Parameters.face())) {
+            result = copyNamed(read, parameters.get());
         }
-        return S_OK;
+        return FAILED(result) ? result : m_Parameters.replaceAll(read);
     }
 
     // The parameters come from the object read, so only XML keeps them; a
@@ -78,39 +82,44 @@ public:
 
 private:
     // One parameter per item, under the item's name, flags 0.
-    void copyNamed(INamedCollection* collection) {
+    static HRESULT copyNamed(ParameterBatch& read, INamedCollection* collection) {
         int32_t count = 0;
-        if (!collection || collection->get_Count(&count) < 0) return;
+        if (!collection || collection->get_Count(&count) < 0) return S_OK;
         for (int32_t i = 0; i < count; ++i) {
             SmartPtr<IUnknown> item;
             SmartPtr<IString> name;
             collection->get_Item(i, item.put());
             collection->get_ItemName(i, name.put());
-            m_Parameters.Add(name.get(), item.get(), nullptr, 0);
+            if (read.add(name.get(), item.get(), nullptr, 0) == E_OUTOFMEMORY) return E_OUTOFMEMORY;
         }
+        return S_OK;
     }
 
-    void readProperties(IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended) {
+    static HRESULT readProperties(ParameterBatch& read, IUIPropInterrogate* interrogate,
+                                  IUIPropInterrogateEx* extended) {
         SmartPtr<INamedCollection> section = PROPNameSection(
             PROPStringTable().get(), CreateObject<IComponentString>(L"ComponentString").get(), interrogate);
         int32_t unused = 0;
         interrogate->GetProperty(kAllProperties, &unused);
         int32_t first = 0;
         int32_t last = -1;
-        if (interrogate->GetPropertyRange(kAllProperties, &first, &last) < 0) return;
+        if (interrogate->GetPropertyRange(kAllProperties, &first, &last) < 0) return S_OK;
         const int64_t end = std::min<int64_t>(last, int64_t{first} + kMostIds - 1);
         for (int64_t id = first; id <= end; ++id) {
-            readProperty(interrogate, extended, section.get(), static_cast<int32_t>(id));
+            if (readProperty(read, interrogate, extended, section.get(), static_cast<int32_t>(id)) == E_OUTOFMEMORY) {
+                return E_OUTOFMEMORY;
+            }
         }
+        return S_OK;
     }
 
-    void readProperty(IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended, INamedCollection* section,
-                      int32_t id) {
+    static HRESULT readProperty(ParameterBatch& read, IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended,
+                                INamedCollection* section, int32_t id) {
         int32_t bits = 0;
         SmartPtr<IUnknown> object;
         int32_t kind = interrogate->GetProperty(id, &bits);
         if (kind < 0 && extended) kind = extended->GetPropertyObject(id, object.put());
-        if (kind < 0) return;
+        if (kind < 0) return S_OK;
 
         const int32_t valueType = kind & kValueType;
         SmartPtr<IUnknown> value = object;
@@ -128,7 +137,7 @@ private:
             interrogate->GetPropertyChoices(id, choices.put());
         }
         const int32_t flags = valueType == 0 ? (kind & kSubKind) | 3 : kind & 0xFF;
-        m_Parameters.Add(PROPDisplayName(section, id).get(), value.get(), choices.get(), flags);
+        return read.add(PROPDisplayName(section, id).get(), value.get(), choices.get(), flags);
     }
 
     CResourceLock m_ResourceLock;

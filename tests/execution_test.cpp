@@ -1,6 +1,5 @@
 // How the host starts, stops and times steps: the synchronous and the
 // asynchronous frameworks, driven through IStep with test step classes.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -12,6 +11,7 @@
 
 #include "support/HostTest.h"
 #include "support/TestStep.h"
+#include "support/Threads.h"
 
 namespace {
 
@@ -25,22 +25,6 @@ bool eventually(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(50us);
     }
     return true;
-}
-
-int threadsOfThisProcess() {
-    // Some runtimes (ThreadSanitizer's among them) start a helper thread of their
-    // own with the first thread the process creates; let that happen first.
-    static const bool runtimeSettled = [] {
-        std::thread([] {}).join();
-        return true;
-    }();
-    (void)runtimeSettled;
-    int count = 0;
-    if (DIR* tasks = opendir("/proc/self/task")) {
-        while (dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
-        closedir(tasks);
-    }
-    return count;
 }
 
 // What the tests' own steps do when they run, and what they saw.
@@ -290,7 +274,7 @@ TEST_F(Execution, AFailedThreadCreationLeavesTheStepAbleToRunAgain) {
 TEST_F(Execution, ThousandsOfRunsLeaveNoThreadsBehind) {
     SmartPtr<IStep> step = makeStep<CTestAsyncStep>();
     gScript.with([] { return gScript.finish = true; });
-    const int threadsBefore = threadsOfThisProcess();
+    const int threadsBefore = threadCount();
     const int32_t liveBefore = host::Ledger::live();
     for (int run = 0; run < 10000; ++run) {
         ASSERT_EQ(step->TurnOn(), S_OK) << "run " << run;
@@ -302,13 +286,12 @@ TEST_F(Execution, ThousandsOfRunsLeaveNoThreadsBehind) {
     }
     // A joined thread can linger in /proc for a moment after the join returns
     // (the kernel reaps it a little later), so the counts are awaited.
-    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore + 1; }))
-        << "at most the last finished worker";
+    EXPECT_TRUE(eventually([&] { return threadCount() <= threadsBefore + 1; })) << "at most the last finished worker";
     EXPECT_EQ(host::Ledger::live(), liveBefore);
     EXPECT_EQ(gScript.with([] { return gScript.executions; }), 10000);
     // IsRunning turns 0 just before the worker lets go of its reference, so
     // the last Release may be the worker's: the object ends either way, once.
     step = nullptr;
     EXPECT_TRUE(eventually([] { return gScript.with([] { return gScript.finalReleases == 1; }); }));
-    EXPECT_TRUE(eventually([&] { return threadsOfThisProcess() <= threadsBefore; })) << "no worker outlives its step";
+    EXPECT_TRUE(eventually([&] { return threadCount() <= threadsBefore; })) << "no worker outlives its step";
 }

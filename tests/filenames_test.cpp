@@ -202,6 +202,15 @@ TEST_F(FileNames, LongPathsAreHandledWhole) {
     EXPECT_EQ(textOf(out), L"/opt/app/" + tail);
     const std::wstring longName(10000, L'n');
     EXPECT_EQ(FILENAMEUnmap(text((L"[" + longName + L"]/x").c_str()).get(), out.put()), E_FAIL);
+    // Backslashes all along a long path, across the pieces it is copied in.
+    std::wstring backslashed;
+    std::wstring forward;
+    for (int i = 0; i < 100; ++i) {
+        backslashed += L"d" + std::to_wstring(i) + L"\\";
+        forward += L"d" + std::to_wstring(i) + L"/";
+    }
+    EXPECT_EQ(FILENAMEUnmap(text((L"[Images]\\" + backslashed).c_str()).get(), out.put()), S_OK);
+    EXPECT_EQ(textOf(out), L"/media/img/" + forward);
 }
 
 TEST_F(FileNames, WorkspacePathsAreReadIntoABoundedBuffer) {

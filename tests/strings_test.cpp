@@ -8,6 +8,7 @@
 
 #include "host/Variants.h"
 #include "runtime/CREFString.h"
+#include "runtime/TextEncoding.h"
 #include "support/HostTest.h"
 
 using Strings = HostTest;
@@ -330,4 +331,35 @@ TEST_F(Strings, MalformedAndLongViewsGiveDefinedResults) {
     EXPECT_EQ(line.count, 10000);
     EXPECT_EQ(longText.view().GetFirstWord(&line, false), S_OK);
     EXPECT_EQ(line.count, 10000);
+}
+
+// The UTF-8 form of file names: one to four bytes a character, written only
+// when the whole text and its terminator fit.
+TEST(Utf8, EncodesIntoTheCallersStorageOnlyWhenItAllFits) {
+    struct Case {
+        std::wstring text;
+        std::string bytes;
+    };
+    const Case cases[] = {
+        {L"", ""},
+        {L"a/b.png", "a/b.png"},
+        {L"\u00e9", "\xc3\xa9"},
+        {L"\u07ff\u0800", "\xdf\xbf\xe0\xa0\x80"},
+        {L"\u20ac\uffff", "\xe2\x82\xac\xef\xbf\xbf"},
+        {L"\U0001F600", "\xf0\x9f\x98\x80"},
+        {std::wstring(1, static_cast<wchar_t>(0x2FFFFF)), "\xf3\xbf\xbf\xbf"},  // past 21 bits: the low 21
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.bytes);
+        const ExactText text(c.text);
+        const CREFString view = text.view();
+        char exact[16];
+        EXPECT_EQ(encodeUtf8(view.text, view.count, exact, c.bytes.size() + 1), c.bytes.size());
+        EXPECT_EQ(std::string(exact), c.bytes);
+        if (c.bytes.empty()) continue;
+        char tooSmall[16] = "unchanged";
+        EXPECT_EQ(encodeUtf8(view.text, view.count, tooSmall, c.bytes.size()), c.bytes.size());
+        EXPECT_EQ(std::string(tooSmall), "") << "no room for the terminator: the empty text";
+    }
+    EXPECT_EQ(encodeUtf8(nullptr, 5, nullptr, 0), 0u);
 }

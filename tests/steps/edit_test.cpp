@@ -396,7 +396,7 @@ TEST_F(EditStepTest, WaitChoosesTheThreadAndTheWorkerEndsBeforeTheOperatorAnswer
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(5000, [&] { return own->advised(); }));
         EXPECT_NE(own->filledOn(), std::this_thread::get_id());
-        EXPECT_TRUE(within(5000, [&] { return threadCount() == threadsBefore; })) << "the worker has ended";
+        EXPECT_TRUE(within(5000, [&] { return threadCount() <= threadsBefore; })) << "the worker has ended";
         EXPECT_EQ(step.step->IsRunning(), 1);
     }
     EXPECT_EQ(utils->popups().size(), 3u);
@@ -451,7 +451,7 @@ TEST_F(EditStepTest, AStopClosesTheFrameAndItsCloseEndsTheWait) {
     set(kWait, 1);
     const int threadsBefore = threadCount();
     ASSERT_EQ(step.step->TurnOn(), S_OK);
-    ASSERT_TRUE(within(5000, [&] { return own->advised() && threadCount() == threadsBefore; }));
+    ASSERT_TRUE(within(5000, [&] { return own->advised() && threadCount() <= threadsBefore; }));
     EXPECT_EQ(step.step->TurnOff(), S_OK);
     EXPECT_EQ(own->closes(), 1);
     EXPECT_EQ(step.step->IsRunning(), 1) << "the frame has not reported its close";
@@ -506,9 +506,11 @@ TEST_F(EditStepTest, WhatTheHostFailedToDoIsNotNoticed) {
         fresh.set(kReturnCode, host::makeVariant(5).get());
         fresh.set(kWait, host::makeVariant(1).get());
         ASSERT_EQ(fresh.step->TurnOn(), S_OK);
-        ASSERT_TRUE(within(5000, [&] { return threadCount() == threadsBefore; }));
-        SmartPtr<IVariant> code = fresh.value(kReturnCode);
-        EXPECT_EQ(code ? code->get_Long() : 99, 0);
+        const auto code = [&] {
+            SmartPtr<IVariant> value = fresh.value(kReturnCode);
+            return value ? value->get_Long() : 99;
+        };
+        ASSERT_TRUE(within(5000, [&] { return code() == 0 && threadCount() <= threadsBefore; }));
         EXPECT_EQ(fresh.step->IsRunning(), 1);
         fresh.step->TurnOff();
         EXPECT_EQ(own->closes(), c.popups ? 1 : 0);

@@ -17,8 +17,15 @@ bool within(int milliseconds, Condition condition) {
     return true;
 }
 
-// The threads the process has now.
+// The threads the process has now. Some runtimes (ThreadSanitizer's among them)
+// start a helper thread of their own with the first thread the process creates;
+// that happens before the first count.
 inline int threadCount() {
+    static const bool runtimeSettled = [] {
+        std::thread([] {}).join();
+        return true;
+    }();
+    (void)runtimeSettled;
     int count = 0;
     if (DIR* tasks = opendir("/proc/self/task")) {
         while (dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
