@@ -1,5 +1,6 @@
 #include "host/HostObject.h"
 
+#include <cstdio>
 #include <map>
 #include <mutex>
 
@@ -133,6 +134,12 @@ std::wstring widen(const std::string& text) {
         result += static_cast<wchar_t>(code);
     }
     return result;
+}
+
+std::string hex(int32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
+    return text;
 }
 
 }  // namespace host

@@ -41,6 +41,8 @@ std::wstring textOf(IString* string);
 std::wstring textOf(const tagREFString& text);
 std::string narrow(const std::wstring& text);
 std::wstring widen(const std::string& text);
+// "0xE0": flags and modes as the trace writes them.
+std::string hex(int32_t value);
 
 template <class... Interfaces>
 struct Answers {};

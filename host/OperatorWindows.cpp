@@ -1,7 +1,6 @@
 #include "host/OperatorWindows.h"
 
 #include <condition_variable>
-#include <cstdio>
 #include <cwchar>
 #include <thread>
 
@@ -25,12 +24,6 @@ ThreadCount& threadCount() {
     return *count;
 }
 
-std::string hex(int32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
-    return text;
-}
-
 }  // namespace
 
 void OperatorThreads::run(std::function<void()> answer) {
@@ -46,6 +39,18 @@ void OperatorThreads::run(std::function<void()> answer) {
         std::lock_guard<std::mutex> lock(count.mutex);
         if (--count.running == 0) count.ended.notify_all();
     }).detach();
+}
+
+void OperatorThreads::ask(const std::string& kind, const std::wstring& prompt,
+                          std::function<void(const std::wstring& reply)> answered, std::function<void()> unanswered) {
+    run([kind, prompt, answered = std::move(answered), unanswered = std::move(unanswered)] {
+        std::wstring reply;
+        if (Operator::current().answer(kind, prompt, reply)) {
+            answered(reply);
+        } else if (unanswered && Operator::current().dismissesUnanswered()) {
+            unanswered();
+        }
+    });
 }
 
 void OperatorThreads::wait() {
@@ -90,12 +95,10 @@ HRESULT ConfirmationWindow::Show() {
         ask = m_AskOperator;
     }
     if (!ask) return S_OK;
-    // The operator thread keeps the window until it has answered.
+    // The operator thread keeps the window until it has answered; a window
+    // nobody answers stays open for its step's time-out.
     SmartPtr<ConfirmationWindow> self(this);
-    OperatorThreads::run([self, message] {
-        std::wstring reply;
-        if (Operator::current().answer("confirm", message, reply)) self->press(responseOf(reply));
-    });
+    OperatorThreads::ask("confirm", message, [self](const std::wstring& reply) { self->press(responseOf(reply)); });
     return S_OK;
 }
 
@@ -214,22 +217,20 @@ void Keyboard::shown() {
         prompt = m_Text;
     }
     SmartPtr<Keyboard> self(this);
-    OperatorThreads::run([self, prompt] {
-        std::wstring reply;
-        if (!Operator::current().answer("keyboard", prompt, reply)) {
-            if (Operator::current().dismissesUnanswered()) self->close();
-            return;
-        }
-        {
-            std::lock_guard<std::mutex> lock(self->m_Mutex);
-            if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
-                self->m_Answered = true;
-                self->m_Reply = reply;
-                return;
+    OperatorThreads::ask(
+        "keyboard", prompt,
+        [self](const std::wstring& reply) {
+            {
+                std::lock_guard<std::mutex> lock(self->m_Mutex);
+                if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
+                    self->m_Answered = true;
+                    self->m_Reply = reply;
+                    return;
+                }
             }
-        }
-        self->apply(reply);
-    });
+            self->apply(reply);
+        },
+        [self] { self->close(); });
 }
 
 SmartPtr<IUnknown> Keyboard::sink() {
@@ -305,15 +306,13 @@ HRESULT FileChooser::Advise(IUnknown* sink, int32_t kind) {
     }
     if (!ask) return S_OK;
     SmartPtr<FileChooser> self(this);
-    OperatorThreads::run([self] {
-        std::wstring reply;
-        if (!Operator::current().answer("file", L"", reply)) {
-            if (Operator::current().dismissesUnanswered()) self->close();
-            return;
-        }
-        if (!reply.empty()) self->apply(reply);
-        self->close();
-    });
+    OperatorThreads::ask(
+        "file", L"",
+        [self](const std::wstring& reply) {
+            if (!reply.empty()) self->apply(reply);
+            self->close();
+        },
+        [self] { self->close(); });
     return S_OK;
 }
 

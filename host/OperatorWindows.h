@@ -19,6 +19,13 @@ namespace host {
 class OperatorThreads {
 public:
     static void run(std::function<void()> answer);
+    // Asks the operator a question of that kind on an operator thread:
+    // `answered` hears the reply. When none comes and the operator closes
+    // what nobody answers, `unanswered` runs; without it the window stays
+    // open.
+    static void ask(const std::string& kind, const std::wstring& prompt,
+                    std::function<void(const std::wstring& reply)> answered,
+                    std::function<void()> unanswered = nullptr);
     // Waits until every operator thread started so far has ended.
     static void wait();
 };

@@ -1,25 +1,12 @@
 #include "host/PropertyFrames.h"
 
-#include <cstdio>
-
 #include "host/ClassFactory.h"
 #include "host/Hostility.h"
-#include "host/Operator.h"
 #include "host/OperatorWindows.h"
 #include "host/UserInterface.h"
 #include "host/Windows.h"
 
 namespace host {
-
-namespace {
-
-std::string hex(int32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
-    return text;
-}
-
-}  // namespace
 
 std::string traceLabel(IUnknown* object) {
     if (!object) return "null";
@@ -97,17 +84,12 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Sink = events;
     }
+    // The answer is the operator's whole session with the editor, which
+    // ends with the window closed when no cancel or close ended it.
     SmartPtr<PropertyFrame> self(this);
-    OperatorThreads::run([self] {
-        std::wstring words;
-        // The answer is the operator's whole session with the editor, which
-        // ends with the window closed when no cancel or close ended it.
-        if (Operator::current().answer("editor", L"Edit the properties", words)) {
-            self->raise(words + L" close");
-        } else if (Operator::current().dismissesUnanswered()) {
-            self->raise(L"cancel close");
-        }
-    });
+    OperatorThreads::ask(
+        "editor", L"Edit the properties", [self](const std::wstring& words) { self->raise(words + L" close"); },
+        [self] { self->raise(L"cancel close"); });
     return S_OK;
 }
 
