@@ -4,15 +4,22 @@
 // The stand-in's windows ask it when a step puts a question on screen.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "host/Program.h"
-
 namespace host {
+
+// One scripted answer of the operator, consumed by the question it answers.
+struct OperatorAction {
+    std::string kind;  // "confirm", "keyboard", "file" or "editor"
+    std::wstring value;
+    int32_t delayMs = 0;
+    int line = 0;  // where a program file wrote it
+};
 
 // Told of every question put to the operator and of every answer, on the
 // thread that asks, as they happen.

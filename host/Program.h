@@ -4,9 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <cwchar>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "host/Operator.h"
 
 namespace host {
 
@@ -53,20 +56,23 @@ struct ProgramStep {
     int line = 0;
 };
 
-// One scripted answer of the operator, consumed by the steps that ask.
-struct OperatorAction {
-    std::string kind;  // "confirm", "keyboard", "file" or "editor"
-    std::wstring value;
-    int32_t delayMs = 0;
-    int line = 0;
-};
-
 struct ProgramFile {
     std::wstring name;
     std::vector<ProgramObject> objects;
     std::vector<ProgramStep> steps;
     std::vector<OperatorAction> operatorScript;
 };
+
+// A whole number that is the whole text and fits 32 bits; base 0 reads
+// "0x43" too. False, with `value` untouched, for anything else.
+inline bool wholeNumber(const std::wstring& text, int32_t& value, int base = 10) {
+    if (text.empty()) return false;
+    wchar_t* end = nullptr;
+    const long long parsed = std::wcstoll(text.c_str(), &end, base);
+    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
+    value = static_cast<int32_t>(parsed);
+    return true;
+}
 
 // "line N: why", the form of every message about a program file; the
 // reference host turns it into "file:N: why".

@@ -29,18 +29,4 @@ const ObjectKind* findObjectKind(const std::string& kind);
 // Makes the object, labelled with its name for the trace.
 SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollection* made, std::string& error);
 
-// For makers: an object declared earlier, by the name in `attribute`; null
-// (with `error`) when the attribute names none. No attribute: null, no error.
-SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribute, SuperCollection* made,
-                               std::string& error);
-// For makers: an integer attribute, or `fallback` when absent; false with
-// `error` when it is not a whole number.
-bool integerAttribute(const ProgramObject& object, const char* attribute, int32_t fallback, int32_t& value,
-                      std::string& error);
-
-// For makers: an area as the host gives it, left, top, width and height,
-// from the attributes of those names (0 when absent); false with `error`
-// when one is not a whole number or the width or height is negative.
-bool areaAttributes(const ProgramObject& object, int32_t area[4], std::string& error);
-
 }  // namespace host

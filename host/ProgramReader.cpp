@@ -21,15 +21,6 @@ std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
     return value ? widen(value) : std::wstring();
 }
 
-bool integerOf(const std::wstring& text, int32_t& value) {
-    if (text.empty()) return false;
-    wchar_t* end = nullptr;
-    const long long parsed = std::wcstoll(text.c_str(), &end, 10);
-    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
-    value = static_cast<int32_t>(parsed);
-    return true;
-}
-
 // "line 3: not well-formed XML: an element is not closed, or its end tag names another".
 std::string xmlError(const tinyxml2::XMLDocument& document) {
     struct Meaning {
@@ -178,7 +169,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
                 binding.itemName = attribute(child, "item");
                 binding.hasItemName = true;
             }
-            if (child->Attribute("index") && !integerOf(attribute(child, "index"), binding.itemIndex)) {
+            if (child->Attribute("index") && !wholeNumber(attribute(child, "index"), binding.itemIndex)) {
                 error = programError(line, "the index is not a whole number");
                 return false;
             }
@@ -195,7 +186,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
 
 SmartPtr<IVariant> programValue(const std::wstring& text) {
     int32_t integer = 0;
-    if (integerOf(text, integer)) return makeVariant(integer);
+    if (wholeNumber(text, integer)) return makeVariant(integer);
     if (!text.empty()) {
         wchar_t* end = nullptr;
         const double real = std::wcstod(text.c_str(), &end);
@@ -260,7 +251,7 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                 }
                 OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
                 if (item->Attribute("delay") &&
-                    (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
+                    (!wholeNumber(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
                     error = programError(line, "the delay is a number of milliseconds");
                     return false;
                 }

@@ -1,6 +1,7 @@
 #include "host/PropertyFrames.h"
 
 #include "host/ClassFactory.h"
+#include "host/Collections.h"
 #include "host/Hostility.h"
 #include "host/OperatorWindows.h"
 #include "host/UserInterface.h"
@@ -174,14 +175,6 @@ HRESULT SmartViewer::Refresh(int32_t mode) {
 SmartPtr<IUnknown> SmartViewer::shown() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Shown;
-}
-
-SmartPtr<IUnknown> makeProgramFrame(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<PropertyFrame>(narrow(object.name)).query<IUnknown>();
-}
-
-SmartPtr<IUnknown> makeProgramViewer(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<SmartViewer>(narrow(object.name)).query<IUnknown>();
 }
 
 }  // namespace host

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "host/HostObject.h"
-#include "host/ProgramObjects.h"
 
 namespace host {
 
@@ -83,10 +82,5 @@ private:
 
 // The label an object of the stand-in shows in the trace, or "object".
 std::string traceLabel(IUnknown* object);
-
-// <frame name="Editor"/>: the property frame of the program's run.
-SmartPtr<IUnknown> makeProgramFrame(const ProgramObject& object, SuperCollection* made, std::string& error);
-// <viewer name="Inspector"/>
-SmartPtr<IUnknown> makeProgramViewer(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host
