@@ -3,7 +3,7 @@
 PRESETS := native asan-ubsan tsan armhf
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps demo test check-format check-binaries bench bench-instructions clean package \
+.PHONY: all deps demo test check-format check-includes check-binaries bench bench-instructions clean package \
         $(addprefix build-,$(PRESETS)) $(addprefix test-,$(PRESETS))
 
 all: test
@@ -23,7 +23,7 @@ $(addprefix test-,$(filter-out tsan,$(PRESETS))): test-%: build-%
 test-tsan: build-tsan
 	setarch $$(uname -m) -R ctest --preset tsan -j $(JOBS)
 
-test: check-format $(addprefix test-,$(PRESETS))
+test: check-format check-includes $(addprefix test-,$(PRESETS))
 	./cmake/check-binaries.sh
 	$(MAKE) fuzz FUZZ_SECONDS=20
 
@@ -32,6 +32,10 @@ check-binaries:
 
 check-format: deps
 	./cmake/check-format.sh
+
+# host/ builds on nothing of stephost/, the module on neither.
+check-includes:
+	./cmake/check-includes.sh
 
 demo: build-native
 	./build/native/stephost run examples/demo.xml

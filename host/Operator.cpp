@@ -3,8 +3,6 @@
 #include <chrono>
 #include <thread>
 
-#include "host/HostObject.h"
-
 namespace host {
 
 Operator& Operator::current() {
@@ -17,22 +15,19 @@ void Operator::script(const std::vector<OperatorAction>& actions) {
     m_Script.assign(actions.begin(), actions.end());
 }
 
-void Operator::setTerminal(std::FILE* in, std::FILE* out) {
+void Operator::setAnswerer(OperatorAnswerer* answerer) {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    m_In = in;
-    m_Out = out;
+    m_Answerer = answerer;
 }
 
 bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::wstring& reply) {
     tellAsked(kind, prompt);
-    std::FILE* in = nullptr;
-    std::FILE* out = nullptr;
+    OperatorAnswerer* answerer = nullptr;
     OperatorAction action;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
-        in = m_In;
-        out = m_Out;
-        if (!in) {
+        answerer = m_Answerer;
+        if (!answerer) {
             auto found = m_Script.begin();
             while (found != m_Script.end() && found->kind != kind) ++found;
             if (found == m_Script.end()) return tellReplied(kind, L"", false);
@@ -40,16 +35,8 @@ bool Operator::answer(const std::string& kind, const std::wstring& prompt, std::
             m_Script.erase(found);
         }
     }
-    if (in) {
-        if (out) {
-            std::fprintf(out, "[%s] %s > ", kind.c_str(), narrow(prompt).c_str());
-            std::fflush(out);
-        }
-        std::string line;
-        for (int c; (c = std::fgetc(in)) != EOF && c != '\n';) line += static_cast<char>(c);
-        if (line.empty() && std::feof(in)) return tellReplied(kind, L"", false);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        reply = widen(line);
+    if (answerer) {
+        if (!answerer->answer(kind, prompt, reply)) return tellReplied(kind, L"", false);
         return tellReplied(kind, reply, true);
     }
     if (action.delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(action.delayMs));

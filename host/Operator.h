@@ -1,11 +1,11 @@
 // The operator at the simulated host: the person who answers confirmations,
-// types into keyboard prompts, picks files and closes editors. Either the
-// program file's script, answer by answer, or the person at the terminal.
-// The stand-in's windows ask it when a step puts a question on screen.
+// types into keyboard prompts, picks files and closes editors. The stand-in's
+// windows ask it when a step puts a question on screen; it answers from its
+// script, answer by answer, or hands the question to whoever answers in the
+// script's place (the reference host's person at the terminal).
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -26,12 +26,22 @@ struct OperatorAction {
 class OperatorListener {
 public:
     virtual void asked(const std::string& kind, const std::wstring& prompt) = 0;
-    // answered is false when the script held no answer of that kind or the
-    // terminal closed.
+    // answered is false when no answer came: the script held none of that
+    // kind, or the one answering in its place gave none.
     virtual void replied(const std::string& kind, const std::wstring& reply, bool answered) = 0;
 
 protected:
     ~OperatorListener() = default;
+};
+
+// Answers in the script's place, on the thread that asks.
+class OperatorAnswerer {
+public:
+    // False, with `reply` untouched, when no answer comes.
+    virtual bool answer(const std::string& kind, const std::wstring& prompt, std::wstring& reply) = 0;
+
+protected:
+    ~OperatorAnswerer() = default;
 };
 
 class Operator {
@@ -39,24 +49,23 @@ public:
     // The one operator of this process, as a host has one screen.
     static Operator& current();
 
-    // Scripted answers, consumed in order within each kind.
-    void script(const std::vector<OperatorAction>& actions);
-    // Questions go to the terminal: the prompt is written to out, the answer
-    // is the next line of in. Null streams return to the script.
-    void setTerminal(std::FILE* in, std::FILE* out);
-
     // The answer to a question of that kind ("confirm", "keyboard", "file",
-    // "editor"), given after its delay. False when the script holds no
-    // answer of that kind left, or the terminal closed.
+    // "editor"), given after its delay. False when none comes.
     bool answer(const std::string& kind, const std::wstring& prompt, std::wstring& reply);
 
+    // Scripted answers, consumed in order within each kind.
+    void script(const std::vector<OperatorAction>& actions);
     size_t pending() const;
+    // Questions go to `answerer` from now on instead of the script; null
+    // returns to the script. The answerer must outlive the questions under
+    // way (OperatorThreads::wait).
+    void setAnswerer(OperatorAnswerer* answerer);
 
     // When set, a window whose question finds no answer (no scripted answer
-    // of its kind left, or the terminal closed) is closed as an operator who
-    // walks away would: the keyboard and the file chooser without a value,
-    // the editor cancelled. Without it such a window stays open, and a step
-    // that waits for it without a time-out waits until it is stopped; a
+    // of its kind left, or none from the answerer) is closed as an operator
+    // who walks away would: the keyboard and the file chooser without a
+    // value, the editor cancelled. Without it such a window stays open, and a
+    // step that waits for it without a time-out waits until it is stopped; a
     // reference host run in CI must end. The confirmation window keeps
     // waiting: its step has a time-out of its own.
     void setDismissUnanswered(bool dismiss);
@@ -76,8 +85,7 @@ private:
     OperatorListener* m_Listener = nullptr;
     mutable std::mutex m_Mutex;
     std::deque<OperatorAction> m_Script;
-    std::FILE* m_In = nullptr;
-    std::FILE* m_Out = nullptr;
+    OperatorAnswerer* m_Answerer = nullptr;
     bool m_DismissUnanswered = false;
 };
 

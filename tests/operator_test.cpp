@@ -1,11 +1,13 @@
 // The simulated operator: scripted answers by kind and in order, delays, and
-// the person at a terminal.
+// stephost's person at a terminal answering in the script's place.
 #include "host/Operator.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdio>
+
+#include "stephost/TerminalOperator.h"
 
 namespace {
 
@@ -34,14 +36,15 @@ TEST(Operator, AtTheTerminalEachQuestionIsALine) {
     std::rewind(in);
     host::Operator& person = host::Operator::current();
     person.script({{"confirm", L"scripted", 0, 1}});
-    person.setTerminal(in, out);
+    stephost::TerminalOperator terminal(in, out);
+    person.setAnswerer(&terminal);
     std::wstring reply;
     ASSERT_TRUE(person.answer("confirm", L"Start the pump?", reply));
     EXPECT_EQ(reply, L"yes");
     ASSERT_TRUE(person.answer("file", L"Save as", reply));
     EXPECT_EQ(reply, L"/data/batch.csv");
     EXPECT_FALSE(person.answer("keyboard", L"Name", reply)) << "the terminal closed";
-    person.setTerminal(nullptr, nullptr);
+    person.setAnswerer(nullptr);
 
     std::rewind(out);
     char shown[256] = {};

@@ -10,9 +10,9 @@
 #include <string>
 
 #include "host/Files.h"
-#include "host/ProgramReader.h"
 #include "host/SettingsStore.h"
 #include "host/Variants.h"
+#include "stephost/ProgramReader.h"
 #include "support/StepHost.h"
 
 namespace {
@@ -22,9 +22,9 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 }
 
 std::string refusal(const std::string& text) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     std::string error;
-    EXPECT_FALSE(host::parseProgram(text, program, error)) << text.substr(0, 200);
+    EXPECT_FALSE(stephost::parseProgram(text, program, error)) << text.substr(0, 200);
     return error;
 }
 
@@ -43,9 +43,9 @@ TEST(ProgramLimits, AnElementWithTooManyAttributesIsRefusedAtOnce) {
     // Up to the limit, quoted ">" and comments that look like tags included, it is read.
     std::string most;
     for (int i = 0; i < 99; ++i) most += " a" + std::to_string(i) + "='>'";
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(host::parseProgram(
+    ASSERT_TRUE(stephost::parseProgram(
         withObject("<!-- <x a='1' b='2'> -->\n<refreshable name=\"View\"" + most + "/><![CDATA[ \" ]]>"), program,
         error))
         << error;
@@ -59,9 +59,9 @@ TEST(ProgramLimits, AStepHoldsAtMostAThousandParameters) {
     std::string parameters;
     for (int i = 0; i < 1000; ++i) parameters += "<parameter name=\"p" + std::to_string(i) + "\">1</parameter>\n";
     const std::string step = "<program>\n<steps>\n<step class=\"GCUIPropWrite\">\n" + parameters;
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     std::string error;
-    ASSERT_TRUE(host::parseProgram(step + "</step>\n</steps>\n</program>\n", program, error)) << error;
+    ASSERT_TRUE(stephost::parseProgram(step + "</step>\n</steps>\n</program>\n", program, error)) << error;
     EXPECT_EQ(program.steps.at(0).parameters.size(), 1000u);
     EXPECT_EQ(refusal(step + "<parameter name=\"more\"/>\n</step>\n</steps>\n</program>\n"),
               "line 1004: a step holds at most 1000 parameters");
@@ -111,8 +111,8 @@ TEST(ProgramLimits, RefusalsAreInTheReadersOwnWordsAndEchoNamesShort) {
         EXPECT_LT(error.size(), 200u);
     }
     // A name that is cut keeps its characters whole.
-    EXPECT_EQ(host::shown(std::string(59, 'x') + "\xC3\xA9\xC3\xA9"), std::string(59, 'x') + "\xC3\xA9...");
-    EXPECT_EQ(host::shown(std::string(60, 'x')), std::string(60, 'x'));
+    EXPECT_EQ(stephost::shown(std::string(59, 'x') + "\xC3\xA9\xC3\xA9"), std::string(59, 'x') + "\xC3\xA9...");
+    EXPECT_EQ(stephost::shown(std::string(60, 'x')), std::string(60, 'x'));
 }
 
 // A settings file of 100 000 keys reads in linear time, names still matched

@@ -20,7 +20,7 @@ using Outcome = ProcessRun;
 // Run from the project's root, as `make demo` runs it: the module is found
 // beside stephost, the program relative to the caller's folder.
 TEST(StepHost, RunsTheDemonstrationFromTheProjectRootWithATrace) {
-    const Outcome run = stephost({"run", "examples/demo.xml"}, FLUKO_SOURCE_DIR);
+    const Outcome run = runStephost({"run", "examples/demo.xml"}, FLUKO_SOURCE_DIR);
     EXPECT_EQ(run.status, 0) << run.output;
     for (const char* line :
          {"program  Measuring run on the pump test stand: 15 steps",
@@ -41,13 +41,13 @@ TEST(StepHost, RunsTheDemonstrationFromTheProjectRootWithATrace) {
 }
 
 TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
-    const Outcome activate = stephost({"run", example("activate.xml")});
+    const Outcome activate = runStephost({"run", example("activate.xml")});
     EXPECT_EQ(activate.status, 0) << activate.output;
     EXPECT_NE(activate.output.find("PanelWindow    get_HostedObject\n"
                                    "                        Panel          Activate(0)"),
               std::string::npos)
         << activate.output;
-    const Outcome buttons = stephost({"run", example("button-select.xml")});
+    const Outcome buttons = runStephost({"run", example("button-select.xml")});
     EXPECT_EQ(buttons.status, 0) << buttons.output;
     for (const char* effect : {"Tools          RunCommand(102)", "Pumps          Start.Unpress",
                                "Modes          put_PropertyAll(15, 0)", "Modes          Auto.put_Property(15, 1)"}) {
@@ -58,13 +58,13 @@ TEST(StepHost, RunsTheActivateAndButtonSelectExamples) {
 }
 
 TEST(StepHost, PropertiesAreReadWrittenByNameAndReadBack) {
-    const Outcome read = stephost({"run", example("property-read.xml")});
+    const Outcome read = runStephost({"run", example("property-read.xml")});
     EXPECT_EQ(read.status, 0) << read.output;
     for (const char* effect :
          {"wrote Exposure = 20", "wrote Mode = 1", "wrote Gain = 2.5", "wrote Label = \"Front door\""}) {
         EXPECT_NE(read.output.find(effect), std::string::npos) << effect << "\n" << read.output;
     }
-    const Outcome write = stephost({"run", example("property-write.xml")});
+    const Outcome write = runStephost({"run", example("property-write.xml")});
     EXPECT_EQ(write.status, 0) << write.output;
     for (const char* effect :
          {"Camera         SetProperty(100, 35)", "Camera         PutPropertyObject(103, \"Back door\")",
@@ -76,14 +76,14 @@ TEST(StepHost, PropertiesAreReadWrittenByNameAndReadBack) {
 }
 
 TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
-    const Outcome message = stephost({"run", example("message.xml")});
+    const Outcome message = runStephost({"run", example("message.xml")});
     EXPECT_EQ(message.status, 0) << message.output;
     for (const char* effect : {"Screen         Add(GCUIMessage \"Filling the tank\")",
                                "Screen         Remove(0) closes GCUIMessage \"Filling the tank\"",
                                "Screen         Remove(0) closes GCUIMessage \"Rinsing\""}) {
         EXPECT_NE(message.output.find(effect), std::string::npos) << effect << "\n" << message.output;
     }
-    const Outcome pointer = stephost({"run", example("pointer.xml")});
+    const Outcome pointer = runStephost({"run", example("pointer.xml")});
     EXPECT_EQ(pointer.status, 0) << pointer.output;
     for (const char* effect : {"Desk           SendMouse(1, 0, 0, 400, 300, (10, 20, 800, 600))",
                                "Desk           Plot.SendMouse(2, 3, 8, 150, 60, (100, 50, 200, 100))"}) {
@@ -93,7 +93,7 @@ TEST(StepHost, MessagesAndPointerEventsShowInTheTrace) {
 }
 
 TEST(StepHost, TheEditExampleWaitsForTheOperatorsApplyAndClose) {
-    const Outcome edit = stephost({"run", example("edit.xml")});
+    const Outcome edit = runStephost({"run", example("edit.xml")});
     EXPECT_EQ(edit.status, 0) << edit.output;
     for (const char* effect : {"Inspector      ShowObject(0, Editor, 0)", "Editor         AddObject(Valve, 0xC0)",
                                "Editor         put_Options(0x2A7)",
@@ -120,7 +120,7 @@ TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
         {"input.xml", {"wrote Input = \"Batch 42\"", "wrote Input = 2", "wrote Input = \"run42.csv\""}},
     };
     for (const Case& c : cases) {
-        const Outcome run = stephost({"run", example(c.example)});
+        const Outcome run = runStephost({"run", example(c.example)});
         EXPECT_EQ(run.status, 0) << run.output;
         for (const char* line : c.lines)
             EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
@@ -129,7 +129,7 @@ TEST(StepHost, TheScrollingAndTabExamplesShowWhatChanged) {
 }
 
 TEST(StepHost, TheVerbExampleHandsEachChosenVerbToThePump) {
-    const Outcome run = stephost({"run", example("verb.xml")});
+    const Outcome run = runStephost({"run", example("verb.xml")});
     EXPECT_EQ(run.status, 0) << run.output;
     const size_t open = run.output.find("Pump           DoAction(5)");
     EXPECT_NE(open, std::string::npos) << run.output;
@@ -139,7 +139,7 @@ TEST(StepHost, TheVerbExampleHandsEachChosenVerbToThePump) {
 
 // Every step runs to its effect among the others.
 TEST(StepHost, TheProgramOfEveryStepRunsEachToItsEffect) {
-    const Outcome run = stephost({"run", example("all-steps.xml")});
+    const Outcome run = runStephost({"run", example("all-steps.xml")});
     for (const char* effect :
          {"Panel          Activate(0)", "Toolbar        RunCommand(102, 0)",
           "Screen         Add(GCUIMessage \"Measuring, please wait\")",
@@ -157,13 +157,14 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
          {"demo.xml", "refresh.xml", "all-steps.xml", "activate.xml", "button-select.xml", "message.xml", "pointer.xml",
           "scroll.xml", "tab-select.xml", "selected-tab.xml", "verb.xml", "property-read.xml", "property-write.xml",
           "confirm.xml", "input.xml", "edit.xml"}) {
-        const Outcome run = stephost({"check", example(name)});
+        const Outcome run = runStephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
         EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;
         EXPECT_EQ(run.output.find("DIFFERENT"), std::string::npos) << run.output;
     }
     TemporaryFile xml(""), folder("");
-    const Outcome saved = stephost({"save", example("all-steps.xml"), "--xml", xml.path(), "--folder", folder.path()});
+    const Outcome saved =
+        runStephost({"save", example("all-steps.xml"), "--xml", xml.path(), "--folder", folder.path()});
     ASSERT_EQ(saved.status, 0) << saved.output;
     std::string error;
     SmartPtr<host::XmlStream> document = host::XmlStream::loadFile(xml.path(), &error);
@@ -210,7 +211,7 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
     };
     for (const Case& c : cases) {
         TemporaryFile file(c.text);
-        const Outcome run = stephost({"run", file.path()});
+        const Outcome run = runStephost({"run", file.path()});
         EXPECT_EQ(run.status, 2) << c.text << "\n" << run.output;
         EXPECT_NE(run.output.find(file.path() + c.message), std::string::npos) << c.text << "\n" << run.output;
         EXPECT_EQ(run.output.find("XML_"), std::string::npos) << "in stephost's own words: " << run.output;
@@ -221,7 +222,7 @@ TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
          {"<program>\n<steps>\n<step class=\"" + longName + "\"/>\n</steps>\n</program>\n",
           "<program>\n<objects>\n<scrollable name=\"C\" pos0=\"" + longName + "\"/>\n</objects>\n</program>\n"}) {
         TemporaryFile file(text);
-        const Outcome run = stephost({"run", file.path()});
+        const Outcome run = runStephost({"run", file.path()});
         EXPECT_EQ(run.status, 2) << run.output.substr(0, 300);
         EXPECT_NE(run.output.find(file.path() + ":3: "), std::string::npos) << run.output.substr(0, 300);
         EXPECT_NE(run.output.find(std::string(60, 'n') + "...\""), std::string::npos) << run.output.substr(0, 300);
@@ -234,20 +235,20 @@ TEST(StepHost, ExitCodesTellWhatWentWrong) {
     TemporaryFile failing(
         "<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing to refresh\"/>\n"
         "<step class=\"GCUIMessage\" title=\"still runs\"/>\n</steps>\n</program>\n");
-    const Outcome failed = stephost({"run", failing.path()});
+    const Outcome failed = runStephost({"run", failing.path()});
     EXPECT_EQ(failed.status, 1) << failed.output;
     EXPECT_NE(failed.output.find("failed (0x80004005)"), std::string::npos) << failed.output;
     EXPECT_NE(failed.output.find("finished 2 steps, 1 failed"), std::string::npos) << failed.output;
 
-    EXPECT_EQ(stephost({"run", "/nonexistent/program.xml"}).status, 2);
+    EXPECT_EQ(runStephost({"run", "/nonexistent/program.xml"}).status, 2);
     TemporaryFile utf16Settings(std::string("\xFF\xFE[\0W\0]\0", 8));
-    const Outcome settings = stephost({"--settings", utf16Settings.path(), "run", example("refresh.xml")});
+    const Outcome settings = runStephost({"--settings", utf16Settings.path(), "run", example("refresh.xml")});
     EXPECT_EQ(settings.status, 2) << settings.output;
     EXPECT_NE(settings.output.find(utf16Settings.path() + ":1: the file is UTF-16"), std::string::npos)
         << settings.output;
-    EXPECT_EQ(stephost({"--settings", "/nonexistent/settings.ini", "classes"}).status, 2);
+    EXPECT_EQ(runStephost({"--settings", "/nonexistent/settings.ini", "classes"}).status, 2);
 
-    const Outcome noModule = stephost({"--module", "/nonexistent/Flukokzad.so", "classes"});
+    const Outcome noModule = runStephost({"--module", "/nonexistent/Flukokzad.so", "classes"});
     EXPECT_EQ(noModule.status, 3) << noModule.output;
     EXPECT_NE(noModule.output.find("cannot load /nonexistent/Flukokzad.so"), std::string::npos) << noModule.output;
 
@@ -259,11 +260,11 @@ TEST(StepHost, ExitCodesTellWhatWentWrong) {
                                                {"--fast", "classes"},
                                                {"classes", "--module"},
                                                {"--trace", "xml", "run", "a.xml"}}) {
-        const Outcome usage = stephost(words);
+        const Outcome usage = runStephost(words);
         EXPECT_EQ(usage.status, 64) << usage.output;
         EXPECT_NE(usage.output.find("usage: stephost"), std::string::npos) << usage.output;
     }
-    const Outcome help = stephost({"--help"});
+    const Outcome help = runStephost({"--help"});
     EXPECT_EQ(help.status, 0);
     for (const char* line : {"check FILE", "--trace human|json", "--module PATH", "exit codes:", "  0 ", "  1 ", "  2 ",
                              "  3 ", "  64 ", "  70 "}) {
@@ -281,10 +282,10 @@ TEST(StepHost, FindsItsModuleFromAnyFolder) {
     EXPECT_NE(linked.output.find("MainView       Refresh(9)"), std::string::npos) << linked.output;
 
     const Outcome named =
-        stephost({"--module", std::string(FLUKO_BINARY_DIR) + "/_binlinux/Flukokzad.so", "classes"}, folder.path());
+        runStephost({"--module", std::string(FLUKO_BINARY_DIR) + "/_binlinux/Flukokzad.so", "classes"}, folder.path());
     EXPECT_EQ(named.status, 0) << named.output;
     EXPECT_NE(named.output.find("GCUIVerb"), std::string::npos) << named.output;
-    EXPECT_EQ(stephost({"classes"}, "/").status, 0);
+    EXPECT_EQ(runStephost({"classes"}, "/").status, 0);
 }
 
 // Saving writes a new file and renames it into place: the old one stays whole
@@ -293,13 +294,13 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     TemporaryFolder folder;
     const std::string broken = folder / "broken.xml";
     std::ofstream(broken) << "<program>\n<steps>\n";
-    const Outcome refused = stephost({"save", broken, "--xml", broken});
+    const Outcome refused = runStephost({"save", broken, "--xml", broken});
     EXPECT_EQ(refused.status, 2) << refused.output;
     EXPECT_EQ(fileText(broken), "<program>\n<steps>\n");
 
     const std::string program = folder / "program.xml";
     std::filesystem::copy_file(example("refresh.xml"), program);
-    const Outcome itself = stephost({"save", program, "--folder", folder / "steps.folder", "--xml", program});
+    const Outcome itself = runStephost({"save", program, "--folder", folder / "steps.folder", "--xml", program});
     EXPECT_EQ(itself.status, 64) << itself.output;
     EXPECT_NE(itself.output.find("is the program file"), std::string::npos) << itself.output;
     EXPECT_EQ(fileText(program), fileText(example("refresh.xml")));
@@ -311,7 +312,7 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     std::filesystem::permissions(saved, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write |
                                             std::filesystem::perms::group_read);
     std::filesystem::create_hard_link(saved, folder / "previous.xml");
-    const Outcome save = stephost({"save", program, "--xml", saved});
+    const Outcome save = runStephost({"save", program, "--xml", saved});
     ASSERT_EQ(save.status, 0) << save.output;
     EXPECT_EQ(fileText(folder / "previous.xml"), "previous");
     EXPECT_NE(fileText(saved).find("<GCUIRefresh>"), std::string::npos) << fileText(saved);
@@ -326,10 +327,10 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     // the test's own, where it may make one, so that a fault harms no other).
     const std::string device = folder / "null";
     if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
-        EXPECT_EQ(stephost({"save", program, "--xml", device}).status, 0);
+        EXPECT_EQ(runStephost({"save", program, "--xml", device}).status, 0);
         EXPECT_TRUE(std::filesystem::is_character_file(device));
     }
-    const Outcome nowhere = stephost({"save", program, "--xml", "/nonexistent/steps.xml"});
+    const Outcome nowhere = runStephost({"save", program, "--xml", "/nonexistent/steps.xml"});
     EXPECT_EQ(nowhere.status, 2) << nowhere.output;
     EXPECT_NE(nowhere.output.find("cannot write /nonexistent/steps.xml"), std::string::npos) << nowhere.output;
 }
@@ -351,7 +352,7 @@ TEST(StepHost, QuestionsNobodyAnswersCloseTheirWindows) {
         "  <parameter name=\"Wait\">1</parameter>\n</step>\n"
         "</steps>\n</program>\n");
     const auto started = std::chrono::steady_clock::now();
-    const Outcome run = stephost({"run", silent.path()});
+    const Outcome run = runStephost({"run", silent.path()});
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(20));
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_NE(run.output.find("finished 3 steps"), std::string::npos) << run.output;

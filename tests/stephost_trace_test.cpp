@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonLines.h"
+#include "stephost/JsonLines.h"
 #include "support/StepHost.h"
 
 namespace {
@@ -32,7 +32,7 @@ std::vector<json> eventsOf(const std::string& trace) {
 }
 
 std::vector<json> jsonTrace(const std::string& program) {
-    const ProcessRun run = stephost({"run", "--trace", "json", program}, FLUKO_BINARY_DIR, false);
+    const ProcessRun run = runStephost({"run", "--trace", "json", program}, FLUKO_BINARY_DIR, false);
     EXPECT_LE(run.status, 1) << run.output;
     return eventsOf(run.output);
 }
@@ -128,7 +128,7 @@ TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
         "<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n"
         "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Anyone?</parameter>"
         "<parameter name=\"TimeOut\">1</parameter></step>\n</steps>\n</program>\n");
-    const ProcessRun run = stephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
+    const ProcessRun run = runStephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
     EXPECT_EQ(run.status, 1) << run.output;
     const std::vector<json> events = eventsOf(run.output);
     const std::string story = outline(events, {"step-end", "question", "answer"});
@@ -188,10 +188,10 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
         {"\x80z\xFF", "\"\\ufffdz\\ufffd\""},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(host::jsonString(c.text), c.written);
-        EXPECT_NO_THROW(json::parse(host::jsonString(c.text))) << c.written;
+        EXPECT_EQ(stephost::jsonString(c.text), c.written);
+        EXPECT_NO_THROW(json::parse(stephost::jsonString(c.text))) << c.written;
     }
-    const std::string line = host::JsonObject()
+    const std::string line = stephost::JsonObject()
                                  .text("t", "x")
                                  .integer("i", -9007199254740993LL)
                                  .number("r", 0.1)
@@ -204,7 +204,7 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
     const json parsed = json::parse(line);
     EXPECT_EQ(parsed.at("i").get<int64_t>(), -9007199254740993LL);
     EXPECT_EQ(parsed.at("r").get<double>(), 0.1);
-    EXPECT_EQ(json::parse(host::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
+    EXPECT_EQ(json::parse(stephost::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
 }
 
 }  // namespace

@@ -14,8 +14,8 @@
 
 // stephost of the build with these words, run in directory (the build folder
 // unless told otherwise); standard error is collected too unless withErrors is false.
-inline ProcessRun stephost(const std::vector<std::string>& words, const std::string& directory = FLUKO_BINARY_DIR,
-                           bool withErrors = true) {
+inline ProcessRun runStephost(const std::vector<std::string>& words, const std::string& directory = FLUKO_BINARY_DIR,
+                              bool withErrors = true) {
     std::vector<std::string> command = {std::string(FLUKO_BINARY_DIR) + "/stephost"};
     command.insert(command.end(), words.begin(), words.end());
     return runProcess(command, directory, {}, withErrors);

@@ -11,10 +11,10 @@
 
 #include "host/Operator.h"
 
-namespace host {
+namespace stephost {
 
 // One object of the simulated host as the file declares it: its kind (an
-// element name that host/ProgramObjects.cpp knows), its name, its other
+// element name that stephost/ProgramObjects.cpp knows), its name, its other
 // attributes in order, and the elements inside it (the buttons of a button
 // set, the tabs of a tab set), read the same way.
 struct ProgramObject {
@@ -60,7 +60,7 @@ struct ProgramFile {
     std::wstring name;
     std::vector<ProgramObject> objects;
     std::vector<ProgramStep> steps;
-    std::vector<OperatorAction> operatorScript;
+    std::vector<host::OperatorAction> operatorScript;
 };
 
 // A whole number that is the whole text and fits 32 bits; base 0 reads
@@ -92,4 +92,4 @@ inline std::string shown(const std::string& utf8) {
     return utf8;
 }
 
-}  // namespace host
+}  // namespace stephost

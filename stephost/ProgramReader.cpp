@@ -1,4 +1,4 @@
-#include "host/ProgramReader.h"
+#include "stephost/ProgramReader.h"
 
 #include <tinyxml2.h>
 
@@ -9,16 +9,16 @@
 #include <unordered_set>
 
 #include "host/Files.h"
-#include "host/ProgramObjects.h"
 #include "host/Variants.h"
+#include "stephost/ProgramObjects.h"
 
-namespace host {
+namespace stephost {
 
 namespace {
 
 std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
     const char* value = element->Attribute(name);
-    return value ? widen(value) : std::wstring();
+    return value ? host::widen(value) : std::wstring();
 }
 
 // "line 3: not well-formed XML: an element is not closed, or its end tag names another".
@@ -117,9 +117,9 @@ bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std
     }
     for (const tinyxml2::XMLAttribute* a = element->FirstAttribute(); a; a = a->Next()) {
         if (std::strcmp(a->Name(), "name") == 0) {
-            object.name = widen(a->Value());
+            object.name = host::widen(a->Value());
         } else {
-            object.attributes.emplace_back(a->Name(), widen(a->Value()));
+            object.attributes.emplace_back(a->Name(), host::widen(a->Value()));
         }
     }
     for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child; child = child->NextSiblingElement()) {
@@ -144,7 +144,8 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
         const std::string kind = child->Name();
         const int line = child->GetLineNum();
         if (kind == "parameter") {
-            ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
+            ProgramSetting setting{attribute(child, "name"), host::widen(child->GetText() ? child->GetText() : ""),
+                                   line};
             if (!child->Attribute("name")) {
                 error = programError(line, "a parameter needs a name");
                 return false;
@@ -186,20 +187,20 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
 
 SmartPtr<IVariant> programValue(const std::wstring& text) {
     int32_t integer = 0;
-    if (wholeNumber(text, integer)) return makeVariant(integer);
+    if (wholeNumber(text, integer)) return host::makeVariant(integer);
     if (!text.empty()) {
         wchar_t* end = nullptr;
         const double real = std::wcstod(text.c_str(), &end);
         if (*end == L'\0' && (text.find(L'.') != std::wstring::npos || text.find(L'e') != std::wstring::npos)) {
-            return makeVariant(real);
+            return host::makeVariant(real);
         }
     }
-    return makeVariant(text);
+    return host::makeVariant(text);
 }
 
 bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
     int encodingLine = 1;
-    const std::string encoding = encodingProblem(text, encodingLine);
+    const std::string encoding = host::encodingProblem(text, encodingLine);
     if (!encoding.empty()) {
         error = programError(encodingLine, encoding);
         return false;
@@ -232,7 +233,8 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                     return false;
                 }
                 if (!objectNames.insert(object.name).second) {
-                    error = programError(line, "an object named \"" + shown(narrow(object.name)) + "\" exists already");
+                    error = programError(line,
+                                         "an object named \"" + shown(host::narrow(object.name)) + "\" exists already");
                     return false;
                 }
                 program.objects.push_back(object);
@@ -249,7 +251,7 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                     error = programError(line, "the operator answers with <confirm>, <keyboard>, <file> or <editor>");
                     return false;
                 }
-                OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
+                host::OperatorAction action{kind, host::widen(item->GetText() ? item->GetText() : ""), 0, line};
                 if (item->Attribute("delay") &&
                     (!wholeNumber(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
                     error = programError(line, "the delay is a number of milliseconds");
@@ -269,4 +271,4 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
     return true;
 }
 
-}  // namespace host
+}  // namespace stephost

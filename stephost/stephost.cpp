@@ -21,10 +21,11 @@
 #include "host/HostObject.h"
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
-#include "host/ProgramReader.h"
-#include "host/ProgramRunner.h"
-#include "host/ProgramTrace.h"
 #include "host/SettingsStore.h"
+#include "stephost/ProgramReader.h"
+#include "stephost/ProgramRunner.h"
+#include "stephost/ProgramTrace.h"
+#include "stephost/TerminalOperator.h"
 
 namespace {
 
@@ -245,32 +246,33 @@ void tellRefusal(const std::string& fileName, const std::string& error) {
 }
 
 // The program file read and understood; false, with "file:line: why" told, when it is refused.
-bool readProgram(const std::string& fileName, host::ProgramFile& program) {
+bool readProgram(const std::string& fileName, stephost::ProgramFile& program) {
     std::string text;
     std::string error;
     if (!host::readWholeFile(fileName, text, &error)) {
         std::fprintf(stderr, "stephost: %s\n", error.c_str());
         return false;
     }
-    if (!host::parseProgram(text, program, error)) {
+    if (!stephost::parseProgram(text, program, error)) {
         tellRefusal(fileName, error);
         return false;
     }
     return true;
 }
 
-bool buildProgram(host::ProgramRunner& runner, const std::string& fileName, const host::ProgramFile& program) {
+bool buildProgram(stephost::ProgramRunner& runner, const std::string& fileName, const stephost::ProgramFile& program) {
     std::string error;
     if (runner.build(program, error)) return true;
     tellRefusal(fileName, error);
     return false;
 }
 
-int runProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+int runProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
                host::ComponentCollection* components) {
     const bool json = options.trace == "json";
-    std::unique_ptr<host::ProgramTrace> trace = json ? host::makeJsonTrace(stdout) : host::makeHumanTrace(stdout);
-    host::ProgramRunner runner(module.create, trace.get(), components);
+    std::unique_ptr<stephost::ProgramTrace> trace =
+        json ? stephost::makeJsonTrace(stdout) : stephost::makeHumanTrace(stdout);
+    stephost::ProgramRunner runner(module.create, trace.get(), components);
     if (!buildProgram(runner, options.file, program)) return kRefused;
     trace->programStarts({host::narrow(program.name), options.file, program.steps.size(), program.objects.size(),
                           options.interactive, program.operatorScript.size()});
@@ -280,7 +282,8 @@ int runProgram(const Module& module, const Options& options, const host::Program
     // A question nobody answers closes its window, so that a run ends.
     person.setDismissUnanswered(true);
     // Prompts stay off a JSON trace.
-    if (options.interactive) person.setTerminal(stdin, json ? stderr : stdout);
+    stephost::TerminalOperator terminal(stdin, json ? stderr : stdout);
+    if (options.interactive) person.setAnswerer(&terminal);
     person.listen(trace.get());
     std::signal(SIGINT, onInterrupt);
     const size_t failures = runner.run(gInterrupted);
@@ -288,7 +291,7 @@ int runProgram(const Module& module, const Options& options, const host::Program
     waitForTheOperator();
     std::signal(SIGINT, SIG_DFL);
     person.listen(nullptr);
-    person.setTerminal(nullptr, nullptr);
+    person.setAnswerer(nullptr);
     person.setDismissUnanswered(false);
     trace->programEnds(failures);
     return failures == 0 ? kSucceeded : kStepFailed;
@@ -296,16 +299,16 @@ int runProgram(const Module& module, const Options& options, const host::Program
 
 // Each output is written whole beside itself and renamed into place; the
 // program file itself is never an output.
-int saveProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+int saveProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
                 host::ComponentCollection* components) {
-    host::ProgramRunner runner(module.create, nullptr, components);
+    stephost::ProgramRunner runner(module.create, nullptr, components);
     if (!buildProgram(runner, options.file, program)) return kRefused;
     struct Output {
         const std::string& name;
-        std::string (host::ProgramRunner::*save)() const;
+        std::string (stephost::ProgramRunner::*save)() const;
     };
-    const Output outputs[] = {{options.xmlOut, &host::ProgramRunner::saveXml},
-                              {options.folderOut, &host::ProgramRunner::saveFolder}};
+    const Output outputs[] = {{options.xmlOut, &stephost::ProgramRunner::saveXml},
+                              {options.folderOut, &stephost::ProgramRunner::saveFolder}};
     for (const Output& output : outputs) {
         if (!output.name.empty() && host::sameFile(output.name, options.file)) {
             std::fprintf(stderr, "stephost: %s is the program file; the steps are saved to another file\n",
@@ -325,9 +328,9 @@ int saveProgram(const Module& module, const Options& options, const host::Progra
 }
 
 // Both stream kinds, each reloaded into fresh steps and saved again.
-int checkProgram(const Module& module, const Options& options, const host::ProgramFile& program,
+int checkProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
                  host::ComponentCollection* components) {
-    host::ProgramRunner runner(module.create, nullptr, components);
+    stephost::ProgramRunner runner(module.create, nullptr, components);
     if (!buildProgram(runner, options.file, program)) return kRefused;
     int differences = 0;
     const std::string xml = runner.saveXml();
@@ -335,13 +338,14 @@ int checkProgram(const Module& module, const Options& options, const host::Progr
     struct Kind {
         const char* name;
         const std::string& first;
-        bool (host::ProgramRunner::*load)(const std::string&, std::string&);
-        std::string (host::ProgramRunner::*save)() const;
+        bool (stephost::ProgramRunner::*load)(const std::string&, std::string&);
+        std::string (stephost::ProgramRunner::*save)() const;
     };
-    const Kind kinds[] = {{"xml", xml, &host::ProgramRunner::loadXml, &host::ProgramRunner::saveXml},
-                          {"folder", folder, &host::ProgramRunner::loadFolder, &host::ProgramRunner::saveFolder}};
+    const Kind kinds[] = {
+        {"xml", xml, &stephost::ProgramRunner::loadXml, &stephost::ProgramRunner::saveXml},
+        {"folder", folder, &stephost::ProgramRunner::loadFolder, &stephost::ProgramRunner::saveFolder}};
     for (const Kind& kind : kinds) {
-        host::ProgramRunner reloaded(module.create, nullptr, components);
+        stephost::ProgramRunner reloaded(module.create, nullptr, components);
         std::string error;
         reloaded.build(program, error);
         if (!(reloaded.*kind.load)(kind.first, error)) {
@@ -360,7 +364,7 @@ int checkProgram(const Module& module, const Options& options, const host::Progr
 
 int runCommand(const Module& module, const Options& options, host::ComponentCollection* components) {
     if (options.command == "classes") return listClasses(module);
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     if (!readProgram(options.file, program)) return kRefused;
     if (options.command == "run") return runProgram(module, options, program, components);
     if (options.command == "save") return saveProgram(module, options, program, components);

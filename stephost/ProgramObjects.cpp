@@ -1,4 +1,4 @@
-#include "host/ProgramObjects.h"
+#include "stephost/ProgramObjects.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +17,7 @@
 #include "host/Windows.h"
 #include "host/Workspace.h"
 
-namespace host {
+namespace stephost {
 
 namespace {
 
@@ -25,15 +25,15 @@ namespace {
 
 // An object declared earlier, by the name in `attribute`; null (with `error`)
 // when the attribute names none. No attribute: null, no error.
-SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribute, SuperCollection* made,
+SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribute, host::SuperCollection* made,
                                std::string& error) {
     const std::wstring* name = object.attribute(attribute);
     if (!name) return nullptr;
     int32_t index = -1;
     SmartPtr<IUnknown> found;
-    if (made && made->get_Index(makeString(*name).get(), &index) >= 0) made->get_Item(index, found.put());
+    if (made && made->get_Index(host::makeString(*name).get(), &index) >= 0) made->get_Item(index, found.put());
     if (!found) {
-        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*name)) +
+        error = programError(object.line, std::string(attribute) + "=\"" + shown(host::narrow(*name)) +
                                               "\" names no object declared before it");
     }
     return found;
@@ -46,8 +46,8 @@ bool integerAttribute(const ProgramObject& object, const char* attribute, int32_
     const std::wstring* text = object.attribute(attribute);
     value = fallback;
     if (!text || wholeNumber(*text, value, base)) return true;
-    error =
-        programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a whole number");
+    error = programError(object.line,
+                         std::string(attribute) + "=\"" + shown(host::narrow(*text)) + "\" is not a whole number");
     return false;
 }
 
@@ -68,23 +68,23 @@ bool areaAttributes(const ProgramObject& object, int32_t area[4], std::string& e
 
 // --- Plain objects, windows and workspaces ------------------------------------
 
-SmartPtr<IUnknown> makePlain(const ProgramObject& object, SuperCollection*, std::string&) {
-    SmartPtr<SuperCollection> plain = make<SuperCollection>();
-    plain->setLabel(narrow(object.name));
+SmartPtr<IUnknown> makePlain(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    SmartPtr<host::SuperCollection> plain = host::make<host::SuperCollection>();
+    plain->setLabel(host::narrow(object.name));
     return plain.query<IUnknown>();
 }
 
-SmartPtr<IUnknown> makeRefreshable(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<RefreshableObject>(narrow(object.name)).query<IUnknown>();
+SmartPtr<IUnknown> makeRefreshable(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    return host::make<host::RefreshableObject>(host::narrow(object.name)).query<IUnknown>();
 }
 
 // <window name="Main" hosts="Pump" left="10" top="20" width="100" height="200"/>
-SmartPtr<IUnknown> makeWindow(const ProgramObject& object, SuperCollection* made, std::string& error) {
+SmartPtr<IUnknown> makeWindow(const ProgramObject& object, host::SuperCollection* made, std::string& error) {
     SmartPtr<IUnknown> hosted = namedObject(object, "hosts", made, error);
     if (!error.empty()) return nullptr;
     int32_t area[4] = {0, 0, 0, 0};
     if (!areaAttributes(object, area, error)) return nullptr;
-    SmartPtr<HostWindow> window = make<HostWindow>(narrow(object.name), hosted.get());
+    SmartPtr<host::HostWindow> window = host::make<host::HostWindow>(host::narrow(object.name), hosted.get());
     window->put_Area(area);
     return window.query<IUnknown>();
 }
@@ -94,38 +94,38 @@ SmartPtr<IUnknown> makeWindow(const ProgramObject& object, SuperCollection* made
 // </workspace>
 // The inner windows are placed in the workspace under their names and
 // recorded as "Desk.Plot".
-SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error) {
+SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, host::SuperCollection* made, std::string& error) {
     int32_t area[4] = {0, 0, 0, 0};
     if (!areaAttributes(object, area, error)) return nullptr;
-    const std::string label = narrow(object.name);
-    SmartPtr<Workspace> workspace = make<Workspace>(label);
+    const std::string label = host::narrow(object.name);
+    SmartPtr<host::Workspace> workspace = host::make<host::Workspace>(label);
     workspace->setArea(area);
     for (const ProgramObject& inner : object.children) {
         SmartPtr<IUnknown> window = makeProgramObject(inner, made, error);
         if (!window) return nullptr;
-        auto* hostWindow = dynamic_cast<HostWindow*>(window.get());
+        auto* hostWindow = dynamic_cast<host::HostWindow*>(window.get());
         if (!hostWindow) {
             error = programError(inner.line, "a workspace holds <window> elements only");
             return nullptr;
         }
-        hostWindow->setLabel(label + "." + narrow(inner.name));
+        hostWindow->setLabel(label + "." + host::narrow(inner.name));
         workspace->windows()->place(inner.name, window.get());
     }
     return workspace.query<IUnknown>();
 }
 
 // <screen name="Screen"/>: the host's collection of open windows.
-SmartPtr<IUnknown> makeScreen(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<WindowCollection>(narrow(object.name)).query<IUnknown>();
+SmartPtr<IUnknown> makeScreen(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    return host::make<host::WindowCollection>(host::narrow(object.name)).query<IUnknown>();
 }
 
 // --- Activation and buttons ----------------------------------------------------
 
 // <activatable name="Panel" active="0|1"/>
-SmartPtr<IUnknown> makeActivatable(const ProgramObject& object, SuperCollection*, std::string& error) {
+SmartPtr<IUnknown> makeActivatable(const ProgramObject& object, host::SuperCollection*, std::string& error) {
     int32_t active = 0;
     if (!integerAttribute(object, "active", 0, active, error)) return nullptr;
-    return make<ActivatableObject>(narrow(object.name), active != 0).query<IUnknown>();
+    return host::make<host::ActivatableObject>(host::narrow(object.name), active != 0).query<IUnknown>();
 }
 
 // A button's attributes: kind, command, selected state, and whether it is a
@@ -147,18 +147,19 @@ bool readButton(const ProgramObject& object, ButtonAttributes& read, std::string
 // <buttons name="Bar" as="plain|toolbar|toolbarhost"> holding
 // <button name="Start" kind="1" command="101" selected="0" item="0|1"/>
 // elements; a <button> on its own is a button outside any set.
-SmartPtr<IUnknown> makeButtons(const ProgramObject& object, SuperCollection*, std::string& error) {
+SmartPtr<IUnknown> makeButtons(const ProgramObject& object, host::SuperCollection*, std::string& error) {
     const std::wstring* as = object.attribute("as");
-    ButtonSet::Role role = ButtonSet::Role::Plain;
+    host::ButtonSet::Role role = host::ButtonSet::Role::Plain;
     if (as && *as == L"toolbar") {
-        role = ButtonSet::Role::Toolbar;
+        role = host::ButtonSet::Role::Toolbar;
     } else if (as && *as == L"toolbarhost") {
-        role = ButtonSet::Role::ToolbarHost;
+        role = host::ButtonSet::Role::ToolbarHost;
     } else if (as && *as != L"plain") {
-        error = programError(object.line, "as=\"" + shown(narrow(*as)) + "\" is none of plain, toolbar, toolbarhost");
+        error =
+            programError(object.line, "as=\"" + shown(host::narrow(*as)) + "\" is none of plain, toolbar, toolbarhost");
         return nullptr;
     }
-    SmartPtr<ButtonSet> set = make<ButtonSet>(narrow(object.name), role);
+    SmartPtr<host::ButtonSet> set = host::make<host::ButtonSet>(host::narrow(object.name), role);
     for (const ProgramObject& inner : object.children) {
         ButtonAttributes read;
         if (inner.kind != "button") {
@@ -166,17 +167,18 @@ SmartPtr<IUnknown> makeButtons(const ProgramObject& object, SuperCollection*, st
             return nullptr;
         }
         if (!readButton(inner, read, error)) return nullptr;
-        SmartPtr<Button> button = set->add(inner.name, read.kind, read.command, read.item != 0);
-        button->setProperty(kButtonSelected, read.selected);
+        SmartPtr<host::Button> button = set->add(inner.name, read.kind, read.command, read.item != 0);
+        button->setProperty(host::kButtonSelected, read.selected);
     }
     return set.query<IUnknown>();
 }
 
-SmartPtr<IUnknown> makeButton(const ProgramObject& object, SuperCollection*, std::string& error) {
+SmartPtr<IUnknown> makeButton(const ProgramObject& object, host::SuperCollection*, std::string& error) {
     ButtonAttributes read;
     if (!readButton(object, read, error)) return nullptr;
-    SmartPtr<Button> button = make<Button>(narrow(object.name), object.name, read.kind, read.command, read.item != 0);
-    button->setProperty(kButtonSelected, read.selected);
+    SmartPtr<host::Button> button =
+        host::make<host::Button>(host::narrow(object.name), object.name, read.kind, read.command, read.item != 0);
+    button->setProperty(host::kButtonSelected, read.selected);
     return SmartPtr<IUnknown>(static_cast<IButton*>(button.get()));
 }
 
@@ -190,7 +192,8 @@ bool numberAttribute(const ProgramObject& object, const char* attribute, double&
     wchar_t* end = nullptr;
     const double parsed = text->empty() ? 0.0 : std::wcstod(text->c_str(), &end);
     if (text->empty() || *end != L'\0' || !std::isfinite(parsed)) {
-        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a number");
+        error = programError(object.line,
+                             std::string(attribute) + "=\"" + shown(host::narrow(*text)) + "\" is not a number");
         return false;
     }
     value = parsed;
@@ -198,11 +201,11 @@ bool numberAttribute(const ProgramObject& object, const char* attribute, double&
 }
 
 // <scrollable name="Chart" pos0="0" page0="10" pos1="120.5" page1="40"/>
-SmartPtr<IUnknown> makeScrollable(const ProgramObject& object, SuperCollection*, std::string& error) {
-    SmartPtr<ScrollableObject> scrollable = make<ScrollableObject>(narrow(object.name));
-    const char* const positions[ScrollableObject::kAxes] = {"pos0", "pos1"};
-    const char* const pageSizes[ScrollableObject::kAxes] = {"page0", "page1"};
-    for (int16_t axis = 0; axis < ScrollableObject::kAxes; ++axis) {
+SmartPtr<IUnknown> makeScrollable(const ProgramObject& object, host::SuperCollection*, std::string& error) {
+    SmartPtr<host::ScrollableObject> scrollable = host::make<host::ScrollableObject>(host::narrow(object.name));
+    const char* const positions[host::ScrollableObject::kAxes] = {"pos0", "pos1"};
+    const char* const pageSizes[host::ScrollableObject::kAxes] = {"page0", "page1"};
+    for (int16_t axis = 0; axis < host::ScrollableObject::kAxes; ++axis) {
         double position = 0.0;
         double pageSize = 0.0;
         if (!numberAttribute(object, positions[axis], position, error) ||
@@ -223,7 +226,7 @@ bool holdsNothing(const ProgramObject& tab, std::string& error) {
 // Fills a collection from the element's <tab> and <tabs> children, inner
 // collections filled the same way, and brings the tab that `selected` names
 // to the front.
-bool fill(TabCollection& tabs, const ProgramObject& object, std::string& error) {
+bool fill(host::TabCollection& tabs, const ProgramObject& object, std::string& error) {
     for (const ProgramObject& child : object.children) {
         if (child.name.empty()) {
             error = programError(child.line, "a tab needs a name");
@@ -249,40 +252,40 @@ bool fill(TabCollection& tabs, const ProgramObject& object, std::string& error) 
 }
 
 // <tabs name="Main" selected="1"><tab name="Setup"/><tabs name="Results">...</tabs></tabs>
-SmartPtr<IUnknown> makeTabs(const ProgramObject& object, SuperCollection*, std::string& error) {
-    SmartPtr<TabCollection> tabs = make<TabCollection>(narrow(object.name));
+SmartPtr<IUnknown> makeTabs(const ProgramObject& object, host::SuperCollection*, std::string& error) {
+    SmartPtr<host::TabCollection> tabs = host::make<host::TabCollection>(host::narrow(object.name));
     if (!fill(*tabs.get(), object, error)) return nullptr;
     return tabs.query<IUnknown>();
 }
 
 // <tab name="Setup"/>, on its own or inside <tabs>.
-SmartPtr<IUnknown> makeTab(const ProgramObject& object, SuperCollection*, std::string& error) {
+SmartPtr<IUnknown> makeTab(const ProgramObject& object, host::SuperCollection*, std::string& error) {
     if (!holdsNothing(object, error)) return nullptr;
-    return make<Tab>(narrow(object.name)).query<IUnknown>();
+    return host::make<host::Tab>(host::narrow(object.name)).query<IUnknown>();
 }
 
 // --- Verbs ----------------------------------------------------------------------
 
 // A verb without a name stands for a separator; the host hands out no name for it.
-bool readVerb(const ProgramObject& object, VerbEntry& verb, std::string& error) {
+bool readVerb(const ProgramObject& object, host::VerbEntry& verb, std::string& error) {
     verb = {object.name, !object.name.empty(), 0};
     return integerAttribute(object, "code", 0, verb.identifier, error);
 }
 
 // A <verb> on its own: one verb (IUIVerb), as a verb collection hands it out.
-SmartPtr<IUnknown> makeVerb(const ProgramObject& object, SuperCollection*, std::string& error) {
-    VerbEntry verb;
+SmartPtr<IUnknown> makeVerb(const ProgramObject& object, host::SuperCollection*, std::string& error) {
+    host::VerbEntry verb;
     if (!readVerb(object, verb, error)) return nullptr;
-    SmartPtr<Verb> made = make<Verb>(std::move(verb));
-    made->setLabel(narrow(object.name));
+    SmartPtr<host::Verb> made = host::make<host::Verb>(std::move(verb));
+    made->setLabel(host::narrow(object.name));
     return made.query<IUnknown>();
 }
 
 // <verbs name="Pump"><verb name="Open" code="5"/><verb code="0"/></verbs>
-SmartPtr<IUnknown> makeVerbs(const ProgramObject& object, SuperCollection*, std::string& error) {
-    std::vector<VerbEntry> verbs;
+SmartPtr<IUnknown> makeVerbs(const ProgramObject& object, host::SuperCollection*, std::string& error) {
+    std::vector<host::VerbEntry> verbs;
     for (const ProgramObject& child : object.children) {
-        VerbEntry verb;
+        host::VerbEntry verb;
         if (child.kind != "verb") {
             error = programError(child.line, "a <verbs> set holds <verb> elements only");
             return nullptr;
@@ -290,20 +293,20 @@ SmartPtr<IUnknown> makeVerbs(const ProgramObject& object, SuperCollection*, std:
         if (!readVerb(child, verb, error)) return nullptr;
         verbs.push_back(std::move(verb));
     }
-    return make<VerbObject>(narrow(object.name), std::move(verbs)).query<IUnknown>();
+    return host::make<host::VerbObject>(host::narrow(object.name), std::move(verbs)).query<IUnknown>();
 }
 
 // --- Properties -----------------------------------------------------------------
 
 const std::pair<const wchar_t*, uint32_t> kFaceNames[] = {
-    {L"interrogate", PropertyObject::kInterrogate}, {L"extended", PropertyObject::kExtended},
-    {L"parametric", PropertyObject::kParametric},   {L"parameters", PropertyObject::kParameters},
-    {L"renderable", PropertyObject::kRenderable},
+    {L"interrogate", host::PropertyObject::kInterrogate}, {L"extended", host::PropertyObject::kExtended},
+    {L"parametric", host::PropertyObject::kParametric},   {L"parameters", host::PropertyObject::kParameters},
+    {L"renderable", host::PropertyObject::kRenderable},
 };
 
 bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error) {
     const std::wstring* text = object.attribute("offers");
-    faces = PropertyObject::kInterrogate | PropertyObject::kExtended;
+    faces = host::PropertyObject::kInterrogate | host::PropertyObject::kExtended;
     if (!text) return true;
     faces = 0;
     std::wstring word;
@@ -323,7 +326,7 @@ bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error)
         }
         if (!known) {
             error = programError(object.line,
-                                 "offers=\"" + shown(narrow(word)) +
+                                 "offers=\"" + shown(host::narrow(word)) +
                                      "\" is none of interrogate, extended, parametric, parameters, renderable");
             return false;
         }
@@ -335,15 +338,15 @@ bool readFaces(const ProgramObject& object, uint32_t& faces, std::string& error)
 // A number when the whole text is one, else the text.
 SmartPtr<IVariant> settingValue(const std::wstring& text) {
     int32_t integer = 0;
-    if (wholeNumber(text, integer)) return makeVariant(integer);
+    if (wholeNumber(text, integer)) return host::makeVariant(integer);
     wchar_t* end = nullptr;
     const double real = text.empty() ? 0.0 : std::wcstod(text.c_str(), &end);
-    if (!text.empty() && *end == L'\0') return makeVariant(real);
-    return makeVariant(text);
+    if (!text.empty() && *end == L'\0') return host::makeVariant(real);
+    return host::makeVariant(text);
 }
 
-bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObject::Property& property, int32_t& id,
-                  std::string& error) {
+bool readProperty(const ProgramObject& inner, host::SuperCollection* made, host::PropertyObject::Property& property,
+                  int32_t& id, std::string& error) {
     if (!integerAttribute(inner, "id", 0, id, error)) return false;
     // Kinds read best in hexadecimal: "0x43".
     if (!integerAttribute(inner, "kind", property.kind, property.kind, error, 0)) return false;
@@ -355,13 +358,13 @@ bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObj
         wchar_t* end = nullptr;
         const float single = text.empty() ? 0.0f : std::wcstof(text.c_str(), &end);
         if (!text.empty() && *end != L'\0') {
-            error = programError(inner.line, "value=\"" + shown(narrow(text)) + "\" is not a number");
+            error = programError(inner.line, "value=\"" + shown(host::narrow(text)) + "\" is not a number");
             return false;
         }
         std::memcpy(&property.bits, &single, sizeof single);
     } else if (type == 6) {
         property.extendedOnly = true;
-        property.object = makeString(text).query<IUnknown>();
+        property.object = host::makeString(text).query<IUnknown>();
     } else if (type >= 7) {
         property.extendedOnly = true;
         property.object = namedObject(inner, "object", made, error);
@@ -374,25 +377,26 @@ bool readProperty(const ProgramObject& inner, SuperCollection* made, PropertyObj
 
 // <stringtable>, <properties> with <property> and <setting> elements
 // inside, and <entity>.
-SmartPtr<IUnknown> makeStringTable(const ProgramObject& object, SuperCollection*, std::string&) {
-    SmartPtr<StringTable> table = make<StringTable>();
-    table->setLabel(narrow(object.name));
+SmartPtr<IUnknown> makeStringTable(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    SmartPtr<host::StringTable> table = host::make<host::StringTable>();
+    table->setLabel(host::narrow(object.name));
     return table.query<IUnknown>();
 }
 
-SmartPtr<IUnknown> makeProperties(const ProgramObject& object, SuperCollection* made, std::string& error) {
+SmartPtr<IUnknown> makeProperties(const ProgramObject& object, host::SuperCollection* made, std::string& error) {
     uint32_t faces = 0;
     if (!readFaces(object, faces, error)) return nullptr;
     SmartPtr<IUnknown> tableObject = namedObject(object, "names", made, error);
     if (!error.empty()) return nullptr;
-    auto* table = dynamic_cast<StringTable*>(queryInterface<IStringTable>(tableObject.get()).get());
+    auto* table = dynamic_cast<host::StringTable*>(queryInterface<IStringTable>(tableObject.get()).get());
     if (tableObject && !table) {
         error = programError(object.line, "names= names no <stringtable>");
         return nullptr;
     }
     const std::wstring* classAttribute = object.attribute("class");
     const std::wstring className = classAttribute ? *classAttribute : object.name;
-    SmartPtr<PropertyObject> properties = make<PropertyObject>(narrow(object.name), className, faces);
+    SmartPtr<host::PropertyObject> properties =
+        host::make<host::PropertyObject>(host::narrow(object.name), className, faces);
     bool any = false;
     int32_t first = 0, last = -1;
     for (const ProgramObject& inner : object.children) {
@@ -405,7 +409,7 @@ SmartPtr<IUnknown> makeProperties(const ProgramObject& object, SuperCollection* 
             error = programError(inner.line, "<properties> holds <property> and <setting> elements only");
             return nullptr;
         }
-        PropertyObject::Property property;
+        host::PropertyObject::Property property;
         int32_t id = 0;
         if (!readProperty(inner, made, property, id, error)) return nullptr;
         properties->setProperty(id, std::move(property));
@@ -423,29 +427,29 @@ SmartPtr<IUnknown> makeProperties(const ProgramObject& object, SuperCollection* 
     return SmartPtr<IUnknown>(static_cast<IUIPropInterrogate*>(properties.get()));
 }
 
-SmartPtr<IUnknown> makePropertyPart(const ProgramObject& object, SuperCollection*, std::string& error) {
+SmartPtr<IUnknown> makePropertyPart(const ProgramObject& object, host::SuperCollection*, std::string& error) {
     error = programError(object.line, "<" + shown(object.kind) + "> belongs inside <properties>");
     return nullptr;
 }
 
-SmartPtr<IUnknown> makeEntity(const ProgramObject& object, SuperCollection* made, std::string& error) {
+SmartPtr<IUnknown> makeEntity(const ProgramObject& object, host::SuperCollection* made, std::string& error) {
     SmartPtr<IUnknown> target = namedObject(object, "for", made, error);
     if (!error.empty()) return nullptr;
-    SmartPtr<RenderableEntity> entity = make<RenderableEntity>(target.get());
-    entity->setLabel(narrow(object.name));
+    SmartPtr<host::RenderableEntity> entity = host::make<host::RenderableEntity>(target.get());
+    entity->setLabel(host::narrow(object.name));
     return entity.query<IUnknown>();
 }
 
 // --- Property frames and viewers ------------------------------------------------
 
 // <frame name="Editor"/>: the property frame of the program's run.
-SmartPtr<IUnknown> makeFrame(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<PropertyFrame>(narrow(object.name)).query<IUnknown>();
+SmartPtr<IUnknown> makeFrame(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    return host::make<host::PropertyFrame>(host::narrow(object.name)).query<IUnknown>();
 }
 
 // <viewer name="Inspector"/>
-SmartPtr<IUnknown> makeViewer(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<SmartViewer>(narrow(object.name)).query<IUnknown>();
+SmartPtr<IUnknown> makeViewer(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    return host::make<host::SmartViewer>(host::narrow(object.name)).query<IUnknown>();
 }
 
 // One line per kind.
@@ -481,7 +485,7 @@ const ObjectKind* findObjectKind(const std::string& kind) {
     return nullptr;
 }
 
-SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollection* made, std::string& error) {
+SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, host::SuperCollection* made, std::string& error) {
     const ObjectKind* kind = findObjectKind(object.kind);
     if (!kind) {
         error = programError(object.line, "unknown kind of object <" + shown(object.kind) + ">");
@@ -492,4 +496,4 @@ SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollectio
     return result;
 }
 
-}  // namespace host
+}  // namespace stephost

@@ -8,10 +8,10 @@
 #include "host/Collections.h"
 #include "host/Components.h"
 #include "host/HostObject.h"
-#include "host/Program.h"
-#include "host/ProgramTrace.h"
+#include "stephost/Program.h"
+#include "stephost/ProgramTrace.h"
 
-namespace host {
+namespace stephost {
 
 // Builds a program's objects and steps through the module's CreateFunction,
 // runs the steps in order with a trace, and saves them.
@@ -20,7 +20,7 @@ public:
     // Declared objects that stand for a host component (a workspace) replace
     // that component in `components`, the collection the module was given.
     // trace, when given, is told every event of run().
-    ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, ComponentCollection* components = nullptr);
+    ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, host::ComponentCollection* components = nullptr);
     ~ProgramRunner();
 
     // Creates the objects and the steps, sets the parameters, binds the
@@ -57,8 +57,8 @@ private:
 
     CREATEFUNCTIONFUNCTION m_Create;
     ProgramTrace* m_Trace;
-    SmartPtr<ComponentCollection> m_Components;
-    SmartPtr<SuperCollection> m_Objects;
+    SmartPtr<host::ComponentCollection> m_Components;
+    SmartPtr<host::SuperCollection> m_Objects;
     std::vector<std::string> m_Labels;
     struct Step {
         std::wstring className;
@@ -68,4 +68,4 @@ private:
     std::vector<Step> m_Steps;
 };
 
-}  // namespace host
+}  // namespace stephost

@@ -1,11 +1,11 @@
-#include "host/ProgramTrace.h"
+#include "stephost/ProgramTrace.h"
 
 #include <cstdarg>
 
 #include "host/HostObject.h"
-#include "host/JsonLines.h"
+#include "stephost/JsonLines.h"
 
-namespace host {
+namespace stephost {
 
 namespace {
 
@@ -50,10 +50,10 @@ public:
         write(format("%s wrote %s = %s\n", kIndent, name.c_str(), shown(value).c_str()));
     }
     void asked(const std::string& kind, const std::wstring& prompt) override {
-        write(format("%s operator is asked (%s): %s\n", kIndent, kind.c_str(), narrow(prompt).c_str()));
+        write(format("%s operator is asked (%s): %s\n", kIndent, kind.c_str(), host::narrow(prompt).c_str()));
     }
     void replied(const std::string& kind, const std::wstring& reply, bool answered) override {
-        write(answered ? format("%s operator answers (%s): %s\n", kIndent, kind.c_str(), narrow(reply).c_str())
+        write(answered ? format("%s operator answers (%s): %s\n", kIndent, kind.c_str(), host::narrow(reply).c_str())
                        : format("%s operator gives no answer (%s)\n", kIndent, kind.c_str()));
     }
     void stepEnds(HRESULT result, double milliseconds, bool turnedOff) override {
@@ -137,12 +137,12 @@ public:
         emit(line);
     }
     void asked(const std::string& kind, const std::wstring& prompt) override {
-        emit(event("question").text("kind", kind).text("prompt", narrow(prompt)));
+        emit(event("question").text("kind", kind).text("prompt", host::narrow(prompt)));
     }
     void replied(const std::string& kind, const std::wstring& reply, bool answered) override {
         JsonObject line = event("answer").text("kind", kind);
         if (answered) {
-            line.text("reply", narrow(reply));
+            line.text("reply", host::narrow(reply));
         } else {
             line.null("reply");
         }
@@ -208,4 +208,4 @@ void ProgramTrace::write(const std::string& text) {
 std::unique_ptr<ProgramTrace> makeHumanTrace(std::FILE* out) { return std::make_unique<HumanTrace>(out); }
 std::unique_ptr<ProgramTrace> makeJsonTrace(std::FILE* out) { return std::make_unique<JsonTrace>(out); }
 
-}  // namespace host
+}  // namespace stephost

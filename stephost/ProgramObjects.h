@@ -1,19 +1,21 @@
-// The kinds of object a program file can declare, and how each is made.
+// The kinds of object a program file can declare, and how each is made of
+// the stand-in host's components.
 // Every kind is one line of the table in ProgramObjects.cpp.
 #pragma once
 
 #include <string>
 
 #include "host/Collections.h"
-#include "host/Program.h"
 #include "runtime/SmartPtr.h"
+#include "stephost/Program.h"
 
-namespace host {
+namespace stephost {
 
 // Makes the object an element declares. `made` holds the objects declared
 // before it, by name (a window names the object it hosts). Null with
 // "line N: why" in `error` when the element cannot be made.
-using ObjectMaker = SmartPtr<IUnknown> (*)(const ProgramObject& object, SuperCollection* made, std::string& error);
+using ObjectMaker = SmartPtr<IUnknown> (*)(const ProgramObject& object, host::SuperCollection* made,
+                                           std::string& error);
 
 struct ObjectKind {
     const char* kind;
@@ -27,6 +29,6 @@ struct ObjectKind {
 const ObjectKind* findObjectKind(const std::string& kind);
 
 // Makes the object, labelled with its name for the trace.
-SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, SuperCollection* made, std::string& error);
+SmartPtr<IUnknown> makeProgramObject(const ProgramObject& object, host::SuperCollection* made, std::string& error);
 
-}  // namespace host
+}  // namespace stephost

@@ -12,7 +12,7 @@
 #include "host/Operator.h"
 #include "runtime/Types.h"
 
-namespace host {
+namespace stephost {
 
 // A parameter's value as a step left it.
 struct TraceValue {
@@ -36,7 +36,7 @@ std::string resultName(HRESULT result);
 // Every event of a run. Steps are numbered from 1. The operator's questions and
 // answers arrive on the operator's threads, between the step's start and its
 // end for a step that waits for them, later for one that does not.
-class ProgramTrace : public OperatorListener {
+class ProgramTrace : public host::OperatorListener {
 public:
     explicit ProgramTrace(std::FILE* out) : m_Out(out) {}
     virtual ~ProgramTrace() = default;
@@ -74,4 +74,4 @@ private:
 std::unique_ptr<ProgramTrace> makeHumanTrace(std::FILE* out);
 std::unique_ptr<ProgramTrace> makeJsonTrace(std::FILE* out);
 
-}  // namespace host
+}  // namespace stephost

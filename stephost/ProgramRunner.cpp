@@ -1,4 +1,4 @@
-#include "host/ProgramRunner.h"
+#include "stephost/ProgramRunner.h"
 
 #include <chrono>
 #include <cstdio>
@@ -8,14 +8,14 @@
 #include "host/ClassFactory.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/XmlStream.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 
-namespace host {
+namespace stephost {
 
 namespace {
 
@@ -26,7 +26,7 @@ TraceValue traceValueOf(IVariant* value) {
         SmartPtr<IString> text;
         value->get_String(text.put());
         result.kind = TraceValue::kText;
-        result.text = narrow(textOf(text.get()));
+        result.text = host::narrow(host::textOf(text.get()));
     } else if (value->get_Type() == 1) {
         result.kind = TraceValue::kInteger;
         result.integer = value->get_Long();
@@ -49,29 +49,29 @@ std::vector<std::pair<std::string, TraceValue>> parametersOf(IUnknown* step) {
         parameters->get_ItemName(i, name.put());
         SmartPtr<IVariant> value;
         parameters->get_ItemVariant(i, value.put());
-        result.emplace_back(narrow(textOf(name.get())), traceValueOf(value.get()));
+        result.emplace_back(host::narrow(host::textOf(name.get())), traceValueOf(value.get()));
     }
     return result;
 }
 
 }  // namespace
 
-ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, ComponentCollection* components)
-    : m_Create(create), m_Trace(trace), m_Components(components), m_Objects(make<SuperCollection>()) {}
+ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, host::ComponentCollection* components)
+    : m_Create(create), m_Trace(trace), m_Components(components), m_Objects(host::make<host::SuperCollection>()) {}
 
 ProgramRunner::~ProgramRunner() = default;
 
 bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t index = -1;
-    if (setParametricSetting(step, setting.name, programValue(setting.value).get())) return true;
+    if (host::setParametricSetting(step, setting.name, programValue(setting.value).get())) return true;
     // A step whose parameters the user defines takes the ones the file gives.
     SmartPtr<IParametersCreatable> creatable = queryInterface<IParametersCreatable>(step);
-    if (creatable && (creatable->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0)) {
-        return creatable->Add(makeString(setting.name).get(), programValue(setting.value).get(), nullptr, 0) >= 0;
+    if (creatable && (creatable->get_Index(host::makeString(setting.name).get(), &index) < 0 || index < 0)) {
+        return creatable->Add(host::makeString(setting.name).get(), programValue(setting.value).get(), nullptr, 0) >= 0;
     }
-    if (!parameters || parameters->get_Index(makeString(setting.name).get(), &index) < 0 || index < 0) {
-        error = programError(setting.line, "the step has no parameter \"" + shown(narrow(setting.name)) + "\"");
+    if (!parameters || parameters->get_Index(host::makeString(setting.name).get(), &index) < 0 || index < 0) {
+        error = programError(setting.line, "the step has no parameter \"" + shown(host::narrow(setting.name)) + "\"");
         return false;
     }
     parameters->put_Item(index, programValue(setting.value).get());
@@ -80,20 +80,20 @@ bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, 
 
 bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error) {
     int32_t objectIndex = -1;
-    if (m_Objects->get_Index(makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
-        error = programError(binding.line, "no object is named \"" + shown(narrow(binding.object)) + "\"");
+    if (m_Objects->get_Index(host::makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
+        error = programError(binding.line, "no object is named \"" + shown(host::narrow(binding.object)) + "\"");
         return false;
     }
     // The input list is the host's own object; its inputs are found by name.
     SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
-    auto* list = dynamic_cast<InputParameters*>(inputs.get());
-    SmartPtr<InputParameter> input = list ? list->input(binding.input) : nullptr;
+    auto* list = dynamic_cast<host::InputParameters*>(inputs.get());
+    SmartPtr<host::InputParameter> input = list ? list->input(binding.input) : nullptr;
     if (!input) {
-        error = programError(binding.line, "the step has no input \"" + shown(narrow(binding.input)) + "\"");
+        error = programError(binding.line, "the step has no input \"" + shown(host::narrow(binding.input)) + "\"");
         return false;
     }
-    input->put_Object(make<CollectionMoniker>(binding.object).query<IUnknown>().get());
-    if (binding.hasItemName) input->put_ItemName(makeString(binding.itemName).get());
+    input->put_Object(host::make<host::CollectionMoniker>(binding.object).query<IUnknown>().get());
+    if (binding.hasItemName) input->put_ItemName(host::makeString(binding.itemName).get());
     input->put_ItemIndex(binding.itemIndex);
     return true;
 }
@@ -114,16 +114,16 @@ bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
     for (const ProgramObject& object : program.objects) {
         SmartPtr<IUnknown> made = makeProgramObject(object, m_Objects.get(), error);
         if (!made) return false;
-        m_Objects->Add(makeString(object.name).get(), made.get(), nullptr, 0);
-        m_Labels.push_back(narrow(object.name));
+        m_Objects->Add(host::makeString(object.name).get(), made.get(), nullptr, 0);
+        m_Labels.push_back(host::narrow(object.name));
         const ObjectKind* kind = findObjectKind(object.kind);
         if (kind && kind->component && m_Components) m_Components->addObject(kind->component, made.get());
     }
     for (const ProgramStep& description : program.steps) {
-        SmartPtr<IUnknown> step = createModuleObject(m_Create, description.className);
+        SmartPtr<IUnknown> step = host::createModuleObject(m_Create, description.className);
         if (!step) {
             error = programError(description.line,
-                                 "the module has no step class \"" + shown(narrow(description.className)) + "\"");
+                                 "the module has no step class \"" + shown(host::narrow(description.className)) + "\"");
             return false;
         }
         for (const ProgramSetting& setting : description.parameters) {
@@ -158,15 +158,15 @@ void ProgramRunner::traceCalls(const std::vector<std::string>& calls) const {
 
 size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
     size_t failures = 0;
-    const bool recording = Recorder::enabled();
-    Recorder::setEnabled(true);
+    const bool recording = host::Recorder::enabled();
+    host::Recorder::setEnabled(true);
     for (size_t i = 0; i < m_Steps.size(); ++i) {
         const Step& step = m_Steps[i];
         SmartPtr<IStep> runnable = queryInterface<IStep>(step.object.get());
         if (!runnable) continue;
         const auto before = parametersOf(step.object.get());
-        Recorder::clear();
-        if (m_Trace) m_Trace->stepStarts(i + 1, narrow(step.className), narrow(step.title));
+        host::Recorder::clear();
+        if (m_Trace) m_Trace->stepStarts(i + 1, host::narrow(step.className), host::narrow(step.title));
         HRESULT result = runnable->TurnOn();
         bool stopped = false;
         while (runnable->IsRunning()) {
@@ -180,7 +180,7 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         runnable->get_ExecutionTime(&milliseconds);
         failures += result < 0;
         if (m_Trace) {
-            traceCalls(Recorder::take());
+            traceCalls(host::Recorder::take());
             const auto after = parametersOf(step.object.get());
             for (size_t p = 0; p < after.size(); ++p) {
                 if (p >= before.size() || before[p] != after[p])
@@ -190,16 +190,16 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         }
         if (interrupted.load()) break;
     }
-    Recorder::setEnabled(recording);
+    host::Recorder::setEnabled(recording);
     return failures;
 }
 
 // A step's own XML holds its parameters only; the host keeps its input
 // bindings beside it: <Step><GCUIRefresh>...</GCUIRefresh><Inputs>...</Inputs></Step>.
 std::string ProgramRunner::saveXml() const {
-    SmartPtr<XmlStream> document = XmlStream::create(L"Program");
-    const SmartPtr<IString> stepElement = makeString(L"Step");
-    const SmartPtr<IString> inputsElement = makeString(L"Inputs");
+    SmartPtr<host::XmlStream> document = host::XmlStream::create(L"Program");
+    const SmartPtr<IString> stepElement = host::makeString(L"Step");
+    const SmartPtr<IString> inputsElement = host::makeString(L"Inputs");
     for (const Step& step : m_Steps) {
         SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(step.object.get());
         if (!persist) continue;
@@ -220,15 +220,15 @@ std::string ProgramRunner::saveXml() const {
 }
 
 std::string ProgramRunner::saveFolder() const {
-    SmartPtr<FolderStream> root = make<FolderStream>();
+    SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
     for (size_t i = 0; i < m_Steps.size(); ++i) {
-        root->WriteObject(makeString(L"Step" + std::to_wstring(i + 1)).get(), m_Steps[i].object.get(), 0);
+        root->WriteObject(host::makeString(L"Step" + std::to_wstring(i + 1)).get(), m_Steps[i].object.get(), 0);
     }
     return root->save();
 }
 
 bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
-    SmartPtr<XmlStream> document = XmlStream::parse(text, &error);
+    SmartPtr<host::XmlStream> document = host::XmlStream::parse(text, &error);
     if (!document) return false;
     std::vector<Step> loaded;
     tagREFString name = {0, nullptr};
@@ -242,8 +242,9 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
         if (holder->NextElement(&className) < 0 ||
             holder->OpenElement(className.count, className.text, nullptr, element.put(), 1) < 0 ||
             element->CreateElementObject(className.count, className.text, step.put()) < 0 || !step) {
-            error = "cannot re-create a step of class " +
-                    narrow(std::wstring(className.text ? className.text : L"", static_cast<size_t>(className.count)));
+            error =
+                "cannot re-create a step of class " +
+                host::narrow(std::wstring(className.text ? className.text : L"", static_cast<size_t>(className.count)));
             return false;
         }
         const std::wstring stepClass(className.text, static_cast<size_t>(className.count));
@@ -262,13 +263,14 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
 }
 
 bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
-    SmartPtr<FolderStream> root = make<FolderStream>();
+    SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
     if (!root->load(text, &error)) return false;
     std::vector<Step> loaded;
     for (const std::wstring& name : root->names()) {
         SmartPtr<IUnknown> step;
-        if (root->ReadObject(makeString(name).get(), step.put(), 0) < 0 || !step) {
-            error = "cannot re-create the step stored as " + narrow(name) + " (" + narrow(root->classOf(name)) + ")";
+        if (root->ReadObject(host::makeString(name).get(), step.put(), 0) < 0 || !step) {
+            error = "cannot re-create the step stored as " + host::narrow(name) + " (" +
+                    host::narrow(root->classOf(name)) + ")";
             return false;
         }
         bindToObjects(step.get());
@@ -278,4 +280,4 @@ bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
     return true;
 }
 
-}  // namespace host
+}  // namespace stephost
