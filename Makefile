@@ -86,3 +86,13 @@ fuzz: build-fuzz
 # Takes the work corpus's new coverage into fuzz/corpus (MAX_LEN, BUDGET_KB).
 fuzz-merge: build-fuzz
 	./fuzz/merge.sh $(FUZZ_TARGETS)
+
+# A seeded sample of one-line mutants of the module's sources (cmake/mutants.py):
+# each is built in build/mutants and run against the native suite until its
+# first failure; killed or survived goes to build/mutants.txt (TESTING.md).
+MUTANTS ?= 150
+SEED ?= 1
+.PHONY: mutants
+mutants: deps
+	python3 cmake/mutants.py --count $(MUTANTS) --seed $(SEED)
+

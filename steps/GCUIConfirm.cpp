@@ -62,10 +62,13 @@ public:
         // an operator faster than this thread still ends the wait.
         const double limit = readDouble(kTimeOut) * 1000.0;
         const bool waitForAnswer = readInteger(kWait) != 0;
-        // A window that cannot tell the step of its answer is not waited for.
-        const bool advised = AdviseEvents(window.get(), 1) >= 0;
+        // A window without an event source can never tell the step of an
+        // answer, so it is not waited for; a registration it refuses is not
+        // noticed.
+        SmartPtr<IEventSource> events = window.query<IEventSource>();
+        if (events) events->Advise(Identity(), 1);
         window->Show();
-        if (!advised) return S_OK;
+        if (!events) return S_OK;
 
         if (limit > 0) {
             waitWithLimit(stop, window.get(), limit);

@@ -28,9 +28,6 @@ enum {                                         // parameters, in declaration ord
 enum { kPageName, kPageClass, kPageArgument, kPageFlags, kPageFields, kPageCount = 5 };
 
 constexpr int32_t kReturnOpen = 0, kReturnApplied = 1, kReturnCancelled = -1;
-// How long one wait for the operator lasts before it looks again; a close,
-// a cancel or a stop ends it at once.
-constexpr int32_t kWaitSliceMs = 1000;
 
 // A class name's leading filler: white space, control characters and the
 // stray bytes of a mangled byte-order mark.
@@ -116,17 +113,15 @@ public:
     using Interfaces = StepInterfaces<_IUIPropFrameEvents>;
 
     // "Wait" decides where the run happens. A step that waits for the
-    // operator runs on the worker, so that the host's thread goes on while
-    // the editor is open; a step that only opens the editor does it at once
-    // on the caller's thread and is finished when TurnOn returns. ("WindowLess"
-    // and "ShowSaveLoad" have nothing to do with where the step runs.)
-    HRESULT TurnOn() override {
-        if (IsRunning()) return E_FAIL;
-        return readInteger(kWait) != 0 ? StartWorker() : RunHere();
-    }
+    // operator opens the editor on the worker, so that the host's thread
+    // goes on; a step that only opens the editor does it at once on the
+    // caller's thread. ("WindowLess" and "ShowSaveLoad" have nothing to do
+    // with where the step runs.) A run on the caller's thread is refused
+    // while a worker still opens an editor: two runs would share the window.
+    HRESULT TurnOn() override { return readInteger(kWait) != 0 ? StartWorker() : RunHere(); }
 
     // Closes an open editor (its rectangle is not remembered), then stops
-    // the worker.
+    // the worker. The wait ends when the frame reports the close.
     HRESULT TurnOff() override {
         closeEditor();
         return StopWorker();
@@ -136,13 +131,13 @@ public:
     int32_t IsRunning() override { return m_Worker.isRunning() != 0 || m_EditDone.load() == 0 ? 1 : 0; }
 
     // Fills the frame and shows it in the bound viewer or in a pop-up
-    // window; on the worker with "Wait" set, waits until the editor is
-    // closed or the run is stopped. The host's results are not checked:
+    // window, then returns: the wait for the operator is IsRunning's, and
+    // the stop event is not looked at. The host's results are not checked:
     // every run returns 0.
-    HRESULT Execute(CStopEvent* stop) {
+    HRESULT Execute(CStopEvent*) {
         takeWindow();  // the previous run's window, if the operator never closed it
         auto frame = CreateObject<IUIPropertyPageCollection>(L"UIPropertyPageCollection");
-        if (!frame) return S_OK;
+        if (!frame) return S_OK;  // nothing to fill or show
 
         const bool setPages = readInteger(kSetPages) != 0;
         addEditedObjects(frame.get(), setPages ? 0xC0 : 0xE0);
@@ -160,35 +155,29 @@ public:
             return S_OK;
         }
 
+        // A pop-up that did not open is not noticed: the frame may still
+        // report a close.
         SmartPtr<IHostWindow> window = showPopup(caption.get(), frame.get());
-        if (!window) return S_OK;  // nothing on screen: nothing to wait for
         {
             std::lock_guard<std::mutex> lock(m_EditMutex);
             m_Window = window;
+            m_Registering = true;
+            m_ClosedBeforeRegistering = false;
         }
         // The wait is marked and the opening's code written before the frame
-        // can raise events: an operator who answers before this run gets to
-        // its wait must still end it, and an early apply must not be undone.
-        const bool wait = readInteger(kWait) != 0;
-        m_EditDone = wait ? 0 : 1;
+        // can raise events: an operator who answers before this run has
+        // registered must still end the wait, and an early apply must not be
+        // undone by the opening's code.
+        writeInteger(kReturnCode, kReturnCancelled);
+        m_EditDone = readInteger(kWait) != 0 ? 0 : 1;
         writeInteger(kReturnCode, kReturnOpen);
-        if (AdviseEvents(frame.get(), 1) < 0) {
-            // A frame that raises no events would keep the step waiting for ever.
-            writeInteger(kReturnCode, kReturnCancelled);
-            m_EditDone = 1;
-            return S_OK;
-        }
-        frame = nullptr;
-        window = nullptr;
-
-        if (wait && stop) {
-            while (!stop->IsSet() &&
-                   !m_Worker.waitUntil(stop, kWaitSliceMs, [this] { return m_EditDone.load() != 0; })) {
-            }
-            // A stop that came while the editor was being opened found no
-            // window to close.
-            if (stop->IsSet()) closeEditor();
-        }
+        AdviseEvents(frame.get(), 1);
+        // A stop that closed the frame while the step was registering: the
+        // frame may have told its close to nobody, and no later stop finds
+        // a window to close. The stop ends the wait as the close would.
+        std::lock_guard<std::mutex> lock(m_EditMutex);
+        m_Registering = false;
+        if (m_ClosedBeforeRegistering) m_EditDone = 1;
         return S_OK;
     }
 
@@ -334,26 +323,30 @@ private:
             }
         }
         m_EditDone = 1;
-        m_Worker.wake();
     }
 
     // A stop closes the frame. Its close event then finds no window, so a
-    // stopped editor's place is not remembered; and the wait ends even with
-    // a frame that never reports its close.
+    // stopped editor's place is not remembered.
     void closeEditor() {
-        if (SmartPtr<IHostWindow> window = takeWindow()) {
+        SmartPtr<IHostWindow> window;
+        {
+            std::lock_guard<std::mutex> lock(m_EditMutex);
+            window = std::move(m_Window);
+            if (window && m_Registering) m_ClosedBeforeRegistering = true;
+        }
+        if (window) {
             SmartPtr<IUnknown> hosted;
             window->get_HostedObject(hosted.put());
             if (auto frame = hosted.query<IUIPropertyPageCollection>()) frame->Close(3);
         }
-        m_EditDone = 1;
-        m_Worker.wake();
     }
 
-    std::mutex m_EditMutex;              // m_Window and m_Rect, shared with the frame's event thread
-    SmartPtr<IHostWindow> m_Window;      // the pop-up window of the open editor
-    int32_t m_Rect[4] = {0, 0, 0, 0};    // the pop-up window's last area; width > 0 marks it valid
-    std::atomic<int32_t> m_EditDone{1};  // 1 when no answer of the editor is awaited
+    std::mutex m_EditMutex;      // m_Window, m_Rect and the two flags below, shared with the frame's event thread
+    bool m_Registering = false;  // the window is shown, the step's registration with the frame not yet done
+    bool m_ClosedBeforeRegistering = false;  // a stop closed the frame in that time
+    SmartPtr<IHostWindow> m_Window;          // the pop-up window of the open editor
+    int32_t m_Rect[4] = {0, 0, 0, 0};        // the pop-up window's last area; width > 0 marks it valid
+    std::atomic<int32_t> m_EditDone{1};      // 1 when no answer of the editor is awaited
 };
 
 extern const ModuleClass gGCUIEditClass = moduleClassOf<CGCUIEdit>();

@@ -133,11 +133,10 @@ public:
         }
         SmartPtr<IUIUtils> utils = CreateObject<IUIUtils>(L"UIUtils");
         if (type > kDouble) return askForFile(utils.get(), type, caption.get(), proposed.get());
-        if (!utils) {
-            writeInteger(kReturnCode, -1);  // nothing can be shown
-            return E_FAIL;
-        }
 
+        // A keyboard that is not made, not shown or not listened to is not
+        // noticed: the wait is still marked from "Wait", and a close of the
+        // window is what ends it.
         SmartPtr<IUIKeyboard> keyboard = CreateObject<IUIKeyboard>(L"UIKeyboard");
         if (keyboard) keyboard->put_Mode(keyboardMode(type));
         if (type == kPassword || type == kSystemPassword) {
@@ -146,16 +145,14 @@ public:
             keyboard->put_Text(proposed.get());
         }
         SmartPtr<IUnknown> window;
-        utils->ShowPopup(caption.get(), Identity(), 3, keyboard.get(), window.put(), 5, 1);
+        if (utils) utils->ShowPopup(caption.get(), Identity(), 3, keyboard.get(), window.put(), 5, 1);
         writeInteger(kReturnCode, -1);
         // The wait and "no answer yet" are marked before the keyboard can
         // tell of an apply or a close, so that an operator faster than this
         // thread still ends the wait and keeps the answer.
         m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
         writeInteger(kReturnCode, 0);
-        // A keyboard the step cannot listen to never tells it of a close:
-        // waiting for one would keep the step running for ever.
-        if (!keyboard || AdviseEvents(keyboard.get(), 1) < 0) m_InputDone = 1;
+        AdviseEvents(keyboard.get(), 1);
         return S_OK;
     }
 
@@ -220,8 +217,10 @@ private:
             SmartPtr<IUnknown> hosted;
             window->get_HostedObject(hosted.put());
             SmartPtr<IUIFileArchive> chooser = queryInterface<IUIFileArchive>(hosted.get());
-            m_InputDone = readInteger(kWait) == 0 ? 1 : 0;                        // before the chooser can close
-            if (!chooser || AdviseEvents(chooser.get(), 2) < 0) m_InputDone = 1;  // no close will come
+            // Marked before the chooser can close; a chooser the step cannot
+            // listen to still leaves the wait to a close.
+            m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
+            AdviseEvents(chooser.get(), 2);
             window->Show(1, 2);
             return 1;
         }

@@ -36,15 +36,19 @@ public:
     HRESULT put_TimeOut(int32_t) override { return S_OK; }
 };
 
-// Tells of its answer but takes no keys.
+// Offers an event source but takes no keys; its registration may fail.
 class KeylessWindow final : public host::Object<KeylessWindow, IConfirmationWindow, IEventSource> {
 public:
     static constexpr char kLedgerName[] = "KeylessWindow";
     using Answered = host::Answers<IConfirmationWindow, IEventSource>;
+    explicit KeylessWindow(HRESULT advise = S_OK) : m_Advise(advise) {}
     HRESULT Show() override { return S_OK; }
     HRESULT SetMessage(IString*, int32_t) override { return S_OK; }
     HRESULT put_TimeOut(int32_t) override { return S_OK; }
-    HRESULT Advise(IUnknown*, int32_t) override { return S_OK; }
+    HRESULT Advise(IUnknown*, int32_t) override { return m_Advise; }
+
+private:
+    HRESULT m_Advise;
 };
 
 }  // namespace
@@ -202,7 +206,9 @@ TEST_F(ConfirmStepTest, AStopFromTheHostEndsATimedWaitAtOnce) {
     confirm.step->TurnOff();
 }
 
-TEST_F(ConfirmStepTest, MissingOrDeafWindowsGiveUpTheWait) {
+// Without a window, or with one that offers no event source, no answer can
+// come and nothing is awaited; a registration that fails is not noticed.
+TEST_F(ConfirmStepTest, OnlyWindowsWithoutAnEventSourceAreNotWaitedFor) {
     DrivenStep confirm = confirmStep(0, 1);
     confirm.set(kResponse, host::makeVariant(4).get());
     components->remove(L"ConfirmationWindow");
@@ -217,6 +223,15 @@ TEST_F(ConfirmStepTest, MissingOrDeafWindowsGiveUpTheWait) {
     components->addObject(L"ConfirmationWindow", static_cast<IConfirmationWindow*>(host::make<KeylessWindow>().get()));
     runToEnd(timed.step.get());
     EXPECT_EQ(response(timed), -1);
+
+    DrivenStep refused = confirmStep(0, 1);
+    components->addObject(L"ConfirmationWindow",
+                          static_cast<IConfirmationWindow*>(host::make<KeylessWindow>(E_FAIL).get()));
+    ASSERT_EQ(refused.step->TurnOn(), S_OK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    EXPECT_EQ(refused.step->IsRunning(), 1) << "a refused registration still waits";
+    refused.step->TurnOff();
+    EXPECT_EQ(refused.step->IsRunning(), 0);
 }
 
 // Answers, stops and time-outs race from three threads, and the host lets

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +21,7 @@
 #include "support/Bindings.h"
 #include "support/HostTest.h"
 #include "support/RecordedCalls.h"
+#include "support/Threads.h"
 
 namespace {
 
@@ -41,51 +44,90 @@ enum {
     kPage3 = 21
 };
 
-// A frame that cannot tell anyone that the operator has answered.
-class SilentFrame final : public host::Object<SilentFrame, IUIPropertyPageCollection> {
+// A frame of the test's own: it may offer no event source, refuse the
+// registration, have the operator answer while the step registers, or not
+// report its close when it is closed. It notes the thread that filled it.
+class TestFrame final : public host::Object<TestFrame, IUIPropertyPageCollection, IEventSource> {
 public:
-    static constexpr char kLedgerName[] = "SilentFrame";
-    using Answered = host::Answers<IUIPropertyPageCollection>;
-    HRESULT SetPages(ISuperCollection*, int32_t) override { return S_OK; }
-    HRESULT AddObject(IUnknown*, int32_t) override { return S_OK; }
-    HRESULT Close(int32_t) override { return S_OK; }
-    HRESULT put_HelpFile(IString*, int32_t) override { return S_OK; }
-    HRESULT put_Options(int32_t) override { return S_OK; }
-    HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
-};
-
-// A frame whose operator answers while the step is still registering.
-class InstantFrame final : public host::Object<InstantFrame, IUIPropertyPageCollection, IEventSource> {
-public:
-    static constexpr char kLedgerName[] = "InstantFrame";
+    static constexpr char kLedgerName[] = "TestFrame";
     using Answered = host::Answers<IUIPropertyPageCollection, IEventSource>;
-    explicit InstantFrame(bool cancel) : m_Cancel(cancel) {}
+    struct Behaviour {
+        bool events = true;
+        HRESULT advise = S_OK;
+        const wchar_t* answerWhileRegistering = nullptr;
+        bool reportsClose = true;
+        bool registersOnlyOnceClosed = false;  // a stop comes while the step registers
+    };
+    explicit TestFrame(Behaviour behaviour) : m_Behaviour(behaviour) {}
+
+    HRESULT QueryInterface(const IID& iid, void** out) override {
+        if (!m_Behaviour.events && iid == iidOf<IEventSource>()) {
+            *out = nullptr;
+            return E_NOINTERFACE;
+        }
+        return Object::QueryInterface(iid, out);
+    }
     HRESULT SetPages(ISuperCollection*, int32_t) override { return S_OK; }
-    HRESULT AddObject(IUnknown*, int32_t) override { return S_OK; }
-    HRESULT Close(int32_t) override { return S_OK; }
+    HRESULT AddObject(IUnknown*, int32_t) override {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_FilledOn = std::this_thread::get_id();
+        return S_OK;
+    }
+    HRESULT Close(int32_t) override {
+        ++m_Closes;
+        if (m_Behaviour.reportsClose) raise(L"close");
+        return S_OK;
+    }
     HRESULT put_HelpFile(IString*, int32_t) override { return S_OK; }
     HRESULT put_Options(int32_t) override { return S_OK; }
     HRESULT SetItemSize(int32_t, int32_t, int32_t) override { return S_OK; }
     HRESULT Advise(IUnknown* sink, int32_t) override {
-        SmartPtr<_IUIPropFrameEvents> events = queryInterface<_IUIPropFrameEvents>(sink);
-        if (m_Cancel) return events->EditCancel(nullptr);
-        events->EditApply(nullptr);
-        return events->EditClosed(nullptr);
+        m_Registering = true;
+        if (m_Behaviour.registersOnlyOnceClosed) within(5000, [&] { return m_Closes.load() > 0; });
+        {
+            std::lock_guard<std::mutex> lock(m_Mutex);
+            m_Sink = queryInterface<_IUIPropFrameEvents>(sink);
+        }
+        if (m_Behaviour.answerWhileRegistering) raise(m_Behaviour.answerWhileRegistering);
+        return m_Behaviour.advise;
     }
+
+    // The operator's words ("apply", "cancel", "close") to the registered
+    // step on the caller's thread; after a cancel or a close it is let go.
+    void raise(const std::wstring& words) {
+        std::wistringstream stream(words);
+        for (std::wstring word; stream >> word;) {
+            SmartPtr<_IUIPropFrameEvents> sink;
+            {
+                std::lock_guard<std::mutex> lock(m_Mutex);
+                sink = m_Sink;
+                if (word != L"apply") m_Sink = nullptr;
+            }
+            if (!sink) return;
+            if (word == L"apply") sink->EditApply(nullptr);
+            if (word == L"cancel") sink->EditCancel(nullptr);
+            if (word == L"close") sink->EditClosed(nullptr);
+        }
+    }
+    bool advised() const {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        return m_Sink != nullptr;
+    }
+    std::thread::id filledOn() const {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        return m_FilledOn;
+    }
+    int closes() const { return m_Closes.load(); }
+    bool registering() const { return m_Registering.load(); }
 
 private:
-    bool m_Cancel;
+    const Behaviour m_Behaviour;
+    mutable std::mutex m_Mutex;
+    SmartPtr<_IUIPropFrameEvents> m_Sink;
+    std::thread::id m_FilledOn;
+    std::atomic<int> m_Closes{0};
+    std::atomic<bool> m_Registering{false};
 };
-
-template <class Condition>
-bool within(int milliseconds, Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -318,11 +360,13 @@ TEST_F(EditStepTest, TheOperatorsAnswersEndTheWaitAndThePopupsPlaceIsRemembered)
 
 TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
     set(kWait, 1);
-    for (bool cancel : {true, false}) {
-        components->addObject(L"UIPropertyPageCollection", host::make<InstantFrame>(cancel).query<IUnknown>().get());
+    for (const wchar_t* answer : {L"cancel", L"apply close"}) {
+        TestFrame::Behaviour instant;
+        instant.answerWhileRegistering = answer;
+        components->addObject(L"UIPropertyPageCollection", host::make<TestFrame>(instant).query<IUnknown>().get());
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(3000, [&] { return step.step->IsRunning() == 0; })) << "answered during registration";
-        EXPECT_EQ(returnCode(), cancel ? -1 : 1) << "the opening's code must not undo the answer";
+        EXPECT_EQ(returnCode(), answer[0] == L'c' ? -1 : 1) << "the opening's code must not undo the answer";
     }
     components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
     for (int run = 0; run < 30; ++run) {
@@ -332,6 +376,154 @@ TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
         EXPECT_EQ(returnCode(), run % 2 ? 1 : -1);
         host::OperatorThreads::wait();
     }
+}
+
+// "Wait" chooses the thread: without it the editor opens on the host's
+// thread and the step is finished when TurnOn returns; with it the worker
+// opens the editor and ends, and the step runs on until the operator's
+// close. A new run while the editor is open opens a new one.
+TEST_F(EditStepTest, WaitChoosesTheThreadAndTheWorkerEndsBeforeTheOperatorAnswers) {
+    SmartPtr<TestFrame> own = host::make<TestFrame>(TestFrame::Behaviour{});
+    components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
+    ASSERT_EQ(step.step->TurnOn(), S_OK);
+    EXPECT_EQ(own->filledOn(), std::this_thread::get_id());
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    own->raise(L"close");
+
+    const int threadsBefore = threadCount();
+    set(kWait, 1);
+    for (int run = 0; run < 2; ++run) {
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(5000, [&] { return own->advised(); }));
+        EXPECT_NE(own->filledOn(), std::this_thread::get_id());
+        EXPECT_TRUE(within(5000, [&] { return threadCount() == threadsBefore; })) << "the worker has ended";
+        EXPECT_EQ(step.step->IsRunning(), 1);
+    }
+    EXPECT_EQ(utils->popups().size(), 3u);
+    own->raise(L"close");
+    EXPECT_EQ(step.step->IsRunning(), 0);
+}
+
+// The code each order of the operator's events leaves, and whether the step
+// still waits: an apply does not end the wait, a close keeps the last apply.
+TEST_F(EditStepTest, TheOutcomeFollowsTheOrderOfTheOperatorsEvents) {
+    struct Case {
+        const wchar_t* events;
+        int32_t returnCode;
+        bool waits;
+    };
+    const Case cases[] = {
+        {L"", 0, true},
+        {L"apply", 1, true},
+        {L"apply apply", 1, true},
+        {L"close", 0, false},
+        {L"apply close", 1, false},
+        {L"cancel", -1, false},
+        {L"apply cancel", -1, false},
+    };
+    set(kWait, 1);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(host::narrow(c.events));
+        SmartPtr<TestFrame> own = host::make<TestFrame>(TestFrame::Behaviour{});
+        components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
+        set(kReturnCode, 7);
+        ASSERT_EQ(step.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(5000, [&] { return own->advised(); }));
+        own->raise(c.events);
+        EXPECT_EQ(returnCode(), c.returnCode);
+        if (c.waits) {
+            EXPECT_EQ(step.step->IsRunning(), 1);
+        } else {
+            EXPECT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
+        }
+        own->raise(L"close");
+    }
+}
+
+// A stop closes the frame with 3 and lets go of the window; the wait ends
+// when the frame reports the close, which a frame may never do. A stop after
+// the close finds nothing to close.
+TEST_F(EditStepTest, AStopClosesTheFrameAndItsCloseEndsTheWait) {
+    TestFrame::Behaviour quiet;
+    quiet.reportsClose = false;
+    SmartPtr<TestFrame> own = host::make<TestFrame>(quiet);
+    components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
+    set(kWait, 1);
+    const int threadsBefore = threadCount();
+    ASSERT_EQ(step.step->TurnOn(), S_OK);
+    ASSERT_TRUE(within(5000, [&] { return own->advised() && threadCount() == threadsBefore; }));
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+    EXPECT_EQ(own->closes(), 1);
+    EXPECT_EQ(step.step->IsRunning(), 1) << "the frame has not reported its close";
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+    EXPECT_EQ(own->closes(), 1) << "the first stop let go of the window";
+    own->raise(L"close");
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    EXPECT_EQ(returnCode(), 0);
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+    EXPECT_EQ(own->closes(), 1);
+
+    // A stop while the step registers closes a frame that has nobody to
+    // tell; the stop then ends the wait itself.
+    TestFrame::Behaviour late;
+    late.registersOnlyOnceClosed = true;
+    SmartPtr<TestFrame> slow = host::make<TestFrame>(late);
+    components->addObject(L"UIPropertyPageCollection", slow.query<IUnknown>().get());
+    ASSERT_EQ(step.step->TurnOn(), S_OK);
+    ASSERT_TRUE(within(5000, [&] { return slow->registering(); }));
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
+    EXPECT_EQ(slow->closes(), 1);
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    slow->raise(L"close");
+}
+
+// Neither a frame without an event source, nor a registration it refuses,
+// nor a pop-up that did not open is noticed: "ReturnCode" ends 0 and the
+// step waits for a close that only the frame can report. Without a frame
+// nothing opens and nothing is awaited.
+TEST_F(EditStepTest, WhatTheHostFailedToDoIsNotNoticed) {
+    struct Case {
+        const char* what;
+        bool events;
+        HRESULT advise;
+        bool popups;
+    };
+    const Case cases[] = {
+        {"no event source", false, S_OK, true},
+        {"registration refused", true, E_FAIL, true},
+        {"no pop-up window", true, S_OK, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        DrivenStep fresh = newStep();
+        TestFrame::Behaviour behaviour;
+        behaviour.events = c.events;
+        behaviour.advise = c.advise;
+        SmartPtr<TestFrame> own = host::make<TestFrame>(behaviour);
+        components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
+        if (!c.popups) components->remove(L"UIUtils");
+        const int threadsBefore = threadCount();
+        fresh.set(kReturnCode, host::makeVariant(5).get());
+        fresh.set(kWait, host::makeVariant(1).get());
+        ASSERT_EQ(fresh.step->TurnOn(), S_OK);
+        ASSERT_TRUE(within(5000, [&] { return threadCount() == threadsBefore; }));
+        SmartPtr<IVariant> code = fresh.value(kReturnCode);
+        EXPECT_EQ(code ? code->get_Long() : 99, 0);
+        EXPECT_EQ(fresh.step->IsRunning(), 1);
+        fresh.step->TurnOff();
+        EXPECT_EQ(own->closes(), c.popups ? 1 : 0);
+        own->raise(L"close");
+        EXPECT_EQ(fresh.step->IsRunning(), c.events ? 0 : 1);
+    }
+
+    components->remove(L"UIPropertyPageCollection");
+    step.set(kWait, host::makeString(L"yes").get());  // unreadable: runs at once
+    step.set(kCaption, host::make<host::SuperCollection>().query<IUnknown>().get());
+    set(kReturnCode, 5);
+    EXPECT_EQ(step.step->TurnOn(), S_OK);
+    EXPECT_EQ(step.step->IsRunning(), 0);
+    EXPECT_EQ(returnCode(), 5);
+    EXPECT_EQ(step.step->TurnOff(), S_OK);
 }
 
 TEST_F(EditStepTest, ClosesAndStopsRacingFromSeveralThreadsEndEveryRun) {
@@ -352,37 +544,14 @@ TEST_F(EditStepTest, ClosesAndStopsRacingFromSeveralThreadsEndEveryRun) {
         if (run % 4 == 0) racing.step->TurnOff();
         closer.join();
         stopper.join();
-        // A close that came before the frame listened is lost: the host stops the step.
-        if (!within(20, [&] { return racing.step->IsRunning() == 0; })) racing.step->TurnOff();
+        // A close that came before the frame listened is lost, and a stop
+        // that came before the pop-up opened found nothing to close: the
+        // host stops the step again, once its worker has ended.
+        for (int stop = 0; stop < 2 && !within(20, [&] { return racing.step->IsRunning() == 0; }); ++stop) {
+            racing.step->TurnOff();
+        }
         ASSERT_EQ(racing.step->IsRunning(), 0) << "run " << run;
         racing.step = nullptr;  // released while the frame may still raise events
         frame->raise(L"close");
     }
-}
-
-TEST_F(EditStepTest, MissingPiecesGiveUpCleanly) {
-    // A frame that raises no events: the step cannot wait for it.
-    components->addObject(L"UIPropertyPageCollection", host::make<SilentFrame>().query<IUnknown>().get());
-    set(kWait, 1);
-    ASSERT_TRUE(runToEnd());
-    EXPECT_EQ(returnCode(), -1);
-    step.step->TurnOff();
-
-    // No utilities to show a pop-up: nothing is on screen, nothing awaited.
-    components->addObject(L"UIPropertyPageCollection", frame.query<IUnknown>().get());
-    components->remove(L"UIUtils");
-    set(kReturnCode, 5);
-    ASSERT_TRUE(runToEnd());
-    EXPECT_EQ(returnCode(), 5);
-    EXPECT_FALSE(frame->hasSink());
-
-    // No frame at all; values of the wrong kind read as their defaults.
-    components->remove(L"UIPropertyPageCollection");
-    step.set(kWait, host::makeString(L"yes").get());
-    step.set(kCaption, host::make<host::SuperCollection>().query<IUnknown>().get());
-    host::Recorder::clear();
-    EXPECT_EQ(step.step->TurnOn(), S_OK);
-    EXPECT_EQ(step.step->IsRunning(), 0);
-    EXPECT_EQ(returnCode(), 5);
-    EXPECT_EQ(step.step->TurnOff(), S_OK);
 }

@@ -16,6 +16,7 @@
 #include "host/OperatorWindows.h"
 #include "host/UIUtilities.h"
 #include "host/Variants.h"
+#include "host/Windows.h"
 #include "runtime/Values.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
@@ -30,6 +31,35 @@ std::wstring textOfVariant(IVariant* value) {
     SmartPtr<IString> text = value ? ISCreate(value) : nullptr;
     return text ? host::textOf(text.get()) : L"(none)";
 }
+
+// A keyboard and a file chooser that offer no event source, and utilities
+// whose file chooser is such a one and whose pop-ups open no window.
+class DeafKeyboard final : public host::Object<DeafKeyboard, IUIKeyboard> {
+public:
+    static constexpr char kLedgerName[] = "DeafKeyboard";
+    using Answered = host::Answers<IUIKeyboard>;
+    HRESULT put_Mode(int32_t) override { return S_OK; }
+    HRESULT put_Text(IString*) override { return S_OK; }
+};
+
+class DeafChooser final : public host::Object<DeafChooser, IUIFileArchive> {
+public:
+    static constexpr char kLedgerName[] = "DeafChooser";
+    using Answered = host::Answers<IUIFileArchive>;
+};
+
+class DeafUtils final : public host::Object<DeafUtils, IUIUtils> {
+public:
+    static constexpr char kLedgerName[] = "DeafUtils";
+    using Answered = host::Answers<IUIUtils>;
+    HRESULT ShowPopup(IString*, IUnknown*, int32_t, IUnknown*, IUnknown**, int32_t, int32_t) override { return S_OK; }
+    HRESULT ShowFileArchive(int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t, const wchar_t*, int32_t, int32_t,
+                            int32_t, int32_t, IUnknown** result) override {
+        SmartPtr<DeafChooser> chooser = host::make<DeafChooser>();
+        *result = host::make<host::HostWindow>("Chooser", chooser.query<IUnknown>().get()).query<IUnknown>().detach();
+        return S_OK;
+    }
+};
 
 }  // namespace
 
@@ -125,15 +155,6 @@ TEST_F(InputStepTest, EachKeyboardTypeSetsItsModeStartAndAnswer) {
         EXPECT_EQ(check.size(), c.type == 2 ? 1u : 0u);
         for (const std::string& call : check) EXPECT_EQ(call.find(host::narrow(c.typed)), std::string::npos);
     }
-}
-
-// Without a keyboard, or a file chooser that cannot be listened to, no close
-// can ever come: the step must not wait for one.
-TEST_F(InputStepTest, NothingToWaitForEndsTheWait) {
-    components->remove(L"UIKeyboard");
-    DrivenStep noKeyboard = inputStep(0, L"a", 1);
-    runWorker(noKeyboard.step.get());
-    EXPECT_FALSE(noKeyboard.step->IsRunning());
 }
 
 TEST_F(InputStepTest, WaitKeepsTheStepRunningUntilTheWindowCloses) {
@@ -247,21 +268,55 @@ TEST_F(InputStepTest, SetRecentFileOnlyAsksNothing) {
     EXPECT_TRUE(utils()->popups().empty());
 }
 
-TEST_F(InputStepTest, MissingComponentsEndTheStep) {
-    components->remove(L"UIKeyboard");
-    DrivenStep noKeyboard = inputStep(0, L"a", 1);
-    runWorker(noKeyboard.step.get());
-    EXPECT_EQ(text(noKeyboard, kReturnCode), L"0");
-    // Nothing can close what was never opened: the host ends the wait by a close event.
-    noKeyboard.step.query<_IUIKeyboardEvents>()->KeyboardClose(nullptr);
-    EXPECT_FALSE(noKeyboard.step->IsRunning());
+// A window the step cannot listen to (no keyboard, a keyboard or a file
+// chooser without an event source, no utilities to show the keyboard) is not
+// noticed: "ReturnCode" ends 0, the wait is marked from "Wait", a stop ends
+// only the worker, and only a close ends the wait. A file chooser that cannot
+// be shown gives -1 and no wait.
+TEST_F(InputStepTest, AWindowThatCannotBeListenedToLeavesTheWaitToItsClose) {
+    const auto check = [&](int32_t type) {
+        for (int32_t wait : {0, 1}) {
+            SCOPED_TRACE(wait);
+            DrivenStep step = inputStep(type, L"x.png", wait);
+            step.set(kReturnCode, host::makeVariant(5).get());
+            runWorker(step.step.get());
+            EXPECT_EQ(text(step, kReturnCode), L"0");
+            EXPECT_EQ(step.step->IsRunning(), wait);
+            EXPECT_EQ(step.step->TurnOff(), S_OK);
+            EXPECT_EQ(step.step->IsRunning(), wait) << "a stop ends the worker, not the wait";
+            if (type > 4) {
+                step.step.query<_IUIFileArchiveEvents>()->FileArchiveClose(nullptr);
+            } else {
+                step.step.query<_IUIKeyboardEvents>()->KeyboardClose(nullptr);
+            }
+            EXPECT_EQ(step.step->IsRunning(), 0);
+        }
+    };
+    {
+        SCOPED_TRACE("no keyboard");
+        components->remove(L"UIKeyboard");
+        check(0);
+    }
+    {
+        SCOPED_TRACE("a keyboard without events");
+        components->addObject(L"UIKeyboard", host::make<DeafKeyboard>().query<IUnknown>().get());
+        check(1);
+    }
+    {
+        SCOPED_TRACE("no utilities to show the keyboard");
+        components->remove(L"UIUtils");
+        check(3);
+    }
+    {
+        SCOPED_TRACE("a file chooser without events");
+        components->addObject(L"UIUtils", host::make<DeafUtils>().query<IUnknown>().get());
+        check(6);
+    }
 
     components->remove(L"UIUtils");
-    for (int32_t type : {0, 5}) {
-        DrivenStep step = inputStep(type, L"a", 1);
-        runToEnd(step.step.get());
-        EXPECT_EQ(text(step, kReturnCode), L"-1");
-    }
+    DrivenStep failing = inputStep(5, L"a", 1);
+    runToEnd(failing.step.get());
+    EXPECT_EQ(text(failing, kReturnCode), L"-1");
     components->remove(L"RecentFileCollection");
     DrivenStep recent = inputStep(7, L"a");
     runToEnd(recent.step.get());

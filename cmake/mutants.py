@@ -1,0 +1,256 @@
+#!/usr/bin/env python3
+"""A small seeded mutation sampler for the module's sources.
+
+Draws one-line mutants from module/, runtime/, parameters/, execution/ and
+steps/, rebuilds the native test binary for each (only what changed), runs
+the suite until its first failure and records whether the mutant was killed.
+A mutant that does not compile is drawn again and not counted.
+
+    cmake/mutants.py --count 150 --seed 1 [--build build/mutants] [--out build/mutants.txt]
+
+Operators: a comparison flipped, && and || swapped, a success code made a
+failure, true and false swapped, an off-by-one (a bound or a number), a
+negation dropped, a call statement removed. Every file is restored after its
+mutant, also when the run is interrupted.
+"""
+
+import argparse
+import os
+import random
+import re
+import signal
+import subprocess
+import sys
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+FOLDERS = ["module", "runtime", "parameters", "execution", "steps"]
+
+# Each operator: a name, a pattern over a line with its texts and comments
+# blanked, and how a match is replaced. Comparisons and shifts are told apart
+# from template brackets by the blanks clang-format puts around operators.
+FLIPS = {"<": ">=", ">": "<=", "<=": ">", ">=": "<", "==": "!=", "!=": "=="}
+BOUNDS = {"<": "<=", "<=": "<", ">": ">=", ">=": ">"}
+OPERATORS = [
+    ("comparison flipped", re.compile(r"(?<= )(<=|>=|==|!=|<|>)(?= )"), lambda m, r: FLIPS[m.group(1)]),
+    ("bound moved by one", re.compile(r"(?<= )(<=|>=|<|>)(?= )"), lambda m, r: BOUNDS[m.group(1)]),
+    ("&& and || swapped", re.compile(r"(?<= )(&&|\|\|)(?= )"), lambda m, r: "||" if m.group(1) == "&&" else "&&"),
+    ("success made failure", re.compile(r"\b(S_OK|SUCCEEDED)\b"), lambda m, r: "E_FAIL" if m.group(1) == "S_OK" else "FAILED"),
+    ("failure made success", re.compile(r"\b(E_FAIL|FAILED)\b"), lambda m, r: "S_OK" if m.group(1) == "E_FAIL" else "SUCCEEDED"),
+    ("true and false swapped", re.compile(r"\b(true|false)\b"), lambda m, r: "false" if m.group(1) == "true" else "true"),
+    ("number moved by one", re.compile(r"(?<![\w.])(\d+)(?![\w.])"), lambda m, r: str(int(m.group(1)) + r.choice((1, -1)))),
+    ("negation dropped", re.compile(r"(?<=[(\s])!(?!=)"), lambda m, r: ""),
+]
+CALL_STATEMENT = re.compile(r"^\s*(?!(return|delete|case|else|do|if|for|while|switch)\b)(?![A-Z0-9_]+\()[A-Za-z_][\w:]*(\s*(\.|->)\s*[A-Za-z_]\w*)*\s*\(.*\);\s*$")
+
+
+def blank_texts_and_comments(line, in_block):
+    """The line with string and character literals and comments replaced by
+    blanks of the same length, and whether a block comment goes on."""
+    out = []
+    i = 0
+    quote = None
+    while i < len(line):
+        c = line[i]
+        if in_block:
+            if line.startswith("*/", i):
+                in_block = False
+                out.append("  ")
+                i += 2
+            else:
+                out.append(" ")
+                i += 1
+        elif quote:
+            if c == "\\":
+                out.append("  ")
+                i += 2
+                continue
+            if c == quote:
+                quote = None
+            out.append(" " if c != quote else c)
+            i += 1
+        elif line.startswith("//", i):
+            out.append(" " * (len(line) - i))
+            break
+        elif line.startswith("/*", i):
+            in_block = True
+            out.append("  ")
+            i += 2
+        elif c in "\"'":
+            quote = c
+            out.append(c)
+            i += 1
+        else:
+            out.append(c)
+            i += 1
+    return "".join(out)[: len(line)], in_block
+
+
+def mutation_sites(files):
+    """Every (file, line index, operator index, match start) the operators
+    can change; calls removed are operator index -1."""
+    sites = []
+    for path in files:
+        with open(os.path.join(ROOT, path), encoding="utf-8") as f:
+            lines = f.read().split("\n")
+        in_block = False
+        for index, line in enumerate(lines):
+            code, in_block = blank_texts_and_comments(line, in_block)
+            stripped = code.strip()
+            # Preprocessor lines, compile-time checks and pure virtual
+            # declarations give mutants that do not compile.
+            if not stripped or stripped.startswith("#") or "static_assert" in code or "virtual" in code:
+                continue
+            for op_index, (_, pattern, _) in enumerate(OPERATORS):
+                for match in pattern.finditer(code):
+                    sites.append((path, index, op_index, match.start()))
+            if CALL_STATEMENT.match(code) and "=" not in code.split("(")[0]:
+                sites.append((path, index, -1, 0))
+    return sites
+
+
+def mutate(line, op_index, start, rng):
+    """The mutated line and a description of the change."""
+    if op_index < 0:
+        return re.match(r"^\s*", line).group(0) + ";", "call removed: " + line.strip()
+    name, pattern, replace = OPERATORS[op_index]
+    code, _ = blank_texts_and_comments(line, False)
+    match = pattern.match(code, start)
+    new = line[: match.start()] + replace(match, rng) + line[match.end():]
+    return new, "%s: %s -> %s" % (name, line.strip(), new.strip())
+
+
+def run(command, cwd, timeout, env=None):
+    try:
+        done = subprocess.run(command, cwd=cwd, env=env, timeout=timeout, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, errors="replace")
+        return done.returncode, done.stdout
+    except subprocess.TimeoutExpired as expired:
+        return None, expired.stdout or ""
+
+
+def build(build_dir):
+    code, output = run(["cmake", "--build", build_dir, "--target", "flukokzad_tests"], ROOT, 900)
+    return code == 0, output
+
+
+def run_suite(build_dir, shards, timeout):
+    """Runs the test binary in shards that stop at their first failure; the
+    other shards are stopped as soon as one fails. Returns (killed, why)."""
+    env = dict(os.environ, FLUKO_STRESS_DIVISOR="20", GTEST_TOTAL_SHARDS=str(shards))
+    binary = os.path.join(build_dir, "tests", "flukokzad_tests")
+    processes = []
+    for shard in range(shards):
+        shard_env = dict(env, GTEST_SHARD_INDEX=str(shard))
+        log = open(os.path.join(build_dir, "mutant-shard-%d.log" % shard), "w+")
+        processes.append((subprocess.Popen([binary, "--gtest_fail_fast", "--gtest_brief=1"], cwd=build_dir,
+                                           env=shard_env, stdout=log, stderr=subprocess.STDOUT,
+                                           start_new_session=True), log))
+    deadline = time.time() + timeout
+    killed, why = False, ""
+    while processes:
+        for process, log in list(processes):
+            status = process.poll()
+            if status is None:
+                continue
+            processes.remove((process, log))
+            if status != 0:
+                log.seek(0)
+                failed = re.findall(r"\[  FAILED  \] (\S+)", log.read())
+                killed = True
+                why = failed[0] if failed else ("crash (status %d)" % status)
+        if killed or time.time() > deadline:
+            if not killed:
+                killed, why = True, "time-out after %d s" % timeout
+            for process, log in processes:
+                os.killpg(process.pid, signal.SIGKILL)
+                process.wait()
+            processes = []
+        time.sleep(0.1)
+    return killed, why
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--count", type=int, default=150, help="mutants to run (default 150)")
+    parser.add_argument("--seed", type=int, default=1, help="the seed of the draw (default 1)")
+    parser.add_argument("--build", default=os.path.join(ROOT, "build", "mutants"), help="build folder")
+    parser.add_argument("--out", default=os.path.join(ROOT, "build", "mutants.txt"), help="the record")
+    parser.add_argument("--shards", type=int, default=2, help="test processes at once (default 2)")
+    parser.add_argument("--files", nargs="*", help="only these sources (paths from the project root)")
+    args = parser.parse_args()
+
+    files = args.files or sorted(
+        os.path.relpath(os.path.join(folder, name), ROOT)
+        for top in FOLDERS
+        for folder, _, names in os.walk(os.path.join(ROOT, top))
+        for name in names
+        if name.endswith((".cpp", ".h")))
+    if not os.path.exists(os.path.join(args.build, "build.ninja")):
+        code, output = run(["cmake", "-S", ROOT, "-B", args.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                            "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0"], ROOT, 600)
+        if code != 0:
+            sys.exit("cannot configure %s:\n%s" % (args.build, output))
+    ok, output = build(args.build)
+    if not ok:
+        sys.exit("the unmutated sources do not build:\n" + output[-3000:])
+    started = time.time()
+    killed, why = run_suite(args.build, args.shards, 1800)
+    baseline = time.time() - started
+    if killed:
+        sys.exit("the unmutated suite fails (%s); fix that first" % why)
+    timeout = int(baseline * 3 + 60)
+
+    rng = random.Random(args.seed)
+    sites = mutation_sites(files)
+    record = open(args.out, "w")
+    record.write("# seed %d, %d mutants drawn from %d sites in %d files; suite %.0f s, time-out %d s\n"
+                 % (args.seed, args.count, len(sites), len(files), baseline, timeout))
+    record.flush()
+    # Each draw picks an operator, then one of its sites not drawn before,
+    # so that numbers (a third of all sites) do not crowd out the rest.
+    by_operator = {}
+    for site in sites:
+        by_operator.setdefault(site[2], []).append(site)
+    for group in by_operator.values():
+        rng.shuffle(group)
+    counted = killed_count = not_compiling = 0
+    while counted < args.count and any(by_operator.values()):
+        group = by_operator[rng.choice(sorted(key for key, left in by_operator.items() if left))]
+        path, index, op_index, start = group.pop()
+        full = os.path.join(ROOT, path)
+        with open(full, encoding="utf-8") as f:
+            original = f.read()
+        lines = original.split("\n")
+        mutated, change = mutate(lines[index], op_index, start, rng)
+        if mutated == lines[index]:
+            continue
+        lines[index] = mutated
+        try:
+            with open(full, "w", encoding="utf-8") as f:
+                f.write("\n".join(lines))
+            began = time.time()
+            ok, _ = build(args.build)
+            if not ok:
+                not_compiling += 1
+                continue
+            killed, why = run_suite(args.build, args.shards, timeout)
+        finally:
+            with open(full, "w", encoding="utf-8") as f:
+                f.write(original)
+        counted += 1
+        killed_count += killed
+        line = "%-8s %s:%d  %s%s  (%.0f s)\n" % ("killed" if killed else "survived", path, index + 1, change,
+                                                  ("  by " + why) if killed else "", time.time() - began)
+        record.write(line)
+        record.flush()
+        print("[%d/%d] %s" % (counted, args.count, line), end="", flush=True)
+    summary = "# %d of %d killed (%.1f %%); %d mutants did not compile and were drawn again\n" % (
+        killed_count, counted, 100.0 * killed_count / max(counted, 1), not_compiling)
+    record.write(summary)
+    print(summary, end="")
+    build(args.build)  # the restored sources, so the folder is left as the tree is
+
+
+if __name__ == "__main__":
+    main()
