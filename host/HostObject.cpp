@@ -22,9 +22,12 @@ LedgerTable& ledgerTable() {
     return *table;
 }
 
+std::atomic<int> gCause{0};
+thread_local int tThreadCause = 0;
+
 struct RecorderLog {
     std::mutex mutex;
-    std::vector<std::string> calls;
+    std::vector<Recorder::Entry> calls;
 };
 RecorderLog& recorderLog() {
     static RecorderLog* log = new RecorderLog;
@@ -62,24 +65,38 @@ std::string Ledger::report() {
 }
 
 void Recorder::record(const std::string& call) {
+    const int caused = cause();
+    const auto now = std::chrono::steady_clock::now();
     RecorderLog& log = recorderLog();
     std::lock_guard<std::mutex> lock(log.mutex);
-    log.calls.push_back(call);
+    log.calls.push_back({caused, call, now});
+}
+
+std::vector<Recorder::Entry> Recorder::takeEntries() {
+    RecorderLog& log = recorderLog();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    std::vector<Entry> calls;
+    calls.swap(log.calls);
+    return calls;
 }
 
 std::vector<std::string> Recorder::take() {
-    RecorderLog& log = recorderLog();
-    std::lock_guard<std::mutex> lock(log.mutex);
     std::vector<std::string> calls;
-    calls.swap(log.calls);
+    for (Entry& entry : takeEntries()) calls.push_back(std::move(entry.call));
     return calls;
 }
 
 std::vector<std::string> Recorder::calls() {
     RecorderLog& log = recorderLog();
     std::lock_guard<std::mutex> lock(log.mutex);
-    return log.calls;
+    std::vector<std::string> calls;
+    for (const Entry& entry : log.calls) calls.push_back(entry.call);
+    return calls;
 }
+
+void Recorder::setCause(int step) { gCause.store(step); }
+void Recorder::setThreadCause(int step) { tThreadCause = step; }
+int Recorder::cause() { return tThreadCause != 0 ? tThreadCause : gCause.load(); }
 
 void Recorder::clear() { take(); }
 void Recorder::setEnabled(bool enabled) { gRecording = enabled; }

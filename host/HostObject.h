@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -30,10 +31,25 @@ class Recorder {
 public:
     static void record(const std::string& call);
     static std::vector<std::string> take();
+    // Each call with its cause: the program step it belongs to (below).
+    struct Entry {
+        int cause;
+        std::string call;
+        std::chrono::steady_clock::time_point at;
+    };
+    static std::vector<Entry> takeEntries();
     static std::vector<std::string> calls();
     static void clear();
     static void setEnabled(bool enabled);
     static bool enabled();
+
+    // The program step that what happens now belongs to: a host program sets
+    // it for each step it runs (the step's own threads see it too); an
+    // operator thread keeps the cause of the window that asked it, so that a
+    // late answer is its own step's, whenever it comes. 0: none.
+    static void setCause(int step);
+    static void setThreadCause(int step);  // this thread only; 0 lets the program's show through
+    static int cause();
 };
 
 // Text helpers for the stand-in's own use.

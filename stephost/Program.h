@@ -37,6 +37,11 @@ struct ProgramSetting {
     std::wstring name;
     std::wstring value;
     int line = 0;
+    // How the checker read the value: as written (a number when it reads as
+    // one, else text), as text whatever it reads as, or as `index` (a choice
+    // given by its name, a verb by its name).
+    enum class As { Written, Text, Index } as = As::Written;
+    int32_t index = 0;
 };
 
 struct ProgramBinding {
@@ -56,11 +61,23 @@ struct ProgramStep {
     int line = 0;
 };
 
+// Something wrong with a program file: "what is wrong; what would be right".
+// A warning is something a program may mean (a button its object lacks, to
+// test the step without one); --strict makes it an error.
+struct ProgramProblem {
+    int line = 0;
+    std::string text;
+    bool warning = false;
+};
+
 struct ProgramFile {
     std::wstring name;
     std::vector<ProgramObject> objects;
     std::vector<ProgramStep> steps;
     std::vector<host::OperatorAction> operatorScript;
+    // Found while it was read and checked; the reader stops at the first
+    // that leaves it unreadable, the checker goes on to the end.
+    std::vector<ProgramProblem> problems;
 };
 
 // A whole number that is the whole text and fits 32 bits; base 0 reads
@@ -91,5 +108,9 @@ inline std::string shown(const std::string& utf8) {
     }
     return utf8;
 }
+
+// The candidates, nearest to `wrong` first (the fewest letters to change,
+// case ignored), joined with ", "; after `most` of them, "...".
+std::string nearestFirst(const std::string& wrong, std::vector<std::string> candidates, size_t most = 12);
 
 }  // namespace stephost

@@ -447,6 +447,11 @@ SmartPtr<IUnknown> makeFrame(const ProgramObject& object, host::SuperCollection*
     return host::make<host::PropertyFrame>(host::narrow(object.name)).query<IUnknown>();
 }
 
+// <editable name="Pump"/>: an object a property frame edits.
+SmartPtr<IUnknown> makeEditable(const ProgramObject& object, host::SuperCollection*, std::string&) {
+    return host::make<host::EditableObject>(host::narrow(object.name)).query<IUnknown>();
+}
+
 // <viewer name="Inspector"/>
 SmartPtr<IUnknown> makeViewer(const ProgramObject& object, host::SuperCollection*, std::string&) {
     return host::make<host::SmartViewer>(host::narrow(object.name)).query<IUnknown>();
@@ -454,26 +459,27 @@ SmartPtr<IUnknown> makeViewer(const ProgramObject& object, host::SuperCollection
 
 // One line per kind.
 const ObjectKind kKinds[] = {
-    {"object", &makePlain},
-    {"refreshable", &makeRefreshable},
-    {"scrollable", &makeScrollable},
-    {"tab", &makeTab},
-    {"tabs", &makeTabs},
-    {"window", &makeWindow},
-    {"activatable", &makeActivatable},
-    {"buttons", &makeButtons},
-    {"button", &makeButton},
-    {"workspace", &makeWorkspace, L"ActiveWorkspace"},
-    {"screen", &makeScreen, L"GlobalWindowCollection"},
-    {"verbs", &makeVerbs},
-    {"verb", &makeVerb},
-    {"stringtable", &makeStringTable, L"StringTable"},
-    {"properties", &makeProperties},
-    {"property", &makePropertyPart},
-    {"setting", &makePropertyPart},
-    {"entity", &makeEntity},
-    {"frame", &makeFrame, L"UIPropertyPageCollection"},
-    {"viewer", &makeViewer},
+    {"object", &makePlain, ""},
+    {"refreshable", &makeRefreshable, ""},
+    {"scrollable", &makeScrollable, "pos0 page0 pos1 page1"},
+    {"tab", &makeTab, ""},
+    {"tabs", &makeTabs, "selected"},
+    {"window", &makeWindow, "hosts left top width height"},
+    {"activatable", &makeActivatable, "active"},
+    {"buttons", &makeButtons, "as"},
+    {"button", &makeButton, "kind command selected item"},
+    {"workspace", &makeWorkspace, "left top width height", L"ActiveWorkspace"},
+    {"screen", &makeScreen, "", L"GlobalWindowCollection"},
+    {"verbs", &makeVerbs, ""},
+    {"verb", &makeVerb, "code"},
+    {"stringtable", &makeStringTable, "", L"StringTable"},
+    {"properties", &makeProperties, "class names offers first last"},
+    {"property", &makePropertyPart, "id kind value choices object"},
+    {"setting", &makePropertyPart, "value"},
+    {"entity", &makeEntity, "for"},
+    {"frame", &makeFrame, "", L"UIPropertyPageCollection"},
+    {"viewer", &makeViewer, ""},
+    {"editable", &makeEditable, ""},
 };
 
 }  // namespace

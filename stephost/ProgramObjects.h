@@ -20,6 +20,8 @@ using ObjectMaker = SmartPtr<IUnknown> (*)(const ProgramObject& object, host::Su
 struct ObjectKind {
     const char* kind;
     ObjectMaker make;
+    // Its attributes besides "name", space-separated.
+    const char* attributes;
     // The named host component that a declared object of this kind becomes
     // for the program's run ("ActiveWorkspace"), or null.
     const wchar_t* component = nullptr;

@@ -1,7 +1,9 @@
 #include "stephost/ProgramRunner.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 #include <utility>
 
@@ -12,32 +14,13 @@
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "host/XmlStream.h"
+#include "stephost/ProgramChecker.h"
 #include "stephost/ProgramObjects.h"
 #include "stephost/ProgramReader.h"
 
 namespace stephost {
 
 namespace {
-
-TraceValue traceValueOf(IVariant* value) {
-    TraceValue result;
-    if (!value) return result;
-    if (value->IsString()) {
-        SmartPtr<IString> text;
-        value->get_String(text.put());
-        result.kind = TraceValue::kText;
-        result.text = host::narrow(host::textOf(text.get()));
-    } else if (value->get_Type() == 1) {
-        result.kind = TraceValue::kInteger;
-        result.integer = value->get_Long();
-    } else if (value->get_Type() == 2) {
-        result.kind = TraceValue::kReal;
-        result.real = value->get_Double();
-    } else {
-        result.kind = value->IsObject() ? TraceValue::kObject : TraceValue::kEmpty;
-    }
-    return result;
-}
 
 std::vector<std::pair<std::string, TraceValue>> parametersOf(IUnknown* step) {
     std::vector<std::pair<std::string, TraceValue>> result;
@@ -54,48 +37,154 @@ std::vector<std::pair<std::string, TraceValue>> parametersOf(IUnknown* step) {
     return result;
 }
 
+// --- The program file writer ---------------------------------------------------
+
+// Text as XML carries it back exactly: markup characters, carriage returns
+// and control characters as references; in an attribute, line ends and tabs
+// too, which a reader would otherwise turn into blanks.
+std::string escaped(const std::string& text, bool attribute) {
+    std::string out;
+    for (char c : text) {
+        const unsigned char byte = static_cast<unsigned char>(c);
+        if (c == '&') {
+            out += "&amp;";
+        } else if (c == '<') {
+            out += "&lt;";
+        } else if (c == '>') {
+            out += "&gt;";
+        } else if (c == '"' && attribute) {
+            out += "&quot;";
+        } else if (byte < 0x20 && (attribute || (c != '\n' && c != '\t'))) {
+            out += "&#" + std::to_string(byte) + ";";
+        } else {
+            out += c;
+        }
+    }
+    // A text of blanks alone would be dropped by a reader as mere layout.
+    if (!attribute && !out.empty() && out.find_first_not_of(' ') == std::string::npos) {
+        std::string blanks;
+        for (size_t i = 0; i < out.size(); ++i) blanks += "&#32;";
+        return blanks;
+    }
+    return out;
+}
+
+std::string attributeText(const char* name, const std::wstring& value) {
+    return std::string(" ") + name + "=\"" + escaped(host::narrow(value), true) + "\"";
+}
+
+// The shortest decimal text that reads back as the same double, with a point
+// so that it reads back as a decimal number, not a whole one.
+std::string realText(double value) {
+    char text[40];
+    for (int precision = 1; precision <= 17; ++precision) {
+        std::snprintf(text, sizeof text, "%.*g", precision, value);
+        if (std::strtod(text, nullptr) == value) break;
+    }
+    std::string result = text;
+    if (result.find_first_of(".en") == std::string::npos) result += ".0";
+    return result;
+}
+
+void writeObject(std::string& out, const ProgramObject& object, int depth) {
+    const std::string indent(static_cast<size_t>(2 * depth), ' ');
+    out += indent + "<" + object.kind;
+    if (!object.name.empty()) out += attributeText("name", object.name);
+    for (const auto& [name, value] : object.attributes) out += attributeText(name.c_str(), value);
+    if (object.children.empty()) {
+        out += "/>\n";
+        return;
+    }
+    out += ">\n";
+    for (const ProgramObject& child : object.children) writeObject(out, child, depth + 1);
+    out += indent + "</" + object.kind + ">\n";
+}
+
+// A parameter as a program file gives it: a choice by its name, a number,
+// or text; an object or nothing cannot be given and is left out.
+bool parameterText(const TraceValue& value, int32_t flags, IUnknown* descriptor, std::string& text) {
+    if (flags & 0x4000000) return false;    // never stored
+    if ((flags & 0x0F) == 7) return false;  // an object, which only a step writes
+    switch (value.kind) {
+        case TraceValue::kInteger:
+            text = std::to_string(value.integer);
+            if (SmartPtr<IString> choices = (flags & 0x40) ? queryInterface<IString>(descriptor) : nullptr) {
+                const std::string list = "|" + host::narrow(host::textOf(choices.get())) + "|";
+                size_t at = 0;
+                for (int64_t i = 0; i < value.integer && at != std::string::npos; ++i) at = list.find('|', at + 1);
+                const size_t end = at == std::string::npos ? at : list.find('|', at + 1);
+                if (value.integer >= 0 && end != std::string::npos && end > at + 1)
+                    text = list.substr(at + 1, end - at - 1);
+            }
+            return true;
+        case TraceValue::kReal:
+            text = realText(value.real);
+            return true;
+        case TraceValue::kText:
+            text = value.text;
+            return true;
+        default:
+            return false;
+    }
+}
+
+void writeParameters(std::string& out, IParameters* parameters) {
+    int32_t count = 0;
+    if (!parameters || parameters->get_Count(&count) < 0) return;
+    for (int32_t i = 0; i < count; ++i) {
+        SmartPtr<IString> name;
+        SmartPtr<IVariant> value;
+        SmartPtr<IUnknown> descriptor;
+        int32_t flags = 0;
+        if (parameters->Iterate(i, name.put(), value.put(), descriptor.put(), &flags) < 0) continue;
+        std::string text;
+        if (!parameterText(traceValueOf(value.get()), flags, descriptor.get(), text)) continue;
+        out += "      <parameter" + attributeText("name", host::textOf(name.get())) + ">" + escaped(text, false) +
+               "</parameter>\n";
+    }
+}
+
 }  // namespace
 
 ProgramRunner::ProgramRunner(CREATEFUNCTIONFUNCTION create, ProgramTrace* trace, host::ComponentCollection* components)
-    : m_Create(create), m_Trace(trace), m_Components(components), m_Objects(host::make<host::SuperCollection>()) {}
+    : m_Create(create),
+      m_Trace(trace),
+      m_Components(components),
+      m_Objects(host::make<host::SuperCollection>()),
+      m_Catalogue(create) {}
 
 ProgramRunner::~ProgramRunner() = default;
 
-bool ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting, std::string& error) {
-    SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
+IUnknown* ProgramRunner::object(const std::wstring& name) const {
+    const auto found = m_Named.find(name);
+    return found == m_Named.end() ? nullptr : found->second.get();
+}
+
+void ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting) {
+    SmartPtr<IVariant> value = setting.as == ProgramSetting::As::Index  ? host::makeVariant(setting.index)
+                               : setting.as == ProgramSetting::As::Text ? host::makeVariant(setting.value)
+                                                                        : programValue(setting.value);
+    if (host::setParametricSetting(step, setting.name, value.get())) return;
     int32_t index = -1;
-    if (host::setParametricSetting(step, setting.name, programValue(setting.value).get())) return true;
+    SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     // A step whose parameters the user defines takes the ones the file gives.
     SmartPtr<IParametersCreatable> creatable = queryInterface<IParametersCreatable>(step);
     if (creatable && (creatable->get_Index(host::makeString(setting.name).get(), &index) < 0 || index < 0)) {
-        return creatable->Add(host::makeString(setting.name).get(), programValue(setting.value).get(), nullptr, 0) >= 0;
+        creatable->Add(host::makeString(setting.name).get(), value.get(), nullptr, 0);
+    } else if (parameters && parameters->get_Index(host::makeString(setting.name).get(), &index) >= 0 && index >= 0) {
+        parameters->put_Item(index, value.get());
     }
-    if (!parameters || parameters->get_Index(host::makeString(setting.name).get(), &index) < 0 || index < 0) {
-        error = programError(setting.line, "the step has no parameter \"" + shown(host::narrow(setting.name)) + "\"");
-        return false;
-    }
-    parameters->put_Item(index, programValue(setting.value).get());
-    return true;
 }
 
-bool ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding, std::string& error) {
-    int32_t objectIndex = -1;
-    if (m_Objects->get_Index(host::makeString(binding.object).get(), &objectIndex) < 0 || objectIndex < 0) {
-        error = programError(binding.line, "no object is named \"" + shown(host::narrow(binding.object)) + "\"");
-        return false;
-    }
+void ProgramRunner::bindInput(IUnknown* step, const ProgramBinding& binding) {
     // The input list is the host's own object; its inputs are found by name.
     SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(step);
     auto* list = dynamic_cast<host::InputParameters*>(inputs.get());
     SmartPtr<host::InputParameter> input = list ? list->input(binding.input) : nullptr;
-    if (!input) {
-        error = programError(binding.line, "the step has no input \"" + shown(host::narrow(binding.input)) + "\"");
-        return false;
-    }
+    if (!input) return;
     input->put_Object(host::make<host::CollectionMoniker>(binding.object).query<IUnknown>().get());
     if (binding.hasItemName) input->put_ItemName(host::makeString(binding.itemName).get());
     input->put_ItemIndex(binding.itemIndex);
-    return true;
 }
 
 void ProgramRunner::bindToObjects(IUnknown* step) const {
@@ -110,63 +199,149 @@ void ProgramRunner::replaceSteps(std::vector<Step> loaded) {
     m_Steps.swap(loaded);
 }
 
-bool ProgramRunner::build(const ProgramFile& program, std::string& error) {
+bool ProgramRunner::buildObjects(const ProgramFile& program, std::string& error) {
     for (const ProgramObject& object : program.objects) {
         SmartPtr<IUnknown> made = makeProgramObject(object, m_Objects.get(), error);
         if (!made) return false;
         m_Objects->Add(host::makeString(object.name).get(), made.get(), nullptr, 0);
-        m_Labels.push_back(host::narrow(object.name));
+        m_Named.emplace(object.name, made);
+        m_Labels.insert(host::narrow(object.name));
         const ObjectKind* kind = findObjectKind(object.kind);
         if (kind && kind->component && m_Components) m_Components->addObject(kind->component, made.get());
+    }
+    return true;
+}
+
+bool ProgramRunner::buildSteps(ProgramFile& program, std::vector<ProgramProblem>& problems, bool strict) {
+    problems = program.problems;
+    checkProgram(
+        program, m_Catalogue, [this](const std::wstring& name) { return object(name); }, problems);
+    for (const ProgramProblem& problem : problems) {
+        if (!problem.warning || strict) return false;
     }
     for (const ProgramStep& description : program.steps) {
         SmartPtr<IUnknown> step = host::createModuleObject(m_Create, description.className);
         if (!step) {
-            error = programError(description.line,
-                                 "the module has no step class \"" + shown(host::narrow(description.className)) + "\"");
+            problems.push_back({description.line, "the module cannot make a step of class \"" +
+                                                      shown(host::narrow(description.className)) + "\""});
             return false;
         }
-        for (const ProgramSetting& setting : description.parameters) {
-            if (!setParameter(step.get(), setting, error)) return false;
-        }
-        for (const ProgramBinding& binding : description.inputs) {
-            if (!bindInput(step.get(), binding, error)) return false;
-        }
+        for (const ProgramSetting& setting : description.parameters) setParameter(step.get(), setting);
+        for (const ProgramBinding& binding : description.inputs) bindInput(step.get(), binding);
         bindToObjects(step.get());
         m_Steps.push_back({description.className, description.title, step});
     }
     return true;
 }
 
-void ProgramRunner::traceCalls(const std::vector<std::string>& calls) const {
-    for (const std::string& call : calls) {
-        const std::string* declared = nullptr;
-        for (const std::string& label : m_Labels) {
-            if (call.size() > label.size() && call.compare(0, label.size(), label) == 0 && call[label.size()] == '.') {
-                declared = &label;
-                break;
-            }
+bool ProgramRunner::build(ProgramFile& program, std::string& error) {
+    if (!buildObjects(program, error)) return false;
+    std::vector<ProgramProblem> problems;
+    if (buildSteps(program, problems)) return true;
+    for (const ProgramProblem& problem : problems) {
+        if (!problem.warning) {
+            error = programError(problem.line, problem.text);
+            break;
         }
-        const size_t dot = declared ? declared->size() : call.find('.');
+    }
+    return false;
+}
+
+void ProgramRunner::asked(const host::OperatorQuestion& question) {
+    if (question.step > 0) {
+        std::lock_guard<std::mutex> lock(m_AskedMutex);
+        m_Asked.insert(static_cast<size_t>(question.step));
+    }
+    if (m_Trace) m_Trace->asked(question);
+}
+
+void ProgramRunner::replied(const host::OperatorQuestion& question, const std::wstring& reply, bool answered,
+                            const std::string& why) {
+    if (m_Trace) m_Trace->replied(question, reply, answered, why);
+}
+
+void ProgramRunner::traceCalls() {
+    for (host::Recorder::Entry& entry : host::Recorder::takeEntries()) {
+        if (!m_Trace) continue;
+        const std::string& call = entry.call;
+        const size_t number = entry.cause > 0 ? static_cast<size_t>(entry.cause) : 0;
+        // The label of a declared object the call starts with ("Desk" of
+        // "Desk.Plot.SendMouse(...)", a window of the workspace Desk).
+        size_t dot = std::string::npos;
+        bool declared = false;
+        for (size_t at = call.find('.'); at != std::string::npos && !declared; at = call.find('.', at + 1)) {
+            declared = m_Labels.count(call.substr(0, at)) != 0;
+            dot = at;
+        }
+        if (!declared) dot = call.find('.');
         if (dot == std::string::npos) {
-            m_Trace->hostCall("", call, false);
+            m_Trace->hostCall(number, "", call, false, entry.at);
         } else {
-            m_Trace->hostCall(call.substr(0, dot), call.substr(dot + 1), declared != nullptr);
+            m_Trace->hostCall(number, call.substr(0, dot), call.substr(dot + 1), declared, entry.at);
         }
     }
 }
 
+void ProgramRunner::traceWrites(size_t number, Parameters& before) {
+    const Parameters after = parametersOf(m_Steps[number - 1].object.get());
+    for (size_t p = 0; p < after.size(); ++p) {
+        if (p >= before.size() || before[p] != after[p]) {
+            if (m_Trace) m_Trace->parameterWritten(number, after[p].first, after[p].second);
+        }
+    }
+    before = after;
+}
+
+void ProgramRunner::traceLateWrites(size_t running) {
+    std::set<size_t> asked;
+    {
+        std::lock_guard<std::mutex> lock(m_AskedMutex);
+        asked = m_Asked;
+    }
+    for (size_t number : asked) {
+        if (number == running || number > m_Steps.size()) continue;
+        auto seen = m_Seen.find(number);
+        if (seen != m_Seen.end()) traceWrites(number, seen->second);
+    }
+}
+
+std::string ProgramRunner::whyFailed(const Step& step) const {
+    SmartPtr<IInputParameters> list = queryInterface<IInputParameters>(step.object.get());
+    auto* inputs = dynamic_cast<host::InputParameters*>(list.get());
+    if (!inputs) return "";
+    for (const SmartPtr<host::InputParameter>& input : inputs->inputs()) {
+        const IID wanted = input->iid();
+        if (wanted == IID_NULL || wanted == IID_IUnknown) continue;
+        const std::string name = "input " + host::narrow(input->name());
+        SmartPtr<IUnknown> bound;
+        input->get_Object(bound.put());
+        SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(bound.get());
+        auto* named = dynamic_cast<host::CollectionMoniker*>(moniker.get());
+        if (!bound) return name + " is bound to nothing";
+        const std::wstring objectName = named ? named->name() : std::wstring();
+        IUnknown* target = named ? object(objectName) : bound.get();
+        if (!target) return name + " names \"" + host::narrow(objectName) + "\", which the program does not declare";
+        if (!offersInterface(target, wanted)) {
+            return name + " is bound to \"" + host::narrow(objectName) + "\", which offers no " + interfaceName(wanted);
+        }
+    }
+    return "";
+}
+
 size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
     size_t failures = 0;
-    const bool recording = host::Recorder::enabled();
+    m_WasRecording = host::Recorder::enabled();
+    // Recording goes on until finish(): the operator's threads may still act.
     host::Recorder::setEnabled(true);
+    host::Recorder::clear();
     for (size_t i = 0; i < m_Steps.size(); ++i) {
+        const size_t number = i + 1;
         const Step& step = m_Steps[i];
         SmartPtr<IStep> runnable = queryInterface<IStep>(step.object.get());
         if (!runnable) continue;
-        const auto before = parametersOf(step.object.get());
-        host::Recorder::clear();
-        if (m_Trace) m_Trace->stepStarts(i + 1, host::narrow(step.className), host::narrow(step.title));
+        Parameters before = parametersOf(step.object.get());
+        host::Recorder::setCause(static_cast<int>(number));
+        if (m_Trace) m_Trace->stepStarts(number, host::narrow(step.className), host::narrow(step.title));
         HRESULT result = runnable->TurnOn();
         bool stopped = false;
         while (runnable->IsRunning()) {
@@ -179,19 +354,32 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         double milliseconds = 0;
         runnable->get_ExecutionTime(&milliseconds);
         failures += result < 0;
+        // A confirmation whose step has ended is not recorded any more: nobody
+        // is to answer it.
+        host::Operator::current().closeQuestions(static_cast<int>(number), "confirm",
+                                                 "its step has ended, so a later answer would not be recorded");
         if (m_Trace) {
-            traceCalls(host::Recorder::take());
-            const auto after = parametersOf(step.object.get());
-            for (size_t p = 0; p < after.size(); ++p) {
-                if (p >= before.size() || before[p] != after[p])
-                    m_Trace->parameterWritten(after[p].first, after[p].second);
-            }
-            m_Trace->stepEnds(result, milliseconds, stopped);
+            traceCalls();
+            traceWrites(number, before);
+            traceLateWrites(number);
+            m_Trace->stepEnds(number, result, milliseconds, stopped, result < 0 ? whyFailed(step) : "");
         }
+        host::Recorder::setCause(0);
+        bool asked = false;
+        {
+            std::lock_guard<std::mutex> lock(m_AskedMutex);
+            asked = m_Asked.count(number) != 0;
+        }
+        if (asked) m_Seen[number] = std::move(before);
         if (interrupted.load()) break;
     }
-    host::Recorder::setEnabled(recording);
     return failures;
+}
+
+void ProgramRunner::finish() {
+    traceCalls();
+    traceLateWrites(0);
+    host::Recorder::setEnabled(m_WasRecording);
 }
 
 // A step's own XML holds its parameters only; the host keeps its input
@@ -225,6 +413,52 @@ std::string ProgramRunner::saveFolder() const {
         root->WriteObject(host::makeString(L"Step" + std::to_wstring(i + 1)).get(), m_Steps[i].object.get(), 0);
     }
     return root->save();
+}
+
+std::string ProgramRunner::saveProgram(const ProgramFile& program) const {
+    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<program" + attributeText("name", program.name) +
+                      ">\n  <objects>\n";
+    for (const ProgramObject& object : program.objects) writeObject(out, object, 2);
+    out += "  </objects>\n  <steps>\n";
+    for (const Step& step : m_Steps) {
+        out += "    <step" + attributeText("class", step.className);
+        if (!step.title.empty()) out += attributeText("title", step.title);
+        out += ">\n";
+        writeParameters(out, queryInterface<IParameters>(step.object.get()).get());
+        if (SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(step.object.get())) {
+            SmartPtr<INamedCollection> offered;
+            if (parametric->GetParameters(offered.put(), 0) >= 0) {
+                writeParameters(out, offered.query<IParameters>().get());
+            }
+        }
+        SmartPtr<IInputParameters> list = queryInterface<IInputParameters>(step.object.get());
+        if (auto* inputs = dynamic_cast<host::InputParameters*>(list.get())) {
+            for (const SmartPtr<host::InputParameter>& input : inputs->inputs()) {
+                SmartPtr<IUnknown> bound;
+                input->get_Object(bound.put());
+                SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(bound.get());
+                auto* named = dynamic_cast<host::CollectionMoniker*>(moniker.get());
+                if (!named) continue;
+                out += "      <input" + attributeText("name", input->name()) + attributeText("object", named->name());
+                SmartPtr<IString> item;
+                if (input->get_ItemName(item.put()) >= 0 && item) {
+                    out += attributeText("item", host::textOf(item.get()));
+                }
+                int32_t index = -1;
+                input->get_ItemIndex(&index);
+                if (index != -1) out += " index=\"" + std::to_string(index) + "\"";
+                out += "/>\n";
+            }
+        }
+        out += "    </step>\n";
+    }
+    out += "  </steps>\n  <operator>\n";
+    for (const host::OperatorAction& action : program.operatorScript) {
+        out += "    <" + action.kind;
+        if (action.delayMs != 0) out += " delay=\"" + std::to_string(action.delayMs) + "\"";
+        out += ">" + escaped(host::narrow(action.value), false) + "</" + action.kind + ">\n";
+    }
+    return out + "  </operator>\n</program>\n";
 }
 
 bool ProgramRunner::loadXml(const std::string& text, std::string& error) {

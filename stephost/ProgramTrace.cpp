@@ -1,6 +1,8 @@
 #include "stephost/ProgramTrace.h"
 
+#include <cmath>
 #include <cstdarg>
+#include <random>
 
 #include "host/HostObject.h"
 #include "stephost/JsonLines.h"
@@ -32,6 +34,7 @@ public:
     using ProgramTrace::ProgramTrace;
 
     void programStarts(const Program& program) override {
+        startClock();
         m_Steps = program.steps;
         const std::string answering =
             program.terminal ? "the terminal" : std::to_string(program.answers) + " scripted answers";
@@ -43,23 +46,29 @@ public:
         write(format("%3zu  %-18s %s\n", number, className.c_str(), title.c_str()));
     }
     // The host's own objects stay out of the story.
-    void hostCall(const std::string& label, const std::string& call, bool declared) override {
-        if (declared) write(format("%s %-14s %s\n", kIndent, label.c_str(), call.c_str()));
+    void hostCall(size_t number, const std::string& label, const std::string& call, bool declared,
+                  std::chrono::steady_clock::time_point) override {
+        if (declared) line(number, format("%-14s %s", label.c_str(), shown(call).c_str()));
     }
-    void parameterWritten(const std::string& name, const TraceValue& value) override {
-        write(format("%s wrote %s = %s\n", kIndent, name.c_str(), shown(value).c_str()));
+    void parameterWritten(size_t number, const std::string& name, const TraceValue& value) override {
+        line(number, "wrote " + name + " = " + valueText(shown(value)));
     }
-    void asked(const std::string& kind, const std::wstring& prompt) override {
-        write(format("%s operator is asked (%s): %s\n", kIndent, kind.c_str(), host::narrow(prompt).c_str()));
+    void asked(const host::OperatorQuestion& question) override {
+        line(question.step, "operator is asked (" + question.kind + "): " + host::narrow(question.caption));
     }
-    void replied(const std::string& kind, const std::wstring& reply, bool answered) override {
-        write(answered ? format("%s operator answers (%s): %s\n", kIndent, kind.c_str(), host::narrow(reply).c_str())
-                       : format("%s operator gives no answer (%s)\n", kIndent, kind.c_str()));
+    void replied(const host::OperatorQuestion& question, const std::wstring& answer, bool answered,
+                 const std::string& why) override {
+        if (answered) {
+            line(question.step, "operator answers (" + question.kind + "): " + reply(question, answer));
+        } else {
+            line(question.step, "operator gives no answer (" + question.kind + ")" + (why.empty() ? "" : ": " + why));
+        }
     }
-    void stepEnds(HRESULT result, double milliseconds, bool turnedOff) override {
-        write(format("%s %s (%s), %.3f ms\n", kIndent, result >= 0 ? "done" : "failed", resultCode(result).c_str(),
-                     milliseconds));
-        if (turnedOff) write(format("%s turned off\n", kIndent));
+    void stepEnds(size_t number, HRESULT result, double milliseconds, bool turnedOff, const std::string& why) override {
+        line(number,
+             format("%s (%s), %.3f ms", result >= 0 ? "done" : "failed", resultCode(result).c_str(), milliseconds) +
+                 (why.empty() ? "" : ": " + why));
+        if (turnedOff) line(number, "turned off");
         setStep(0);
     }
     void programEnds(size_t failures) override {
@@ -68,36 +77,32 @@ public:
     }
 
 private:
-    static std::string shown(const TraceValue& value) {
-        switch (value.kind) {
-            case TraceValue::kInteger:
-                return std::to_string(value.integer);
-            case TraceValue::kReal:
-                return format("%g", value.real);
-            case TraceValue::kText:
-                return "\"" + value.text + "\"";
-            case TraceValue::kObject:
-                return "(object)";
-            case TraceValue::kEmpty:
-                return "(empty)";
-            case TraceValue::kNone:
-                break;
-        }
-        return "(none)";
+    // A line under the step's block; one of another step says whose it is.
+    void line(size_t number, const std::string& text) {
+        const std::string owner = number != 0 && number != step() ? format("(step %zu) ", number) : "";
+        write(std::string(kIndent) + " " + owner + text + "\n");
     }
 
     size_t m_Steps = 0;
 };
 
-// One JSON object per line and event, "event" first.
+// A random name for one run, so that lines of several runs in one file can be told apart.
+std::string runIdentifier() {
+    std::random_device device;
+    const uint64_t value = (static_cast<uint64_t>(device()) << 32) ^ device() ^
+                           static_cast<uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
+    return format("%016llx", static_cast<unsigned long long>(value));
+}
+
+// One JSON object per line and event: "event", "step", "t" and "run" first.
 class JsonTrace final : public ProgramTrace {
 public:
     using ProgramTrace::ProgramTrace;
 
     void programStarts(const Program& program) override {
+        startClock();
         m_Steps = program.steps;
-        emit(JsonObject()
-                 .text("event", "program-start")
+        emit(event("program-start", 0)
                  .text("name", program.name)
                  .text("file", program.file)
                  .integer("steps", static_cast<int64_t>(program.steps))
@@ -106,14 +111,18 @@ public:
                  .integer("answers", static_cast<int64_t>(program.answers)));
     }
     void stepStarts(size_t number, const std::string& className, const std::string& title) override {
-        setStep(number);
-        emit(event("step-start").text("class", className).text("title", title));
+        emit(event("step-start", number).text("class", className).text("title", title));
     }
-    void hostCall(const std::string& label, const std::string& call, bool declared) override {
-        emit(event("call").text("object", label).text("call", call).boolean("declared", declared));
+    void hostCall(size_t number, const std::string& label, const std::string& call, bool declared,
+                  std::chrono::steady_clock::time_point at) override {
+        emit(event("call", number, elapsed(at))
+                 .text("object", label)
+                 .text("call", shown(call))
+                 .boolean("declared", declared));
     }
-    void parameterWritten(const std::string& name, const TraceValue& value) override {
-        JsonObject line = event("parameter").text("name", name);
+    void parameterWritten(size_t number, const std::string& name, const TraceValue& written) override {
+        const TraceValue value = shown(written);
+        JsonObject line = event("parameter", number).text("name", name);
         switch (value.kind) {
             case TraceValue::kInteger:
                 line.integer("value", value.integer).text("kind", "integer");
@@ -136,47 +145,94 @@ public:
         }
         emit(line);
     }
-    void asked(const std::string& kind, const std::wstring& prompt) override {
-        emit(event("question").text("kind", kind).text("prompt", host::narrow(prompt)));
+    void asked(const host::OperatorQuestion& question) override {
+        emit(event("question", static_cast<size_t>(question.step))
+                 .text("kind", question.kind)
+                 .text("prompt", host::narrow(question.caption))
+                 .text("value", question.secret ? std::string() : host::narrow(question.value))
+                 .text("accepts", question.accepted())
+                 .boolean("secret", question.secret));
     }
-    void replied(const std::string& kind, const std::wstring& reply, bool answered) override {
-        JsonObject line = event("answer").text("kind", kind);
+    void replied(const host::OperatorQuestion& question, const std::wstring& answer, bool answered,
+                 const std::string& why) override {
+        JsonObject line = event("answer", static_cast<size_t>(question.step)).text("kind", question.kind);
         if (answered) {
-            line.text("reply", host::narrow(reply));
+            line.text("reply", reply(question, answer));
         } else {
             line.null("reply");
         }
-        emit(line.boolean("answered", answered));
+        line.boolean("answered", answered);
+        why.empty() ? line.null("why") : line.text("why", why);
+        emit(line);
     }
-    void stepEnds(HRESULT result, double milliseconds, bool turnedOff) override {
-        JsonObject line = event("step-end").text("result", resultCode(result));
+    void stepEnds(size_t number, HRESULT result, double milliseconds, bool turnedOff, const std::string& why) override {
+        JsonObject line = event("step-end", number).text("result", resultCode(result));
         const std::string name = resultName(result);
         name.empty() ? line.null("name") : line.text("name", name);
-        emit(line.boolean("succeeded", result >= 0).number("ms", milliseconds).boolean("turned-off", turnedOff));
-        setStep(0);
+        line.boolean("succeeded", result >= 0).number("ms", milliseconds).boolean("turned-off", turnedOff);
+        why.empty() ? line.null("why") : line.text("why", why);
+        emit(line);
     }
     void programEnds(size_t failures) override {
-        emit(JsonObject()
-                 .text("event", "program-end")
+        emit(event("program-end", 0)
                  .integer("steps", static_cast<int64_t>(m_Steps))
                  .integer("failures", static_cast<int64_t>(failures))
                  .boolean("succeeded", failures == 0));
     }
 
 private:
-    // An event of the step that runs now; "step" is null between steps.
-    JsonObject event(const char* name) const {
+    // An event of that step; "step" is null for none.
+    JsonObject event(const char* name, size_t number, double t = -1) const {
         JsonObject line;
         line.text("event", name);
-        const size_t number = step();
-        return number == 0 ? line.null("step") : line.integer("step", static_cast<int64_t>(number));
+        number == 0 ? line.null("step") : line.integer("step", static_cast<int64_t>(number));
+        return line.number("t", std::round((t < 0 ? elapsed() : t) * 1000.0) / 1000.0).text("run", m_Run);
     }
     void emit(const JsonObject& line) { write(line.line() + "\n"); }
 
     size_t m_Steps = 0;
+    const std::string m_Run = runIdentifier();
 };
 
 }  // namespace
+
+TraceValue traceValueOf(IVariant* value) {
+    TraceValue result;
+    if (!value) return result;
+    if (value->IsString()) {
+        SmartPtr<IString> text;
+        value->get_String(text.put());
+        result.kind = TraceValue::kText;
+        result.text = host::narrow(host::textOf(text.get()));
+    } else if (value->get_Type() == 1) {
+        result.kind = TraceValue::kInteger;
+        result.integer = value->get_Long();
+    } else if (value->get_Type() == 2) {
+        result.kind = TraceValue::kReal;
+        result.real = value->get_Double();
+    } else {
+        result.kind = value->IsObject() ? TraceValue::kObject : TraceValue::kEmpty;
+    }
+    return result;
+}
+
+std::string valueText(const TraceValue& value) {
+    switch (value.kind) {
+        case TraceValue::kInteger:
+            return std::to_string(value.integer);
+        case TraceValue::kReal:
+            return format("%g", value.real);
+        case TraceValue::kText:
+            return "\"" + value.text + "\"";
+        case TraceValue::kObject:
+            return "(object)";
+        case TraceValue::kEmpty:
+            return "(empty)";
+        case TraceValue::kNone:
+            break;
+    }
+    return "(none)";
+}
 
 std::string resultCode(HRESULT result) { return format("0x%08X", static_cast<uint32_t>(result)); }
 
@@ -197,6 +253,51 @@ std::string resultName(HRESULT result) {
         if (named.code == result) return named.name;
     }
     return "";
+}
+
+double ProgramTrace::elapsed() const { return elapsed(std::chrono::steady_clock::now()); }
+
+double ProgramTrace::elapsed(std::chrono::steady_clock::time_point at) const {
+    return std::chrono::duration<double, std::milli>(at - m_Start).count();
+}
+
+void ProgramTrace::startClock() { m_Start = std::chrono::steady_clock::now(); }
+
+void ProgramTrace::hide(const std::string& secret) {
+    if (secret.empty()) return;
+    std::lock_guard<std::mutex> lock(m_SecretsMutex);
+    m_Secrets.push_back(secret);
+}
+
+TraceValue ProgramTrace::shown(const TraceValue& value) {
+    if (value.kind != TraceValue::kText) return value;
+    std::lock_guard<std::mutex> lock(m_SecretsMutex);
+    for (const std::string& secret : m_Secrets) {
+        if (value.text == secret) {
+            TraceValue hidden = value;
+            hidden.text = kHidden;
+            return hidden;
+        }
+    }
+    return value;
+}
+
+std::string ProgramTrace::shown(const std::string& text) {
+    std::lock_guard<std::mutex> lock(m_SecretsMutex);
+    std::string result = text;
+    for (const std::string& secret : m_Secrets) {
+        const std::string quoted = "\"" + secret + "\"";
+        for (size_t at = result.find(quoted); at != std::string::npos; at = result.find(quoted, at + 1)) {
+            result.replace(at, quoted.size(), std::string("\"") + kHidden + "\"");
+        }
+    }
+    return result;
+}
+
+std::string ProgramTrace::reply(const host::OperatorQuestion& question, const std::wstring& answer) {
+    if (!question.secret) return host::narrow(answer);
+    hide(host::narrow(answer));
+    return kHidden;
 }
 
 void ProgramTrace::write(const std::string& text) {

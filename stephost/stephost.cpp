@@ -6,6 +6,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -25,6 +26,8 @@
 #include "stephost/ProgramReader.h"
 #include "stephost/ProgramRunner.h"
 #include "stephost/ProgramTrace.h"
+#include "stephost/StepClasses.h"
+#include "stephost/StepReference.h"
 #include "stephost/TerminalOperator.h"
 
 namespace {
@@ -46,28 +49,39 @@ void usage(std::FILE* out) {
                  "  the stand-in host. Program files are found from the current folder.\n"
                  "\n"
                  "commands:\n"
-                 "  run FILE                           runs the program file's steps in order, with a trace\n"
-                 "  save FILE [--xml OUT] [--folder OUT]  saves every step through its own Save; each OUT\n"
-                 "                                     is written whole beside itself, then renamed into place\n"
-                 "  check FILE                         saves, reloads into fresh steps, saves again, compares\n"
-                 "  classes                            lists the step classes and the interfaces they answer\n"
+                 "  run FILE             checks the program file, then runs its steps in order, with a trace\n"
+                 "  save FILE [--program OUT] [--xml OUT] [--folder OUT]\n"
+                 "                       checks it and writes it again: as a program file, or every step\n"
+                 "                       through its own Save; each OUT is written whole beside itself,\n"
+                 "                       then renamed into place\n"
+                 "  check FILE           checks it, then saves, reloads into fresh steps, saves again, compares\n"
+                 "  describe [CLASS...]  the step reference: each class's inputs, parameters, choices,\n"
+                 "                       flags and pages, as the module declares them, and what they mean\n"
+                 "  classes              lists the step classes and the interfaces they answer\n"
                  "\n"
                  "options:\n"
-                 "  --trace human|json  the trace of run on standard output: a block of lines per step\n"
-                 "                   (human, the default) or one JSON object per line and event\n"
-                 "  --module PATH    the module to load instead of _binlinux/Flukokzad.so beside stephost\n"
-                 "  --settings FILE  the host's settings store (\"Registry\"), an INI-style file\n"
-                 "                   with [Workspace] and [Mappings] sections\n"
-                 "  --interactive    the operator is the person at the terminal, not the\n"
-                 "                   program file's <operator> script\n"
+                 "  --trace human|json   the trace of run on standard output: a block of lines per step\n"
+                 "                       (human, the default) or one JSON object per line and event\n"
+                 "  --interactive        the operator is the person at the terminal, not the program\n"
+                 "                       file's <operator> script\n"
+                 "  --strict             buttons, tabs, items and verbs the declared objects lack are\n"
+                 "                       errors, not warnings\n"
+                 "  --from-xml FILE      the steps come from a save --xml, the objects and the operator\n"
+                 "  --from-folder FILE   from the program file (run, save, check); likewise a save --folder\n"
+                 "  --format text|md     describe's form: text (the default) or Markdown (docs/steps.md)\n"
+                 "  --module PATH        the module to load instead of _binlinux/Flukokzad.so beside stephost\n"
+                 "  --settings FILE      the host's settings store (\"Registry\"), an INI-style file\n"
+                 "                       with [Workspace] and [Mappings] sections\n"
+                 "  --version            stephost's version\n"
                  "\n"
                  "exit codes:\n"
                  "  0   every step succeeded (save: written; check: identical after reloading)\n"
                  "  1   a step returned a failure code (check: a difference; classes: a class cannot be made)\n"
-                 "  2   a program or settings file cannot be read or was refused (\"file:line: why\" on\n"
-                 "      standard error), or an output cannot be written\n"
+                 "  2   a program or settings file cannot be read or was refused (\"file:line: what is\n"
+                 "      wrong; what would be right\" on standard error), or an output cannot be written\n"
                  "  3   the module cannot be loaded\n"
-                 "  64  an unknown command or option, or an option without its argument\n"
+                 "  64  a command line stephost does not understand: an unknown command or option, an\n"
+                 "      option without its argument, a missing file, a save without an output\n"
                  "  70  host objects were still alive at the end (a reference the module or host leaked)\n");
 }
 
@@ -105,58 +119,21 @@ bool loadModule(const std::string& path, Module& module) {
     return true;
 }
 
-struct Face {
-    const char* name;
-    IID iid;
-};
-
-#define FACE(Name) \
-    Face { #Name, IID_##Name }
-const Face kFaces[] = {FACE(IStep),
-                       FACE(IParameters),
-                       FACE(IParametersCreatable),
-                       FACE(IDataPersist),
-                       FACE(IBindableObject),
-                       FACE(IReplicableObject),
-                       FACE(IInputParameters),
-                       FACE(IUIPropertyPageSpecify),
-                       FACE(IParametricObject),
-                       FACE(IUIVerbCollectionSpecify),
-                       FACE(_IConfirmationEvent),
-                       FACE(_IUIKeyboardEvents),
-                       FACE(_IUIFileArchiveEvents),
-                       FACE(_IUIPropFrameEvents)};
-#undef FACE
-
-const wchar_t* const kStepNames[] = {
-    L"GCUIActivate", L"GCUIButtonSelect", L"GCUIConfirm",  L"GCUIEdit",      L"GCUIInput",
-    L"GCUIMessage",  L"GCUIPointer",      L"GCUIPropRead", L"GCUIPropWrite", L"GCUIRefresh",
-    L"GCUIScroll",   L"GCTabGetSelected", L"GCTabSelect",  L"GCUIVerb",
-};
-
 int listClasses(const Module& module) {
-    std::printf("%-18s %-8s %s\n", "step", "running", "interfaces");
+    std::printf("%-18s %-13s %s\n", "step", "runs", "interfaces");
     int failures = 0;
-    for (const wchar_t* name : kStepNames) {
-        const std::string text = host::narrow(name);
-        CREATEFUNCTION creator = nullptr;
-        tagREFString registered = {static_cast<int32_t>(std::wcslen(name)), name};
-        SmartPtr<IStep> step;
-        if (module.create(registered, &creator) != S_OK || !creator ||
-            creator(nullptr, &IID_IStep, step.put_void()) != S_OK) {
-            std::printf("%-18s cannot be created\n", text.c_str());
+    for (const wchar_t* name : stephost::kStepClassNames) {
+        stephost::StepClass described;
+        std::string error;
+        if (!stephost::describeStepClass(module.create, name, described, error)) {
+            std::printf("%-18s cannot be created\n", host::narrow(name).c_str());
             ++failures;
             continue;
         }
         std::string faces;
-        for (const Face& face : kFaces) {
-            SmartPtr<IUnknown> answer;
-            if (step->QueryInterface(face.iid, answer.put_void()) == S_OK) {
-                faces += faces.empty() ? "" : " ";
-                faces += face.name;
-            }
-        }
-        std::printf("%-18s %-8s %s\n", text.c_str(), step->IsRunning() ? "yes" : "no", faces.c_str());
+        for (const std::string& face : described.interfaces) faces += (faces.empty() ? "" : " ") + face;
+        std::printf("%-18s %-13s %s\n", described.name.c_str(), described.asynchronous ? "asynchronous" : "synchronous",
+                    faces.c_str());
     }
     return failures == 0 ? kSucceeded : kStepFailed;
 }
@@ -188,37 +165,62 @@ struct Options {
     std::string settings;
     std::string module;
     std::string trace = "human";
+    std::string format = "text";
     bool interactive = false;
+    bool strict = false;
     std::string command;
     std::string file;
+    std::vector<std::string> classes;  // describe's
+    std::string programOut;
     std::string xmlOut;
     std::string folderOut;
+    std::string fromXml;
+    std::string fromFolder;
 };
 
-// False, with the reason in error, for words that are no command stephost knows.
+// False, with the one thing wrong in error, for words stephost does not understand.
 bool parseArguments(int argc, char** argv, Options& options, std::string& error) {
     struct Valued {
         const char* option;
         std::string Options::*value;
+        const char* argument;  // what it needs, for the message when it is missing
+        const char* commands;  // the commands it belongs to, space-separated; null: all
     };
-    const Valued valued[] = {{"--settings", &Options::settings},
-                             {"--module", &Options::module},
-                             {"--trace", &Options::trace},
-                             {"--xml", &Options::xmlOut},
-                             {"--folder", &Options::folderOut}};
+    const Valued valued[] = {
+        {"--settings", &Options::settings, "a settings file", nullptr},
+        {"--module", &Options::module, "the module's path", nullptr},
+        {"--trace", &Options::trace, "human or json", "run"},
+        {"--format", &Options::format, "text or md", "describe"},
+        {"--program", &Options::programOut, "an output file", "save"},
+        {"--xml", &Options::xmlOut, "an output file", "save"},
+        {"--folder", &Options::folderOut, "an output file", "save"},
+        {"--from-xml", &Options::fromXml, "a file that save --xml wrote", "run save check"},
+        {"--from-folder", &Options::fromFolder, "a file that save --folder wrote", "run save check"}};
+    struct Flag {
+        const char* option;
+        bool Options::*value;
+        const char* commands;
+    };
+    const Flag flags[] = {{"--interactive", &Options::interactive, "run"},
+                          {"--strict", &Options::strict, "run save check"}};
     std::vector<std::string> words;
+    std::vector<std::pair<std::string, const char*>> given;  // each option with the commands it belongs to
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         const Valued* option = nullptr;
         for (const Valued& candidate : valued) option = word == candidate.option ? &candidate : option;
+        const Flag* flag = nullptr;
+        for (const Flag& candidate : flags) flag = word == candidate.option ? &candidate : flag;
         if (option) {
             if (i + 1 >= argc) {
-                error = word + " needs an argument";
+                error = word + " needs " + option->argument;
                 return false;
             }
             options.*(option->value) = argv[++i];
-        } else if (word == "--interactive") {
-            options.interactive = true;
+            given.emplace_back(word, option->commands);
+        } else if (flag) {
+            options.*(flag->value) = true;
+            given.emplace_back(word, flag->commands);
         } else if (word.size() > 1 && word[0] == '-') {
             error = "unknown option " + word;
             return false;
@@ -226,17 +228,50 @@ bool parseArguments(int argc, char** argv, Options& options, std::string& error)
             words.push_back(word);
         }
     }
+    if (words.empty()) {
+        error = "no command: run, save, check, describe or classes";
+        return false;
+    }
+    options.command = words[0];
+    const std::string& command = options.command;
+    const bool needsFile = command == "run" || command == "save" || command == "check";
+    if (!needsFile && command != "describe" && command != "classes") {
+        error = "unknown command " + command + ": the commands are run, save, check, describe and classes";
+        return false;
+    }
+    for (const auto& [option, commands] : given) {
+        if (commands && (" " + std::string(commands) + " ").find(" " + command + " ") == std::string::npos) {
+            error = option + " belongs to " + std::string(commands) + ", not to " + command;
+            return false;
+        }
+    }
     if (options.trace != "human" && options.trace != "json") {
         error = "--trace is human or json, not " + options.trace;
         return false;
     }
-    options.command = words.empty() ? "" : words[0];
-    const bool needsFile = options.command == "run" || options.command == "save" || options.command == "check";
-    if (!(needsFile && words.size() == 2) && !(options.command == "classes" && words.size() == 1)) {
-        error = words.empty() ? "no command" : "unknown command or arguments: " + options.command;
+    if (options.format != "text" && options.format != "md") {
+        error = "--format is text or md, not " + options.format;
+        return false;
+    }
+    if (!options.fromXml.empty() && !options.fromFolder.empty()) {
+        error = "--from-xml and --from-folder both: the steps come from one stored form";
+        return false;
+    }
+    if (needsFile && words.size() != 2) {
+        error = words.size() < 2 ? command + " needs a program file"
+                                 : command + " takes one program file, not " + std::to_string(words.size() - 1);
+        return false;
+    }
+    if (command == "classes" && words.size() > 1) {
+        error = "classes takes no arguments";
+        return false;
+    }
+    if (command == "save" && options.programOut.empty() && options.xmlOut.empty() && options.folderOut.empty()) {
+        error = "save needs an output: --program, --xml or --folder";
         return false;
     }
     if (needsFile) options.file = words[1];
+    if (command == "describe") options.classes.assign(words.begin() + 1, words.end());
     return true;
 }
 
@@ -260,35 +295,71 @@ bool readProgram(const std::string& fileName, stephost::ProgramFile& program) {
     return true;
 }
 
-bool buildProgram(stephost::ProgramRunner& runner, const std::string& fileName, const stephost::ProgramFile& program) {
-    std::string error;
-    if (runner.build(program, error)) return true;
-    tellRefusal(fileName, error);
-    return false;
+// Every problem as "file:line: what is wrong; what would be right", in the
+// order of the file's lines; warnings say so unless --strict makes them errors.
+void tellProblems(const std::string& fileName, std::vector<stephost::ProgramProblem> problems, bool strict) {
+    std::stable_sort(
+        problems.begin(), problems.end(),
+        [](const stephost::ProgramProblem& a, const stephost::ProgramProblem& b) { return a.line < b.line; });
+    for (const stephost::ProgramProblem& problem : problems) {
+        std::fprintf(stderr, "%s:%d: %s%s\n", fileName.c_str(), problem.line,
+                     problem.warning && !strict ? "warning: " : "", problem.text.c_str());
+    }
 }
 
-int runProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
+// The program's objects made, its steps checked and made, and, with
+// --from-xml or --from-folder, replaced by the steps stored there. False,
+// with what is wrong told, when the program is refused.
+bool buildProgram(stephost::ProgramRunner& runner, const Options& options, stephost::ProgramFile& program) {
+    std::string error;
+    if (!runner.buildObjects(program, error)) {
+        tellRefusal(options.file, error);
+        return false;
+    }
+    std::vector<stephost::ProgramProblem> problems;
+    const bool built = runner.buildSteps(program, problems, options.strict);
+    tellProblems(options.file, problems, options.strict);
+    if (!built) return false;
+    const std::string& stored = options.fromXml.empty() ? options.fromFolder : options.fromXml;
+    if (stored.empty()) return true;
+    std::string text;
+    if (!host::readWholeFile(stored, text, &error)) {
+        std::fprintf(stderr, "stephost: %s\n", error.c_str());
+        return false;
+    }
+    const bool loaded = options.fromXml.empty() ? runner.loadFolder(text, error) : runner.loadXml(text, error);
+    if (!loaded) std::fprintf(stderr, "stephost: %s: %s\n", stored.c_str(), error.c_str());
+    return loaded;
+}
+
+int runProgram(const Module& module, const Options& options, stephost::ProgramFile& program,
                host::ComponentCollection* components) {
     const bool json = options.trace == "json";
     std::unique_ptr<stephost::ProgramTrace> trace =
         json ? stephost::makeJsonTrace(stdout) : stephost::makeHumanTrace(stdout);
     stephost::ProgramRunner runner(module.create, trace.get(), components);
-    if (!buildProgram(runner, options.file, program)) return kRefused;
-    trace->programStarts({host::narrow(program.name), options.file, program.steps.size(), program.objects.size(),
+    if (!buildProgram(runner, options, program)) return kRefused;
+    trace->programStarts({host::narrow(program.name), options.file, runner.stepCount(), program.objects.size(),
                           options.interactive, program.operatorScript.size()});
     // The stand-in's windows ask this operator when a step puts a question on screen.
     host::Operator& person = host::Operator::current();
     person.script(program.operatorScript);
     // A question nobody answers closes its window, so that a run ends.
     person.setDismissUnanswered(true);
-    // Prompts stay off a JSON trace.
-    stephost::TerminalOperator terminal(stdin, json ? stderr : stdout);
+    // Prompts go with the human trace, line by line; they stay off a JSON trace.
+    stephost::ProgramTrace* lines = trace.get();
+    stephost::TerminalOperator terminal(STDIN_FILENO, [json, lines](const std::string& text) {
+        if (!json) return lines->write(text);
+        std::fwrite(text.data(), 1, text.size(), stderr);
+        std::fflush(stderr);
+    });
     if (options.interactive) person.setAnswerer(&terminal);
-    person.listen(trace.get());
+    person.listen(&runner);
     std::signal(SIGINT, onInterrupt);
     const size_t failures = runner.run(gInterrupted);
     // Answers still under way belong to the run.
     waitForTheOperator();
+    runner.finish();
     std::signal(SIGINT, SIG_DFL);
     person.listen(nullptr);
     person.setAnswerer(nullptr);
@@ -299,16 +370,17 @@ int runProgram(const Module& module, const Options& options, const stephost::Pro
 
 // Each output is written whole beside itself and renamed into place; the
 // program file itself is never an output.
-int saveProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
+int saveProgram(const Module& module, const Options& options, stephost::ProgramFile& program,
                 host::ComponentCollection* components) {
     stephost::ProgramRunner runner(module.create, nullptr, components);
-    if (!buildProgram(runner, options.file, program)) return kRefused;
+    if (!buildProgram(runner, options, program)) return kRefused;
     struct Output {
         const std::string& name;
-        std::string (stephost::ProgramRunner::*save)() const;
+        std::string text;
     };
-    const Output outputs[] = {{options.xmlOut, &stephost::ProgramRunner::saveXml},
-                              {options.folderOut, &stephost::ProgramRunner::saveFolder}};
+    const Output outputs[] = {{options.programOut, options.programOut.empty() ? "" : runner.saveProgram(program)},
+                              {options.xmlOut, options.xmlOut.empty() ? "" : runner.saveXml()},
+                              {options.folderOut, options.folderOut.empty() ? "" : runner.saveFolder()}};
     for (const Output& output : outputs) {
         if (!output.name.empty() && host::sameFile(output.name, options.file)) {
             std::fprintf(stderr, "stephost: %s is the program file; the steps are saved to another file\n",
@@ -318,7 +390,7 @@ int saveProgram(const Module& module, const Options& options, const stephost::Pr
     }
     for (const Output& output : outputs) {
         std::string error;
-        if (!output.name.empty() && !host::writeWholeFile(output.name, (runner.*output.save)(), &error)) {
+        if (!output.name.empty() && !host::writeWholeFile(output.name, output.text, &error)) {
             std::fprintf(stderr, "stephost: %s\n", error.c_str());
             return kRefused;
         }
@@ -327,43 +399,76 @@ int saveProgram(const Module& module, const Options& options, const stephost::Pr
     return kSucceeded;
 }
 
-// Both stream kinds, each reloaded into fresh steps and saved again.
-int checkProgram(const Module& module, const Options& options, const stephost::ProgramFile& program,
+// Each stored form (the module's XML and folder stream, and the program file
+// stephost writes) reloaded into fresh steps and saved again.
+int checkProgram(const Module& module, const Options& options, stephost::ProgramFile& program,
                  host::ComponentCollection* components) {
-    stephost::ProgramRunner runner(module.create, nullptr, components);
-    if (!buildProgram(runner, options.file, program)) return kRefused;
+    std::string saved[3];
+    size_t steps = 0;
+    {
+        stephost::ProgramRunner runner(module.create, nullptr, components);
+        if (!buildProgram(runner, options, program)) return kRefused;
+        saved[0] = runner.saveXml();
+        saved[1] = runner.saveFolder();
+        saved[2] = runner.saveProgram(program);
+        steps = runner.stepCount();
+    }
+    const char* const names[3] = {"xml", "folder", "program"};
     int differences = 0;
-    const std::string xml = runner.saveXml();
-    const std::string folder = runner.saveFolder();
-    struct Kind {
-        const char* name;
-        const std::string& first;
-        bool (stephost::ProgramRunner::*load)(const std::string&, std::string&);
-        std::string (stephost::ProgramRunner::*save)() const;
-    };
-    const Kind kinds[] = {
-        {"xml", xml, &stephost::ProgramRunner::loadXml, &stephost::ProgramRunner::saveXml},
-        {"folder", folder, &stephost::ProgramRunner::loadFolder, &stephost::ProgramRunner::saveFolder}};
-    for (const Kind& kind : kinds) {
+    for (int kind = 0; kind < 3; ++kind) {
+        // The first forms are loaded in place of the steps (objects only are
+        // made of the program); the program file is read and built whole.
         stephost::ProgramRunner reloaded(module.create, nullptr, components);
+        stephost::ProgramFile again;
         std::string error;
-        reloaded.build(program, error);
-        if (!(reloaded.*kind.load)(kind.first, error)) {
-            std::printf("%-7s cannot reload: %s\n", kind.name, error.c_str());
+        bool loaded = false;
+        if (kind == 2) {
+            loaded = stephost::parseProgram(saved[2], again, error) && reloaded.build(again, error);
+        } else {
+            loaded = reloaded.buildObjects(program, error) &&
+                     (kind == 0 ? reloaded.loadXml(saved[0], error) : reloaded.loadFolder(saved[1], error));
+        }
+        if (!loaded) {
+            std::printf("%-8s cannot reload: %s\n", names[kind], error.c_str());
             ++differences;
             continue;
         }
-        const std::string again = (reloaded.*kind.save)();
-        const std::string difference = firstDifference(kind.first, again);
-        std::printf("%-7s %zu steps  %s\n", kind.name, reloaded.stepCount(),
+        const std::string text = kind == 0   ? reloaded.saveXml()
+                                 : kind == 1 ? reloaded.saveFolder()
+                                             : reloaded.saveProgram(again);
+        const std::string difference = firstDifference(saved[kind], text);
+        std::printf("%-8s %zu steps  %s\n", names[kind], reloaded.stepCount(),
                     difference.empty() ? "identical after reloading" : ("DIFFERENT at " + difference).c_str());
-        differences += !difference.empty();
+        differences += !difference.empty() || reloaded.stepCount() != steps;
     }
     return differences == 0 ? kSucceeded : kStepFailed;
 }
 
+// The step reference, of the classes named or of all fourteen.
+int describeClasses(const Module& module, const Options& options) {
+    std::vector<std::wstring> names;
+    for (const std::string& name : options.classes) names.push_back(host::widen(name));
+    if (names.empty()) names.assign(std::begin(stephost::kStepClassNames), std::end(stephost::kStepClassNames));
+    std::vector<stephost::StepClass> classes;
+    for (const std::wstring& name : names) {
+        stephost::StepClass described;
+        std::string error;
+        if (!stephost::describeStepClass(module.create, name, described, error)) {
+            std::fprintf(stderr, "stephost: %s; the classes are %s\n", error.c_str(),
+                         stephost::nearestFirst(host::narrow(name), stephost::stepClassNames(), 14).c_str());
+            return kUsage;
+        }
+        classes.push_back(std::move(described));
+    }
+    const std::string text =
+        options.format == "md" ? stephost::referenceMarkdown(classes) : stephost::referenceText(classes);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return kSucceeded;
+}
+
 int runCommand(const Module& module, const Options& options, host::ComponentCollection* components) {
     if (options.command == "classes") return listClasses(module);
+    if (options.command == "describe") return describeClasses(module, options);
     stephost::ProgramFile program;
     if (!readProgram(options.file, program)) return kRefused;
     if (options.command == "run") return runProgram(module, options, program, components);
@@ -392,16 +497,22 @@ int main(int argc, char** argv) {
             usage(stdout);
             return kSucceeded;
         }
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("stephost %s, the reference host of the Flukokzad module\n", FLUKO_VERSION);
+            return kSucceeded;
+        }
     }
     if (!parseArguments(argc, argv, options, error)) {
-        std::fprintf(stderr, "stephost: %s\n", error.c_str());
-        usage(stderr);
+        std::fprintf(stderr, "stephost: %s; see stephost --help\n", error.c_str());
         return kUsage;
     }
     Module module;
     if (!loadModule(options.module.empty() ? ownFolder() + "/_binlinux/Flukokzad.so" : options.module, module)) {
         return kNoModule;
     }
+    // The stand-in records every call only while a program runs: a save or a
+    // check of a big program would otherwise keep a line per stream entry.
+    host::Recorder::setEnabled(false);
     int result = kSucceeded;
     {
         SmartPtr<host::ComponentCollection> components = host::makeStandardComponents();

@@ -95,7 +95,7 @@ TEST(StepHostTrace, TheDemonstrationsEventsComeInTheOrderTheyHappened) {
                          "answer 3 confirm yes\n"
                          "step-end 3 0x00000000 S_OK\n"
                          "step-start 4 GCUIInput\n"
-                         "question 4 keyboard 0\n"
+                         "question 4 keyboard Batch number\n"
                          "answer 4 keyboard 4711\n"
                          "step-end 4 0x00000000 S_OK\n"),
               std::string::npos)
