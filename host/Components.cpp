@@ -54,7 +54,7 @@ HRESULT ComponentString::CreateInstance(const IID* iid, void** out) {
         std::lock_guard<std::mutex> lock(m_Mutex);
         className = m_Parts[1];
     }
-    record("CreateInstance(" + narrow(className) + ")");
+    if (Recorder::enabled()) record("CreateInstance(" + narrow(className) + ")");
     SmartPtr<IUnknown> object = ClassRegistry::create(className);
     if (!object) return E_FAIL;
     return object->QueryInterface(*iid, out);

@@ -13,9 +13,11 @@ namespace {
 std::atomic<int32_t> gLiveObjects{0};
 std::atomic<bool> gRecording{true};
 
+// Counts are never freed, so that objects that a module releases while the
+// process exits can still check out.
 struct LedgerTable {
     std::mutex mutex;
-    std::map<std::string, int32_t> byType;
+    Ledger::Count* first = nullptr;
 };
 LedgerTable& ledgerTable() {
     static LedgerTable* table = new LedgerTable;
@@ -36,18 +38,24 @@ RecorderLog& recorderLog() {
 
 }  // namespace
 
-void Ledger::add(const char* type) {
-    ++gLiveObjects;
+Ledger::Count& Ledger::countOf(const char* type) {
     LedgerTable& table = ledgerTable();
     std::lock_guard<std::mutex> lock(table.mutex);
-    ++table.byType[type];
+    Count* count = new Count;
+    count->type = type;
+    count->next = table.first;
+    table.first = count;
+    return *count;
 }
 
-void Ledger::remove(const char* type) {
+void Ledger::add(Count& count) {
+    ++gLiveObjects;
+    ++count.live;
+}
+
+void Ledger::remove(Count& count) {
     --gLiveObjects;
-    LedgerTable& table = ledgerTable();
-    std::lock_guard<std::mutex> lock(table.mutex);
-    --table.byType[type];
+    --count.live;
 }
 
 int32_t Ledger::live() { return gLiveObjects.load(); }
@@ -55,8 +63,10 @@ int32_t Ledger::live() { return gLiveObjects.load(); }
 std::string Ledger::report() {
     LedgerTable& table = ledgerTable();
     std::lock_guard<std::mutex> lock(table.mutex);
+    std::map<std::string, int32_t> byName;
+    for (const Count* count = table.first; count; count = count->next) byName[count->type] += count->live.load();
     std::string text;
-    for (const auto& [type, count] : table.byType) {
+    for (const auto& [type, count] : byName) {
         if (count == 0) continue;
         if (!text.empty()) text += ", ";
         text += type + ": " + std::to_string(count);

@@ -18,8 +18,16 @@ namespace host {
 // every reference the module takes is released.
 class Ledger {
 public:
-    static void add(const char* type);
-    static void remove(const char* type);
+    // One count per type, made once and kept for the life of the process;
+    // an object counts itself in and out without a lock.
+    struct Count {
+        const char* type;
+        std::atomic<int32_t> live{0};
+        Count* next = nullptr;
+    };
+    static Count& countOf(const char* type);
+    static void add(Count& count);
+    static void remove(Count& count);
     static int32_t live();
     // "Variant: 2, String: 1" for the types with live objects.
     static std::string report();
@@ -90,8 +98,8 @@ public:
     void setLabel(std::string label) { m_Label = std::move(label); }
 
 protected:
-    Object() { Ledger::add(Derived::kLedgerName); }
-    ~Object() { Ledger::remove(Derived::kLedgerName); }
+    Object() { Ledger::add(ledgerCount()); }
+    ~Object() { Ledger::remove(ledgerCount()); }
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
@@ -109,6 +117,11 @@ protected:
     }
 
 private:
+    static Ledger::Count& ledgerCount() {
+        static Ledger::Count& count = Ledger::countOf(Derived::kLedgerName);
+        return count;
+    }
+
     template <class... I>
     HRESULT find(const IID& iid, void** out, Answers<I...>) {
         bool found = ((iid == iidOf<I>() ? (*out = static_cast<I*>(static_cast<Derived*>(this)), true) : false) || ...);

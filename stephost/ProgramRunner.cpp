@@ -1,5 +1,6 @@
 #include "stephost/ProgramRunner.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -407,12 +408,18 @@ std::string ProgramRunner::saveXml() const {
     return document->save();
 }
 
+// Each step is written into a stream of its own, whose text (without its
+// first line) is the step's entry in the text of the whole: a program of many
+// steps never stands whole in memory as a stream.
 std::string ProgramRunner::saveFolder() const {
-    SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
+    std::string text = host::make<host::FolderStream>()->save();
     for (size_t i = 0; i < m_Steps.size(); ++i) {
+        SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
         root->WriteObject(host::makeString(L"Step" + std::to_wstring(i + 1)).get(), m_Steps[i].object.get(), 0);
+        const std::string entry = root->save();
+        text.append(entry, entry.find('\n') + 1, std::string::npos);
     }
-    return root->save();
+    return text;
 }
 
 std::string ProgramRunner::saveProgram(const ProgramFile& program) const {
@@ -496,19 +503,48 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
     return true;
 }
 
+// Each step's entry (its lines from one at the left margin to the next) is
+// read as a stream of its own and let go once the step is made from it, so
+// that a stream of many steps never stands whole in memory.
 bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
-    SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
-    if (!root->load(text, &error)) return false;
+    const std::string header = host::make<host::FolderStream>()->save();
+    if (text.compare(0, header.size(), header) != 0) {
+        host::make<host::FolderStream>()->load(text, &error);
+        if (error.empty()) error = "line 1: not a folder stream";
+        return false;
+    }
     std::vector<Step> loaded;
-    for (const std::wstring& name : root->names()) {
-        SmartPtr<IUnknown> step;
-        if (root->ReadObject(host::makeString(name).get(), step.put(), 0) < 0 || !step) {
-            error = "cannot re-create the step stored as " + host::narrow(name) + " (" +
-                    host::narrow(root->classOf(name)) + ")";
+    std::unordered_set<std::wstring> names;
+    int line = 2;  // of the entry's first line
+    for (size_t at = header.size(); at < text.size();) {
+        size_t end = text.find('\n', at);
+        // An entry that holds others ends with the "}" at the margin.
+        if (end != std::string::npos && end > at && text[end - 1] == '{') end = text.find("\n}\n", end - 1) + 2;
+        end = end == std::string::npos || end < at ? text.size() : end + 1;
+        SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
+        if (!root->load(header + text.substr(at, end - at), &error)) {
+            // "line N: why" of the entry's own text, told as the whole text's line.
+            const int within = std::atoi(error.c_str() + error.find(' ') + 1);
+            error = "line " + std::to_string(within + line - 2) + error.substr(error.find(':'));
             return false;
         }
-        bindToObjects(step.get());
-        loaded.push_back({root->classOf(name), std::wstring(), step});
+        line += static_cast<int>(std::count(text.begin() + static_cast<std::ptrdiff_t>(at),
+                                            text.begin() + static_cast<std::ptrdiff_t>(end), '\n'));
+        at = end;
+        for (const std::wstring& name : root->names()) {
+            SmartPtr<IUnknown> step;
+            if (!names.insert(name).second) {
+                error = "the name \"" + host::narrow(name) + "\" appears twice";
+                return false;
+            }
+            if (root->ReadObject(host::makeString(name).get(), step.put(), 0) < 0 || !step) {
+                error = "cannot re-create the step stored as " + host::narrow(name) + " (" +
+                        host::narrow(root->classOf(name)) + ")";
+                return false;
+            }
+            bindToObjects(step.get());
+            loaded.push_back({root->classOf(name), std::wstring(), step});
+        }
     }
     replaceSteps(std::move(loaded));
     return true;

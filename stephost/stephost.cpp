@@ -4,6 +4,7 @@
 // saves and checks program files.
 #include <dlfcn.h>
 #include <limits.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -510,6 +511,10 @@ int main(int argc, char** argv) {
     if (!loadModule(options.module.empty() ? ownFolder() + "/_binlinux/Flukokzad.so" : options.module, module)) {
         return kNoModule;
     }
+    // A big program's check makes and frees millions of small host objects;
+    // without fast bins glibc does not sweep them up again on each larger
+    // request (a tenth of the time of a check of 10 000 steps).
+    mallopt(M_MXFAST, 0);
     // The stand-in records every call only while a program runs: a save or a
     // check of a big program would otherwise keep a line per stream entry.
     host::Recorder::setEnabled(false);
