@@ -26,12 +26,25 @@ size_t distance(const std::string& a, const std::string& b) {
     return row[b.size()];
 }
 
+// Whether one begins with the other, case ignored ("Pos" and "Position").
+bool beginsAlike(const std::string& a, const std::string& b) {
+    const size_t shorter = std::min(a.size(), b.size());
+    if (shorter == 0) return false;
+    for (size_t i = 0; i < shorter; ++i) {
+        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::string nearestFirst(const std::string& wrong, std::vector<std::string> candidates, size_t most) {
     std::vector<std::pair<size_t, std::string>> ranked;
     ranked.reserve(candidates.size());
-    for (std::string& candidate : candidates) ranked.emplace_back(distance(wrong, candidate), std::move(candidate));
+    for (std::string& candidate : candidates) {
+        ranked.emplace_back(beginsAlike(wrong, candidate) ? 0 : 1 + distance(wrong, candidate), std::move(candidate));
+    }
     std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::string list;
     for (size_t i = 0; i < ranked.size(); ++i) {

@@ -60,8 +60,9 @@ public:
             ProgramStep& step = m_Program.steps[i];
             const StepClass* described = m_Catalogue.find(step.className);
             if (!described) {
-                error(step.line, "the module has no step class " + quoted(step.className) + "; the classes are " +
-                                     nearestFirst(host::narrow(step.className), stepClassNames(), 14));
+                error(step.line, "the module has no step class " + quoted(step.className) + "; the nearest are " +
+                                     nearestFirst(host::narrow(step.className), stepClassNames(), 3) +
+                                     " (stephost describe tells them all)");
                 continue;
             }
             for (const ProgramBinding& binding : step.inputs) checkBinding(*described, binding);
@@ -373,7 +374,7 @@ private:
             if (k == 4) continue;
             const size_t n = used[k]++;
             host::OperatorQuestion question;
-            std::string asker;
+            std::string asker = k == 3 ? "an " : "a ";
             if (n < asked[k].size()) {
                 question = asked[k][n];
                 asker = "step " + std::to_string(question.step) + "'s ";

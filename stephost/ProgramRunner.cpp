@@ -366,12 +366,10 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
             m_Trace->stepEnds(number, result, milliseconds, stopped, result < 0 ? whyFailed(step) : "");
         }
         host::Recorder::setCause(0);
-        bool asked = false;
-        {
-            std::lock_guard<std::mutex> lock(m_AskedMutex);
-            asked = m_Asked.count(number) != 0;
-        }
-        if (asked) m_Seen[number] = std::move(before);
+        // An asynchronous step's window may be answered after it ended, and
+        // the answer written then.
+        const StepClass* described = m_Catalogue.find(step.className);
+        if (described && described->asynchronous) m_Seen[number] = std::move(before);
         if (interrupted.load()) break;
     }
     return failures;

@@ -59,7 +59,8 @@ public:
     void replied(const host::OperatorQuestion& question, const std::wstring& answer, bool answered,
                  const std::string& why) override {
         if (answered) {
-            line(question.step, "operator answers (" + question.kind + "): " + reply(question, answer));
+            line(question.step,
+                 "operator answers (" + question.kind + "): " + (answer.empty() ? "(Enter)" : reply(question, answer)));
         } else {
             line(question.step, "operator gives no answer (" + question.kind + ")" + (why.empty() ? "" : ": " + why));
         }

@@ -8,10 +8,12 @@
 
 #include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/FolderStream.h"
 #include "host/XmlStream.h"
+#include "stephost/StepMeanings.h"
 
 namespace {
 
@@ -159,8 +161,15 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
           "confirm.xml", "input.xml", "edit.xml"}) {
         const Outcome run = runStephost({"check", example(name)});
         EXPECT_EQ(run.status, 0) << name << "\n" << run.output;
-        EXPECT_NE(run.output.find("xml     "), std::string::npos) << run.output;
+        for (const char* form : {"xml      ", "folder   ", "program  "}) {
+            EXPECT_NE(run.output.find(form), std::string::npos) << form << "\n" << run.output;
+        }
         EXPECT_EQ(run.output.find("DIFFERENT"), std::string::npos) << run.output;
+        // Saved as a program file, read back and saved again: the same bytes.
+        TemporaryFile once(""), twice("");
+        ASSERT_EQ(runStephost({"save", example(name), "--program", once.path()}).status, 0) << name;
+        ASSERT_EQ(runStephost({"save", once.path(), "--program", twice.path()}).status, 0) << fileText(once.path());
+        EXPECT_EQ(fileText(once.path()), fileText(twice.path())) << name;
     }
     TemporaryFile xml(""), folder("");
     const Outcome saved =
@@ -176,6 +185,24 @@ TEST(StepHost, EveryExampleSurvivesSavingAndReloading) {
     const std::string xmlText((std::istreambuf_iterator<char>(xmlFile)), std::istreambuf_iterator<char>());
     EXPECT_NE(xmlText.find("<Name>StatusView</Name>"), std::string::npos) << "input bindings beside each step";
     EXPECT_EQ(stream->classOf(L"Step14"), L"GCUIVerb");
+    // What stephost writes, stephost reads: the stored steps run with the program's objects.
+    for (const std::string from : {"--from-xml", "--from-folder"}) {
+        const std::string stored = from == "--from-xml" ? xml.path() : folder.path();
+        const Outcome run = runStephost({"run", example("all-steps.xml"), from, stored});
+        EXPECT_EQ(run.status, 0) << run.output;
+        // The Verb step stores its verb in a folder stream only.
+        const char* verb = from == "--from-xml" ? "PumpMenu       DoAction(0)" : "PumpMenu       DoAction(5)";
+        EXPECT_NE(run.output.find(verb), std::string::npos) << run.output;
+        EXPECT_EQ(runStephost({"check", example("all-steps.xml"), from, stored}).status, 0) << from;
+        const Outcome direct = runStephost({"run", stored});
+        EXPECT_EQ(direct.status, 2);
+        EXPECT_NE(direct.output.find(from + " beside the program file"), std::string::npos) << direct.output;
+    }
+    TemporaryFile program("");
+    ASSERT_EQ(runStephost({"save", example("demo.xml"), "--program", program.path()}).status, 0);
+    const Outcome demo = runStephost({"run", program.path()}, FLUKO_SOURCE_DIR);
+    EXPECT_EQ(demo.status, 0) << demo.output;
+    EXPECT_NE(demo.output.find("finished 15 steps, all succeeded"), std::string::npos) << demo.output;
 }
 
 TEST(StepHost, BrokenProgramsAreNamedByLineAndRefused) {
@@ -348,6 +375,181 @@ TEST(StepHost, SavingNeverLosesTheOldFile) {
     const Outcome nowhere = runStephost({"save", program, "--xml", "/nonexistent/steps.xml"});
     EXPECT_EQ(nowhere.status, 2) << nowhere.output;
     EXPECT_NE(nowhere.output.find("cannot write /nonexistent/steps.xml"), std::string::npos) << nowhere.output;
+}
+
+// The step reference is what the module declares, asked through its
+// interfaces, with a line of meaning for every class, input and parameter and
+// none for what it does not declare; docs/steps.md is what it prints.
+TEST(StepHost, TheStepReferenceTellsWhatTheModuleDeclaresWithItsMeanings) {
+    const Outcome md = runStephost({"describe", "--format", "md"});
+    ASSERT_EQ(md.status, 0) << md.output;
+    EXPECT_EQ(md.output, fileText(std::string(FLUKO_SOURCE_DIR) + "/docs/steps.md"))
+        << "docs/steps.md is out of date: stephost describe --format md > docs/steps.md";
+    size_t count = 0;
+    const stephost::Meaning* meanings = stephost::allMeanings(count);
+    for (size_t i = 0; i < count; ++i) {
+        const std::string section =
+            md.output.substr(md.output.find(std::string("\n## ") + meanings[i].className + "\n"));
+        const std::string own = section.substr(0, section.find("\n## ", 1));
+        const std::string row = std::string("| `") + meanings[i].name + "` |";
+        EXPECT_TRUE(*meanings[i].name == 0 || own.find(row) != std::string::npos)
+            << meanings[i].className << " declares no " << meanings[i].name;
+    }
+    EXPECT_EQ(md.output.find(" |  |\n"), std::string::npos) << "every input and parameter has its meaning";
+    for (const char* fact :
+         {"| 0 | `Operation` | choice: 0 Read, 1 SetPos, 2 SetSize, 3 SetPosAndSize | `0 (Read)` | 0x43 |",
+          "| `ScrollableObject` | `IUIScrollableObject` | 0x0 |",
+          "| 10 | `ReturnCode` | integer | `0` | 0x40003: written by the step |",
+          "| - | `Action` | choice of a verb (through `IParametricObject`) |",
+          "`_IUIKeyboardEvents`, `_IUIFileArchiveEvents`.\n", "No parameters are declared"}) {
+        EXPECT_NE(md.output.find(fact), std::string::npos) << fact;
+    }
+    size_t asynchronous = 0;
+    for (size_t at = md.output.find("Runs asynchronously"); at != std::string::npos;
+         at = md.output.find("Runs asynchronously", at + 1)) {
+        ++asynchronous;
+    }
+    EXPECT_EQ(asynchronous, 3u) << "the Confirmation, Input and Edit steps";
+    const Outcome text = runStephost({"describe", "GCUIPointer"});
+    EXPECT_NE(text.output.find("parameter 4 State: choice, 0 (OVER) [0x43]\n      choices 0 OVER, 1 UP, 2 DOWN\n"),
+              std::string::npos)
+        << text.output;
+    EXPECT_EQ(text.output.find("GCUIScroll"), std::string::npos) << "only the class asked for";
+    EXPECT_EQ(runStephost({"describe", "GCUIScrol"}).status, 64);
+}
+
+// Each mistake is refused before anything runs, with its line, what is wrong
+// and what would be right; what a program may mean is a warning, an error
+// with --strict.
+TEST(StepHost, ProgramsAreCheckedBeforeAnythingRuns) {
+    TemporaryFile mistakes(
+        "<program name=\"mistakes\">\n<objects>\n<object name=\"Pump\"/>\n<refreshable name=\"MainView\"/>\n"
+        "<tabs name=\"Tabs\"><tab name=\"Setup\"/><tab name=\"Results\"/></tabs>\n"
+        "<buttons name=\"Bar\"><button name=\"Start\"/></buttons>\n</objects>\n<steps>\n"
+        "<step class=\"GCUIRefresh\" tittle=\"typo\">\n<parameter name=\"Immediate\">yes</parameter>\n"
+        "<input name=\"RefreshableObject\" object=\"Pump\"/>\n</step>\n"
+        "<step class=\"GCUIScroll\"><parameter name=\"Position\">3</parameter>"
+        "<parameter name=\"Operation\">SetPosition</parameter></step>\n"
+        "<step class=\"GCUIRefrsh\"/>\n"
+        "<step class=\"GCUIConfirm\"><parameter name=\"Style\">Yes No</parameter></step>\n"
+        "<step class=\"GCUIInput\"><parameter name=\"Type\">Integer</parameter></step>\n"
+        "<step class=\"GCTabSelect\"><input name=\"TabbedWindows\" object=\"Tabs\" item=\"Reslts\"/></step>\n"
+        "<step class=\"GCUIButtonSelect\"><parameter name=\"Button\">Stop</parameter>"
+        "<input name=\"Buttons\" object=\"Bar\"/></step>\n</steps>\n"
+        "<operator>\n<confirm>ok</confirm>\n<keyboard>twelve</keyboard>\n<editor>aply</editor>\n</operator>\n</"
+        "program>\n");
+    const std::string file = mistakes.path();
+    for (const char* command : {"run", "check"}) {
+        const Outcome refused = runStephost({command, file});
+        EXPECT_EQ(refused.status, 2) << refused.output;
+        EXPECT_EQ(refused.output.find("program  "), std::string::npos) << "nothing runs: " << refused.output;
+        for (const std::string line :
+             {":9: <step> has no attribute \"tittle\"; it takes title, class\n",
+              ":10: \"yes\" is not a value of Immediate; Immediate takes a whole number",
+              ":11: input RefreshableObject wants IUIRefreshableObject, which \"Pump\" (<object>) does not offer; "
+              "these offer it: MainView, Tabs, Bar\n",
+              ":13: GCUIScroll has no parameter \"Position\"; its parameters are Pos, Operation, PageSize, Axis\n",
+              ":13: \"SetPosition\" is no choice of Operation; its choices are 0 Read, 1 SetPos, 2 SetSize, "
+              "3 SetPosAndSize, by name or index\n",
+              ":14: the module has no step class \"GCUIRefrsh\"; the nearest are GCUIRefresh",
+              ":17: warning: \"Reslts\" is no item of \"Tabs\"; its items are Results, Setup\n",
+              ":18: warning: \"Bar\" has no button \"Stop\"; its buttons are Start\n",
+              ":21: <confirm> \"ok\" is no answer step 4's confirmation takes; it takes yes or no (or a response "
+              "code)\n",
+              ":22: <keyboard> \"twelve\" is no answer step 5's keyboard takes; it takes a whole number\n",
+              ":23: <editor> \"aply\" is no answer an editor takes; it takes apply, cancel and close"}) {
+            EXPECT_NE(refused.output.find(file + line), std::string::npos) << line << "\n" << refused.output;
+        }
+    }
+    // Warnings alone: the program runs, unless --strict makes them errors.
+    TemporaryFile warned(
+        "<program>\n<objects><tabs name=\"Tabs\"><tab name=\"Setup\"/></tabs></objects>\n<steps>\n"
+        "<step class=\"GCTabSelect\"><input name=\"TabbedWindows\" object=\"Tabs\" item=\"Plot\" index=\"4\"/>"
+        "</step>\n</steps>\n</program>\n");
+    const Outcome ran = runStephost({"run", warned.path()});
+    EXPECT_EQ(ran.status, 0) << ran.output;
+    EXPECT_NE(ran.output.find(":4: warning: index 4 is beyond the 1 items of \"Tabs\""), std::string::npos)
+        << ran.output;
+    const Outcome strict = runStephost({"run", "--strict", warned.path()});
+    EXPECT_EQ(strict.status, 2) << strict.output;
+    EXPECT_NE(strict.output.find(warned.path() + ":4: \"Plot\" is no item of \"Tabs\""), std::string::npos)
+        << strict.output;
+    // A choice by its name is stored as its index: SetPos sets the position.
+    TemporaryFile byName(
+        "<program>\n<objects><scrollable name=\"Chart\" pos0=\"0\" page0=\"10\"/></objects>\n<steps>\n"
+        "<step class=\"GCUIScroll\"><parameter name=\"Operation\">SetPos</parameter>"
+        "<parameter name=\"Pos\">30</parameter><input name=\"ScrollableObject\" object=\"Chart\"/></step>\n"
+        "</steps>\n</program>\n");
+    const Outcome scrolled = runStephost({"run", byName.path()});
+    EXPECT_EQ(scrolled.status, 0) << scrolled.output;
+    EXPECT_NE(scrolled.output.find("Chart          put_Scroll(0, 30, 10)"), std::string::npos) << scrolled.output;
+}
+
+// A password typed at a password keyboard never shows: not as the answer,
+// not as the parameter the step writes, not where it is quoted again.
+TEST(StepHost, APasswordNeverAppears) {
+    TemporaryFile program(
+        "<program>\n<objects><screen name=\"Screen\"/></objects>\n<steps>\n"
+        "<step class=\"GCUIInput\"><parameter name=\"Caption\">Password</parameter>"
+        "<parameter name=\"Type\">Password</parameter><parameter name=\"Wait\">1</parameter></step>\n"
+        "<step class=\"GCUIMessage\"><parameter name=\"Message\">service</parameter></step>\n"
+        "<step class=\"GCUIInput\"><parameter name=\"Type\">SystemPassword</parameter>"
+        "<parameter name=\"Wait\">1</parameter></step>\n</steps>\n"
+        "<operator><keyboard>service</keyboard><keyboard>service</keyboard></operator>\n</program>\n");
+    for (const char* trace : {"human", "json"}) {
+        const Outcome run = runStephost({"run", "--trace", trace, program.path()});
+        EXPECT_EQ(run.status, 0) << run.output;
+        EXPECT_EQ(run.output.find("service"), std::string::npos) << run.output;
+        EXPECT_NE(run.output.find("******"), std::string::npos) << run.output;
+    }
+    const Outcome human = runStephost({"run", program.path()});
+    for (const char* line : {"operator answers (keyboard): ******\n", "wrote Input = \"******\"\n",
+                             "Screen         Add(GCUIMessage \"******\")", "wrote Input = 2\n"}) {
+        EXPECT_NE(human.output.find(line), std::string::npos) << line << "\n" << human.output;
+    }
+}
+
+// The person at the terminal is asked one question at a time, on lines of
+// its own, asked again for an answer the window does not take; a question
+// whose step timed out is closed and the next line goes to the next question.
+TEST(StepHost, TheTerminalAnswersEachQuestionItself) {
+    TemporaryFile program(
+        "<program>\n<steps>\n"
+        "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Start?</parameter>"
+        "<parameter name=\"Style\">Yes No</parameter><parameter name=\"TimeOut\">1</parameter></step>\n"
+        "<step class=\"GCUIInput\"><parameter name=\"Caption\">Batch</parameter><parameter "
+        "name=\"Type\">Integer</parameter>"
+        "<parameter name=\"Input\">7</parameter><parameter name=\"Wait\">1</parameter></step>\n</steps>\n</program>\n");
+    TemporaryFile typed("maybe\nyes\nabc\n\n");
+    const Outcome answered =
+        runStephost({"run", "--interactive", program.path()}, FLUKO_BINARY_DIR, true, typed.path());
+    EXPECT_EQ(answered.status, 0) << answered.output;
+    for (const char* part :
+         {"operator is asked (confirm): Start?\n? step 1 asks (confirm): Start?\n"
+          "  answer yes or no (or a response code); Enter: yes\n"
+          "  \"maybe\" is not an answer here: yes or no (or a response code), please\n",
+          "wrote Response = 6\n",
+          "? step 2 asks (keyboard): Batch [now \"7\"]\n  answer a whole number; Enter: keeps \"7\"\n",
+          "operator answers (keyboard): (Enter)\n"}) {
+        EXPECT_NE(answered.output.find(part), std::string::npos) << part << "\n" << answered.output;
+    }
+    // Nobody types until the confirmation has timed out: "42", typed then, is the keyboard's.
+    TemporaryFolder folder;
+    const std::string pipe = folder / "terminal";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::thread person([&] {
+        std::ofstream terminal(pipe);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1800));
+        terminal << "42" << std::endl;
+    });
+    const Outcome late = runStephost({"run", "--interactive", program.path()}, FLUKO_BINARY_DIR, true, pipe);
+    person.join();
+    EXPECT_EQ(late.status, 0) << late.output;
+    for (const char* part :
+         {"? step 1's question (confirm) is closed: Enter was sent to the window (its step's time-out)\n",
+          "wrote Response = -1\n", "operator answers (keyboard): 42\n", "wrote Input = \"42\"\n"}) {
+        EXPECT_NE(late.output.find(part), std::string::npos) << part << "\n" << late.output;
+    }
 }
 
 }  // namespace

@@ -145,6 +145,47 @@ TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
     EXPECT_EQ(events.back().at("succeeded"), false);
 }
 
+// Each event carries the step that caused it, whenever it comes: an answer
+// to step 1 that comes while step 2 runs is step 1's, and so is what it
+// writes; lines carry the time since the program started and the run's name;
+// a failed step says what the host knows of why.
+TEST(StepHostTrace, EveryEventCarriesItsOwnStepItsTimeAndTheRun) {
+    TemporaryFile program(
+        "<program name=\"late\">\n<steps>\n"
+        "<step class=\"GCUIInput\" title=\"ask, do not wait\"><parameter name=\"Caption\">Batch</parameter></step>\n"
+        "<step class=\"GCUIConfirm\" title=\"wait a second\"><parameter name=\"TimeOut\">1</parameter></step>\n"
+        "<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n</steps>\n"
+        "<operator><keyboard delay=\"300\">4711</keyboard></operator>\n</program>\n");
+    const std::vector<json> events = jsonTrace(program.path());
+    ASSERT_GE(events.size(), 4u);
+    const std::string run = events.front().at("run");
+    EXPECT_EQ(run.size(), 16u);
+    for (const json& event : events) {
+        EXPECT_TRUE(event.contains("step") && event.at("t").is_number() && event.at("t") >= 0) << event;
+        EXPECT_EQ(event.at("run"), run) << event;
+    }
+    EXPECT_TRUE(events.front().at("step").is_null() && events.back().at("step").is_null());
+    const std::string story = outline(events, {"step-start", "answer", "parameter", "step-end"});
+    EXPECT_NE(story.find("step-start 2 GCUIConfirm\nanswer 2 confirm\nanswer 1 keyboard 4711\n"), std::string::npos)
+        << story;
+    EXPECT_NE(story.find("parameter 1 text Input\nparameter 1 integer ReturnCode\nstep-end 2"), std::string::npos)
+        << story;
+    double waited = 0;
+    for (const json& event : events) {
+        if (event.at("event") == "step-end" && event.at("step") == 2) waited = event.at("t");
+        if (event.at("event") == "step-end" && event.at("step") == 3) {
+            EXPECT_EQ(event.at("why"), "input RefreshableObject is bound to nothing") << event;
+        }
+    }
+    EXPECT_GE(waited, 900.0) << "the time-out of a second is on the timeline";
+    const ProcessRun human = runStephost({"run", program.path()});
+    for (const char* line : {"  2  GCUIConfirm        wait a second\n", "(step 1) operator answers (keyboard): 4711\n",
+                             "(step 1) wrote Input = \"4711\"\n", "failed (0x80004005), 0.0"}) {
+        EXPECT_NE(human.output.find(line), std::string::npos) << line << "\n" << human.output;
+    }
+    EXPECT_NE(human.output.find(": input RefreshableObject is bound to nothing\n"), std::string::npos) << human.output;
+}
+
 // Quotes, backslashes, control characters, any script, and bytes that are not
 // UTF-8 at all, in a step's title and a message: the trace stays valid JSON and
 // brings back every well-formed character exactly.
