@@ -302,10 +302,14 @@ void tellProblems(const std::string& fileName, std::vector<stephost::ProgramProb
     std::stable_sort(
         problems.begin(), problems.end(),
         [](const stephost::ProgramProblem& a, const stephost::ProgramProblem& b) { return a.line < b.line; });
-    for (const stephost::ProgramProblem& problem : problems) {
-        std::fprintf(stderr, "%s:%d: %s%s\n", fileName.c_str(), problem.line,
-                     problem.warning && !strict ? "warning: " : "", problem.text.c_str());
+    // A generated program can repeat a mistake in every step: the first
+    // hundred say what it is.
+    constexpr size_t kTold = 100;
+    for (size_t i = 0; i < problems.size() && i < kTold; ++i) {
+        std::fprintf(stderr, "%s:%d: %s%s\n", fileName.c_str(), problems[i].line,
+                     problems[i].warning && !strict ? "warning: " : "", problems[i].text.c_str());
     }
+    if (problems.size() > kTold) std::fprintf(stderr, "%s: %zu more\n", fileName.c_str(), problems.size() - kTold);
 }
 
 // The program's objects made, its steps checked and made, and, with

@@ -396,6 +396,15 @@ TEST(StepHost, TheStepReferenceTellsWhatTheModuleDeclaresWithItsMeanings) {
             << meanings[i].className << " declares no " << meanings[i].name;
     }
     EXPECT_EQ(md.output.find(" |  |\n"), std::string::npos) << "every input and parameter has its meaning";
+    // The manual page's section of the classes says what each does, as describe does.
+    std::string manual = fileText(std::string(FLUKO_SOURCE_DIR) + "/cmake/packaging/stephost.1");
+    for (size_t at = manual.find("\\-"); at != std::string::npos; at = manual.find("\\-", at)) manual.erase(at, 1);
+    for (size_t i = 0; i < count; ++i) {
+        if (*meanings[i].name) continue;
+        EXPECT_NE(manual.find(std::string(".B ") + meanings[i].className + "\n" + meanings[i].text + "\n"),
+                  std::string::npos)
+            << meanings[i].className;
+    }
     for (const char* fact :
          {"| 0 | `Operation` | choice: 0 Read, 1 SetPos, 2 SetSize, 3 SetPosAndSize | `0 (Read)` | 0x43 |",
           "| `ScrollableObject` | `IUIScrollableObject` | 0x0 |",
