@@ -90,6 +90,9 @@ public:
         std::vector<uint8_t> data;
     };
     Contents contents() const;
+    // An entry as its text form gives it, as the writers above would make
+    // it of the value (a name that exists is replaced where it stands).
+    void add(Entry entry) { put(std::move(entry)); }
 
 private:
     void put(Entry entry);

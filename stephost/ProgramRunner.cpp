@@ -504,14 +504,14 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
 // Each step's entry (its lines from one at the left margin to the next) is
 // read as a stream of its own and let go once the step is made from it, so
 // that a stream of many steps never stands whole in memory.
-bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
+bool ProgramRunner::forEachStoredStep(const std::string& text, std::string& error,
+                                      const std::function<void(Step step)>& made) const {
     const std::string header = host::make<host::FolderStream>()->save();
     if (text.compare(0, header.size(), header) != 0) {
         host::make<host::FolderStream>()->load(text, &error);
         if (error.empty()) error = "line 1: not a folder stream";
         return false;
     }
-    std::vector<Step> loaded;
     std::unordered_set<std::wstring> names;
     int line = 2;  // of the entry's first line
     for (size_t at = header.size(); at < text.size();) {
@@ -541,11 +541,28 @@ bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
                 return false;
             }
             bindToObjects(step.get());
-            loaded.push_back({root->classOf(name), std::wstring(), step});
+            made({root->classOf(name), std::wstring(), step});
         }
     }
+    return true;
+}
+
+bool ProgramRunner::loadFolder(const std::string& text, std::string& error) {
+    std::vector<Step> loaded;
+    if (!forEachStoredStep(text, error, [&](Step step) { loaded.push_back(std::move(step)); })) return false;
     replaceSteps(std::move(loaded));
     return true;
+}
+
+bool ProgramRunner::resaveFolder(const std::string& text, std::string& saved, size_t& steps, std::string& error) const {
+    saved = host::make<host::FolderStream>()->save();
+    steps = 0;
+    return forEachStoredStep(text, error, [&](Step step) {
+        SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
+        root->WriteObject(host::makeString(L"Step" + std::to_wstring(++steps)).get(), step.object.get(), 0);
+        const std::string entry = root->save();
+        saved.append(entry, entry.find('\n') + 1, std::string::npos);
+    });
 }
 
 }  // namespace stephost

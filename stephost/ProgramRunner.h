@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -64,6 +65,10 @@ public:
     // Replaces the steps with fresh ones loaded from those texts.
     bool loadXml(const std::string& text, std::string& error);
     bool loadFolder(const std::string& text, std::string& error);
+    // Each step of a folder stream text loaded into a fresh step and saved
+    // again at once, as saveFolder saves the steps: `saved` is the text that
+    // saveFolder would give after loadFolder, made without holding the steps.
+    bool resaveFolder(const std::string& text, std::string& saved, size_t& steps, std::string& error) const;
 
     size_t stepCount() const { return m_Steps.size(); }
     // The object the program declares under that name, or null.
@@ -83,6 +88,8 @@ private:
     // Binds the step to the program's collection of objects, as a host binds each step it holds.
     void bindToObjects(IUnknown* step) const;
     void replaceSteps(std::vector<Step> loaded);
+    bool forEachStoredStep(const std::string& text, std::string& error,
+                           const std::function<void(Step step)>& made) const;
     // What the steps did to the host's objects, each under the step it belongs to.
     void traceCalls();
     // The parameters the step wrote since `before`, told as its own.

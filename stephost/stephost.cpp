@@ -15,6 +15,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/ClassFactory.h"
@@ -405,7 +406,10 @@ int saveProgram(const Module& module, const Options& options, stephost::ProgramF
 }
 
 // Each stored form (the module's XML and folder stream, and the program file
-// stephost writes) reloaded into fresh steps and saved again.
+// stephost writes) reloaded into fresh steps and saved again. The folder
+// stream, the largest, is saved and then reloaded step by step on a thread of
+// its own while this one does the other two: a host has two cores, and
+// saving only reads the steps.
 int checkProgram(const Module& module, const Options& options, stephost::ProgramFile& program,
                  host::ComponentCollection* components) {
     std::string saved[3];
@@ -413,38 +417,53 @@ int checkProgram(const Module& module, const Options& options, stephost::Program
     {
         stephost::ProgramRunner runner(module.create, nullptr, components);
         if (!buildProgram(runner, options, program)) return kRefused;
+        std::thread folder([&] { saved[1] = runner.saveFolder(); });
         saved[0] = runner.saveXml();
-        saved[1] = runner.saveFolder();
         saved[2] = runner.saveProgram(program);
+        folder.join();
         steps = runner.stepCount();
     }
+    struct Reloaded {
+        bool loaded = false;
+        std::string text;
+        size_t steps = 0;
+        std::string error;
+    } reloaded[3];
+    std::thread folder([&] {
+        stephost::ProgramRunner runner(module.create, nullptr, components);
+        Reloaded& form = reloaded[1];
+        form.loaded = runner.buildObjects(program, form.error) &&
+                      runner.resaveFolder(saved[1], form.text, form.steps, form.error);
+    });
+    {
+        stephost::ProgramRunner runner(module.create, nullptr, components);
+        Reloaded& form = reloaded[0];
+        form.loaded = runner.buildObjects(program, form.error) && runner.loadXml(saved[0], form.error);
+        form.text = form.loaded ? runner.saveXml() : "";
+        form.steps = runner.stepCount();
+    }
+    {
+        stephost::ProgramRunner runner(module.create, nullptr, components);
+        stephost::ProgramFile again;
+        Reloaded& form = reloaded[2];
+        form.loaded = stephost::parseProgram(saved[2], again, form.error) && runner.build(again, form.error);
+        form.text = form.loaded ? runner.saveProgram(again) : "";
+        form.steps = runner.stepCount();
+    }
+    folder.join();
     const char* const names[3] = {"xml", "folder", "program"};
     int differences = 0;
     for (int kind = 0; kind < 3; ++kind) {
-        // The first forms are loaded in place of the steps (objects only are
-        // made of the program); the program file is read and built whole.
-        stephost::ProgramRunner reloaded(module.create, nullptr, components);
-        stephost::ProgramFile again;
-        std::string error;
-        bool loaded = false;
-        if (kind == 2) {
-            loaded = stephost::parseProgram(saved[2], again, error) && reloaded.build(again, error);
-        } else {
-            loaded = reloaded.buildObjects(program, error) &&
-                     (kind == 0 ? reloaded.loadXml(saved[0], error) : reloaded.loadFolder(saved[1], error));
-        }
-        if (!loaded) {
-            std::printf("%-8s cannot reload: %s\n", names[kind], error.c_str());
+        const Reloaded& form = reloaded[kind];
+        if (!form.loaded) {
+            std::printf("%-8s cannot reload: %s\n", names[kind], form.error.c_str());
             ++differences;
             continue;
         }
-        const std::string text = kind == 0   ? reloaded.saveXml()
-                                 : kind == 1 ? reloaded.saveFolder()
-                                             : reloaded.saveProgram(again);
-        const std::string difference = firstDifference(saved[kind], text);
-        std::printf("%-8s %zu steps  %s\n", names[kind], reloaded.stepCount(),
+        const std::string difference = firstDifference(saved[kind], form.text);
+        std::printf("%-8s %zu steps  %s\n", names[kind], form.steps,
                     difference.empty() ? "identical after reloading" : ("DIFFERENT at " + difference).c_str());
-        differences += !difference.empty() || reloaded.stepCount() != steps;
+        differences += !difference.empty() || form.steps != steps;
     }
     return differences == 0 ? kSucceeded : kStepFailed;
 }

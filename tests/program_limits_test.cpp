@@ -5,9 +5,12 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include "host/Files.h"
 #include "host/SettingsStore.h"
@@ -146,6 +149,43 @@ TEST(ProgramLimits, AHugeSettingsFileIsReadInLinearTime) {
     std::string error;
     EXPECT_FALSE(store->load(utf16.path(), &error));
     EXPECT_EQ(error, utf16.path() + ":1: the file is UTF-16 or UTF-32 (its first bytes say so); save it as UTF-8");
+}
+
+// A check of 10 000 Edit steps, the class with the most parameters and
+// inputs, checks, saves, reloads and compares every form within 5 seconds and
+// 500 MB on two cores. A sanitizer or an emulator checks a tenth as many in
+// the same time. The time allowed grows with the machine's load, which a test
+// cannot choose.
+TEST(ProgramLimits, TenThousandStepsCheckWithinFiveSeconds) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    const bool slowed = true;
+#else
+    const bool slowed = std::string(FLUKO_EMULATOR).size() > 0;
+#endif
+    const int steps = slowed ? 1000 : 10000;
+    std::string program = "<program name=\"big\">\n<objects><editable name=\"Pump\"/></objects>\n<steps>\n";
+    for (int i = 0; i < steps; ++i) {
+        program += "<step class=\"GCUIEdit\" title=\"edit " + std::to_string(i) +
+                   "\"><input name=\"Edit1\" object=\"Pump\"/><parameter name=\"Caption\">Pump " + std::to_string(i) +
+                   "</parameter><parameter name=\"ShowClose\">Show</parameter></step>\n";
+    }
+    TemporaryFile file(program + "</steps>\n</program>\n");
+    double load = 0;
+    std::ifstream("/proc/loadavg") >> load;
+    const double allowed = 5.0 * std::max(1.0, (load + 1.0) / std::max(1u, std::thread::hardware_concurrency()));
+    const auto start = std::chrono::steady_clock::now();
+    const ProcessRun check = runStephost({"check", file.path()});
+    const double took = secondsSince(start);
+    EXPECT_EQ(check.status, 0) << check.output.substr(0, 2000);
+    EXPECT_NE(check.output.find("program  " + std::to_string(steps) + " steps  identical after reloading"),
+              std::string::npos)
+        << check.output.substr(0, 2000);
+    EXPECT_LT(took, allowed) << steps << " steps, load " << load;
+    rusage children{};
+    getrusage(RUSAGE_CHILDREN, &children);
+    if (!slowed) {
+        EXPECT_LT(children.ru_maxrss, 500 * 1024) << "kilobytes";
+    }
 }
 
 // A write cut short (here by the file size limit) leaves the old file whole
