@@ -8,8 +8,10 @@ namespace stephost {
 namespace {
 
 // The fewest letters to insert, remove or change to turn one word into the
-// other, case ignored.
-size_t distance(const std::string& a, const std::string& b) {
+// other, case ignored; of a name longer than any a program needs, its first
+// hundred letters, so that a megabyte of name costs no more than a name.
+size_t distance(const std::string& whole, const std::string& b) {
+    const std::string a = whole.substr(0, 100);
     std::vector<size_t> row(b.size() + 1);
     for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
     for (size_t i = 1; i <= a.size(); ++i) {
