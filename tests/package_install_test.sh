@@ -111,7 +111,7 @@ output=$(cd "$plugin" && "$@" ./stephost run "$demo" 2>&1) || fail "stephost run
 echo "$output" | grep -q "$demo_title" || fail "stephost run printed: $output"
 output=$(cd "$plugin" && "$@" ./stephost check "$examples/all-steps.xml" 2>&1) ||
     fail "stephost check in the plug-in folder: $output"
-[ "$(echo "$output" | grep -c "identical after reloading")" = 2 ] || fail "stephost check printed: $output"
+[ "$(echo "$output" | grep -c "identical after reloading")" = 3 ] || fail "stephost check printed: $output"
 ok "the installed stephost runs and checks the installed examples in the plug-in folder"
 
 # From any other folder: the module named with --module, and through the

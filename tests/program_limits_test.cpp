@@ -156,8 +156,9 @@ TEST(ProgramLimits, AHugeSettingsFileIsReadInLinearTime) {
 // 500 MB on two cores. A sanitizer or an emulator checks a tenth as many in
 // the same time. The time allowed grows with the machine's load, which a test
 // cannot choose: when a check of a tenth as many steps, just before, shows
-// the machine slower, the big one may take ten times that (and a little
-// more), but no more: time linear in the steps.
+// the machine slower, the big one may take twenty times that (tests running
+// beside it come and go), which time growing with the square of the steps
+// would still exceed five times over.
 TEST(ProgramLimits, TenThousandStepsCheckWithinFiveSeconds) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     const bool slowed = true;
@@ -181,7 +182,7 @@ TEST(ProgramLimits, TenThousandStepsCheckWithinFiveSeconds) {
     double load = 0;
     std::ifstream("/proc/loadavg") >> load;
     const double allowed =
-        std::max(5.0 * std::max(1.0, (load + 1.0) / std::max(1u, std::thread::hardware_concurrency())), 12.0 * small);
+        std::max(5.0 * std::max(1.0, (load + 1.0) / std::max(1u, std::thread::hardware_concurrency())), 20.0 * small);
     start = std::chrono::steady_clock::now();
     const ProcessRun check = runStephost({"check", file.path()});
     const double took = secondsSince(start);
