@@ -1,9 +1,9 @@
-# The front door. `make demo` runs the reference host on the example program;
+# The front door. `make demo` builds the module and the reference host and runs the example program;
 # `make test` builds every configuration and runs every test in it.
 PRESETS := native asan-ubsan tsan armhf
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps demo test check-format check-binaries bench bench-instructions clean package \
+.PHONY: all deps demo test check-format check-includes check-binaries bench bench-instructions clean package \
         $(addprefix build-,$(PRESETS)) $(addprefix test-,$(PRESETS))
 
 all: test
@@ -23,7 +23,7 @@ $(addprefix test-,$(filter-out tsan,$(PRESETS))): test-%: build-%
 test-tsan: build-tsan
 	setarch $$(uname -m) -R ctest --preset tsan -j $(JOBS)
 
-test: check-format $(addprefix test-,$(PRESETS))
+test: check-format check-includes $(addprefix test-,$(PRESETS))
 	./cmake/check-binaries.sh
 	$(MAKE) fuzz FUZZ_SECONDS=20
 
@@ -33,7 +33,15 @@ check-binaries:
 check-format: deps
 	./cmake/check-format.sh
 
-demo: build-native
+# host/ builds on nothing of stephost/, the module on neither.
+check-includes:
+	./cmake/check-includes.sh
+
+# Only the module and stephost (which needs the stand-in's CollectionsEx.so
+# too): no tests, benchmarks or fuzzers before the first line of the trace.
+demo: deps
+	cmake --preset native >/dev/null
+	cmake --build --preset native -j $(JOBS) --target stephost
 	./build/native/stephost run examples/demo.xml
 
 # Google Benchmark timings with each scenario's ratio to its baseline.

@@ -16,11 +16,11 @@
 
 #include "fuzz/FuzzHost.h"
 #include "host/FolderStream.h"
-#include "host/ProgramReader.h"
-#include "host/ProgramRunner.h"
 #include "host/Variants.h"
 #include "host/XmlStream.h"
 #include "module/Registry.h"
+#include "stephost/ProgramReader.h"
+#include "stephost/ProgramRunner.h"
 
 namespace {
 
@@ -144,11 +144,11 @@ void programSeeds(const std::string& source) {
         writeSeed("program", file, text.str());
 
         fuzz::HostScope scope;
-        host::ProgramFile program;
+        stephost::ProgramFile program;
         std::string error;
-        if (!host::parseProgram(text.str(), program, error)) continue;
+        if (!stephost::parseProgram(text.str(), program, error)) continue;
         {
-            host::ProgramRunner runner(CreateFunction, nullptr, scope.components.get());
+            stephost::ProgramRunner runner(CreateFunction, nullptr, scope.components.get());
             if (!runner.build(program, error)) continue;
             SmartPtr<host::FolderStream> root = host::make<host::FolderStream>();
             if (!root->load(runner.saveFolder())) continue;

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "fuzz/FuzzHost.h"
-#include "host/ProgramReader.h"
-#include "host/ProgramRunner.h"
+#include "stephost/ProgramReader.h"
+#include "stephost/ProgramRunner.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 64 * 1024) return 0;
@@ -16,13 +16,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::string error;
     {
-        host::ProgramFile program;
-        if (!host::parseProgram(text, program, error)) return 0;
-        host::ProgramRunner runner(CreateFunction, nullptr, scope.components.get());
+        stephost::ProgramFile program;
+        if (!stephost::parseProgram(text, program, error)) return 0;
+        stephost::ProgramRunner runner(CreateFunction, nullptr, scope.components.get());
         if (!runner.build(program, error)) return 0;
 
         bool onlyPropertySteps = !program.steps.empty() && program.steps.size() <= 8;
-        for (const host::ProgramStep& step : program.steps) {
+        for (const stephost::ProgramStep& step : program.steps) {
             onlyPropertySteps =
                 onlyPropertySteps && (step.className == L"GCUIPropRead" || step.className == L"GCUIPropWrite");
         }
@@ -34,19 +34,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         // Saved, reloaded into fresh runners and saved again: after the first
         // reload (which may still change what the host's stream cannot carry),
         // the text must settle, as `stephost check` expects of the examples.
-        using Load = bool (host::ProgramRunner::*)(const std::string&, std::string&);
-        using Save = std::string (host::ProgramRunner::*)() const;
+        using Load = bool (stephost::ProgramRunner::*)(const std::string&, std::string&);
+        using Save = std::string (stephost::ProgramRunner::*)() const;
         const struct {
             const char* name;
             Load load;
             Save save;
-        } forms[] = {{"XML", &host::ProgramRunner::loadXml, &host::ProgramRunner::saveXml},
-                     {"folder", &host::ProgramRunner::loadFolder, &host::ProgramRunner::saveFolder}};
+        } forms[] = {{"XML", &stephost::ProgramRunner::loadXml, &stephost::ProgramRunner::saveXml},
+                     {"folder", &stephost::ProgramRunner::loadFolder, &stephost::ProgramRunner::saveFolder}};
         for (const auto& form : forms) {
             std::string texts[3] = {(runner.*form.save)()};
             bool loaded = true;
             for (int round = 1; round < 3 && loaded; ++round) {
-                host::ProgramRunner again(CreateFunction, nullptr, scope.components.get());
+                stephost::ProgramRunner again(CreateFunction, nullptr, scope.components.get());
                 again.build(program, error);
                 loaded = (again.*form.load)(texts[round - 1], error);
                 if (loaded) texts[round] = (again.*form.save)();

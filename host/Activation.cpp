@@ -1,7 +1,5 @@
 #include "host/Activation.h"
 
-#include "host/ProgramObjects.h"
-
 namespace host {
 
 ActivatableObject::ActivatableObject(std::string label, bool active) : m_Active(active) { setLabel(std::move(label)); }
@@ -12,12 +10,6 @@ HRESULT ActivatableObject::Activate(int32_t activate) {
     ++m_Activations;
     m_Active = activate == 1;
     return m_Answer.load();
-}
-
-SmartPtr<IUnknown> makeProgramActivatable(const ProgramObject& object, SuperCollection*, std::string& error) {
-    int32_t active = 0;
-    if (!integerAttribute(object, "active", 0, active, error)) return nullptr;
-    return make<ActivatableObject>(narrow(object.name), active != 0).query<IUnknown>();
 }
 
 }  // namespace host

@@ -33,10 +33,4 @@ private:
     std::atomic<HRESULT> m_Answer{S_OK};
 };
 
-struct ProgramObject;
-class SuperCollection;
-
-// <activatable name="Panel" active="0|1"/>
-SmartPtr<IUnknown> makeProgramActivatable(const ProgramObject& object, SuperCollection* made, std::string& error);
-
 }  // namespace host

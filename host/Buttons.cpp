@@ -1,27 +1,10 @@
 #include "host/Buttons.h"
 
-#include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
 namespace host {
 
 namespace {
-
-// A button's attributes: kind, command, selected state, and whether it is a
-// toolbar item.
-struct ButtonAttributes {
-    int32_t kind = 0;
-    int32_t command = 0;
-    int32_t selected = 0;
-    int32_t item = 0;
-};
-
-bool readButton(const ProgramObject& object, ButtonAttributes& read, std::string& error) {
-    return integerAttribute(object, "kind", 0, read.kind, error) &&
-           integerAttribute(object, "command", 0, read.command, error) &&
-           integerAttribute(object, "selected", 0, read.selected, error) &&
-           integerAttribute(object, "item", 0, read.item, error);
-}
 
 std::string callText(const char* call, int32_t a, int32_t b) {
     return std::string(call) + "(" + std::to_string(a) + ", " + std::to_string(b) + ")";
@@ -192,39 +175,6 @@ int32_t ButtonSet::itemsTaken() const {
 int32_t ButtonSet::refreshes() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Refreshes;
-}
-
-SmartPtr<IUnknown> makeProgramButtons(const ProgramObject& object, SuperCollection*, std::string& error) {
-    const std::wstring* as = object.attribute("as");
-    ButtonSet::Role role = ButtonSet::Role::Plain;
-    if (as && *as == L"toolbar") {
-        role = ButtonSet::Role::Toolbar;
-    } else if (as && *as == L"toolbarhost") {
-        role = ButtonSet::Role::ToolbarHost;
-    } else if (as && *as != L"plain") {
-        error = programError(object.line, "as=\"" + shown(narrow(*as)) + "\" is none of plain, toolbar, toolbarhost");
-        return nullptr;
-    }
-    SmartPtr<ButtonSet> set = make<ButtonSet>(narrow(object.name), role);
-    for (const ProgramObject& inner : object.children) {
-        ButtonAttributes read;
-        if (inner.kind != "button") {
-            error = programError(inner.line, "<buttons> holds <button> elements only");
-            return nullptr;
-        }
-        if (!readButton(inner, read, error)) return nullptr;
-        SmartPtr<Button> button = set->add(inner.name, read.kind, read.command, read.item != 0);
-        button->setProperty(kButtonSelected, read.selected);
-    }
-    return set.query<IUnknown>();
-}
-
-SmartPtr<IUnknown> makeProgramButton(const ProgramObject& object, SuperCollection*, std::string& error) {
-    ButtonAttributes read;
-    if (!readButton(object, read, error)) return nullptr;
-    SmartPtr<Button> button = make<Button>(narrow(object.name), object.name, read.kind, read.command, read.item != 0);
-    button->setProperty(kButtonSelected, read.selected);
-    return SmartPtr<IUnknown>(static_cast<IButton*>(button.get()));
 }
 
 }  // namespace host

@@ -114,13 +114,4 @@ private:
     int32_t m_Refreshes = 0;
 };
 
-struct ProgramObject;
-class SuperCollection;
-
-// <buttons name="Bar" as="plain|toolbar|toolbarhost"> holding
-// <button name="Start" kind="1" command="101" selected="0" item="0|1"/>
-// elements; a <button> on its own is a button outside any set.
-SmartPtr<IUnknown> makeProgramButtons(const ProgramObject& object, SuperCollection* made, std::string& error);
-SmartPtr<IUnknown> makeProgramButton(const ProgramObject& object, SuperCollection* made, std::string& error);
-
 }  // namespace host

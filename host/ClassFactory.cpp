@@ -65,6 +65,19 @@ SmartPtr<IUnknown> ClassRegistry::create(const std::wstring& className) {
     return factory();
 }
 
+const ClassRegistry::Factory* ClassRegistry::find(const std::wstring& className) {
+    ClassTable& table = classTable();
+    std::lock_guard<std::mutex> lock(table.mutex);
+    auto found = table.factories.find(className);
+    return found == table.factories.end() ? nullptr : &found->second;
+}
+
+SmartPtr<IUnknown> ClassRegistry::create(const Factory& factory) {
+    HRESULT hostile = S_OK;
+    if (Hostility::refuses(hostile)) return nullptr;
+    return factory();
+}
+
 void setObjectResolver(ObjectResolver resolver) {
     std::lock_guard<std::mutex> lock(gResolverMutex);
     gResolver = std::move(resolver);

@@ -17,6 +17,11 @@ public:
     static void add(const std::wstring& className, Factory factory);
     // A new object of the class, or null when the class is unknown.
     static SmartPtr<IUnknown> create(const std::wstring& className);
+    // The class's factory, kept for the life of the process, or null; a
+    // component string finds it once rather than on every object it makes.
+    static const Factory* find(const std::wstring& className);
+    // A new object from a factory find gave.
+    static SmartPtr<IUnknown> create(const Factory& factory);
 };
 
 // Makes an object of a class the stand-in does not know by itself (the

@@ -28,6 +28,7 @@ HRESULT ComponentString::SetFromObject(IUnknown* object) {
     if (info->GetName(0, &name) < 0) return E_FAIL;
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_Parts[1] = textOf(name);
+    m_Found = false;
     return S_OK;
 }
 
@@ -49,13 +50,15 @@ HRESULT ComponentString::CreateInstance(const IID* iid, void** out) {
     if (!iid) return E_POINTER;
     HRESULT hostile = S_OK;
     if (Hostility::refuses(hostile, out)) return hostile;
-    std::wstring className;
+    const ClassRegistry::Factory* factory = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
-        className = m_Parts[1];
+        if (!m_Found) m_Factory = ClassRegistry::find(m_Parts[1]);
+        m_Found = true;
+        factory = m_Factory;
+        if (Recorder::enabled()) record("CreateInstance(" + narrow(m_Parts[1]) + ")");
     }
-    record("CreateInstance(" + narrow(className) + ")");
-    SmartPtr<IUnknown> object = ClassRegistry::create(className);
+    SmartPtr<IUnknown> object = factory ? ClassRegistry::create(*factory) : nullptr;
     if (!object) return E_FAIL;
     return object->QueryInterface(*iid, out);
 }
@@ -65,6 +68,7 @@ HRESULT ComponentString::put_Part(int32_t part, int32_t length, const wchar_t* t
     if (length > 0 && !text) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_Parts[part] = length > 0 ? std::wstring(text, static_cast<size_t>(length)) : std::wstring();
+    if (part == 1) m_Found = false;
     return S_OK;
 }
 

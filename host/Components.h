@@ -2,6 +2,7 @@
 // classes, and the global component collection.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -28,6 +29,10 @@ public:
 private:
     std::mutex m_Mutex;
     std::map<int32_t, std::wstring> m_Parts;
+    // The class part's factory, found at the first CreateInstance after the
+    // part was set.
+    const std::function<SmartPtr<IUnknown>()>* m_Factory = nullptr;
+    bool m_Found = false;
 };
 
 // Components by name. A component is either one object, handed out as it is

@@ -10,8 +10,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 namespace host {
 
@@ -75,16 +73,37 @@ bool replaceFile(const std::string& destination, const std::string& text, mode_t
 
 bool readWholeFile(const std::string& fileName, std::string& text, std::string* error) {
     text.clear();
-    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (size < 0 || static_cast<uint64_t>(size) > kLargestFile) {
-        if (error) *error = size < 0 ? "cannot read " + fileName : fileName + " is too large";
+    const auto fail = [&](const std::string& why) {
+        if (error) *error = "cannot read " + fileName + ": " + why;
         return false;
+    };
+    const int descriptor = open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return fail(std::strerror(errno));
+    struct stat status;
+    if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+        close(descriptor);
+        return fail(std::strerror(EISDIR));
     }
-    file.seekg(0);
-    std::ostringstream content;
-    content << file.rdbuf();
-    text = content.str();
+    char chunk[65536];
+    for (;;) {
+        const ssize_t got = read(descriptor, chunk, sizeof chunk);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) {
+            const int why = errno;
+            close(descriptor);
+            text.clear();
+            return fail(std::strerror(why));
+        }
+        if (got == 0) break;
+        if (text.size() + static_cast<size_t>(got) > kLargestFile) {
+            close(descriptor);
+            text.clear();
+            if (error) *error = fileName + " is too large";
+            return false;
+        }
+        text.append(chunk, static_cast<size_t>(got));
+    }
+    close(descriptor);
     return true;
 }
 

@@ -24,24 +24,38 @@ std::wstring nameOf(IString* name) { return name ? textOf(name) : std::wstring()
 
 }  // namespace
 
+size_t FolderStream::positionOf(const std::wstring& name) const {
+    if (m_Index.empty()) {
+        for (size_t i = 0; i < m_Entries.size(); ++i) {
+            if (m_Entries[i].name == name) return i;
+        }
+        return kNowhere;
+    }
+    const auto found = m_Index.find(name);
+    return found == m_Index.end() ? kNowhere : found->second;
+}
+
 void FolderStream::put(Entry entry) {
     Entry replaced;  // released after the lock
     std::lock_guard<std::mutex> lock(m_Mutex);
-    const auto found = m_Index.find(entry.name);
-    if (found != m_Index.end()) {
-        replaced = std::move(m_Entries[found->second]);
-        m_Entries[found->second] = std::move(entry);
+    const size_t position = positionOf(entry.name);
+    if (position != kNowhere) {
+        replaced = std::move(m_Entries[position]);
+        m_Entries[position] = std::move(entry);
         return;
     }
-    m_Index.emplace(entry.name, m_Entries.size());
+    if (m_Index.empty() && m_Entries.size() >= kSearchedInPlace) {
+        for (size_t i = 0; i < m_Entries.size(); ++i) m_Index.emplace(m_Entries[i].name, i);
+    }
+    if (!m_Index.empty()) m_Index.emplace(entry.name, m_Entries.size());
     m_Entries.push_back(std::move(entry));
 }
 
 bool FolderStream::find(const std::wstring& name, Entry& out) const {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    const auto found = m_Index.find(name);
-    if (found == m_Index.end()) return false;
-    out = m_Entries[found->second];
+    const size_t position = positionOf(name);
+    if (position == kNowhere) return false;
+    out = m_Entries[position];
     return true;
 }
 
@@ -275,9 +289,9 @@ HRESULT FolderStream::get_Index(IUnknown* key, int32_t* index) {
     if (!name) return E_FAIL;
     const std::wstring wanted = textOf(name.get());
     std::lock_guard<std::mutex> lock(m_Mutex);
-    const auto found = m_Index.find(wanted);
-    if (found == m_Index.end()) return E_FAIL;
-    *index = static_cast<int32_t>(found->second);
+    const size_t position = positionOf(wanted);
+    if (position == kNowhere) return E_FAIL;
+    *index = static_cast<int32_t>(position);
     return S_OK;
 }
 
@@ -342,8 +356,8 @@ std::vector<uint8_t> FolderStream::bytes(const std::wstring& name) const {
 }
 
 bool FolderStream::has(const std::wstring& name) const {
-    Entry entry;
-    return find(name, entry);
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return positionOf(name) != kNowhere;
 }
 
 }  // namespace host

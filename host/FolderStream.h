@@ -90,15 +90,25 @@ public:
         std::vector<uint8_t> data;
     };
     Contents contents() const;
+    // An entry as its text form gives it, as the writers above would make
+    // it of the value (a name that exists is replaced where it stands).
+    void add(Entry entry) { put(std::move(entry)); }
 
 private:
     void put(Entry entry);
     void clear();
     bool find(const std::wstring& name, Entry& out) const;
+    // Where the entry of that name stands, or kNowhere; with the lock held.
+    // A small folder (a parameter's value and flags) is searched in place;
+    // one of more entries keeps an index, so that a stream of any number of
+    // steps is read and written in linear time.
+    size_t positionOf(const std::wstring& name) const;
+    static constexpr size_t kNowhere = static_cast<size_t>(-1);
+    static constexpr size_t kSearchedInPlace = 8;
 
     mutable std::mutex m_Mutex;
     std::vector<Entry> m_Entries;
-    std::unordered_map<std::wstring, size_t> m_Index;  // name -> position in m_Entries
+    std::unordered_map<std::wstring, size_t> m_Index;  // name -> position in m_Entries, once it is large
     std::vector<uint8_t> m_Data;
 };
 

@@ -56,11 +56,11 @@ private:
         if (m_Position >= m_Text.size()) return false;
         size_t end = m_Text.find('\n', m_Position);
         if (end == std::string::npos) end = m_Text.size();
-        line = m_Text.substr(m_Position, end - m_Position);
+        size_t first = m_Position;
+        while (first < end && m_Text[first] == ' ') ++first;
+        line.assign(m_Text, first, end - first);
         m_Position = end + 1;
         ++m_Line;
-        const size_t first = line.find_first_not_of(' ');
-        line = first == std::string::npos ? std::string() : line.substr(first);
         return true;
     }
 
@@ -97,39 +97,34 @@ private:
         // would silently drop the first.
         if (folder.has(entry.name)) return fail(error, "the name \"" + narrow(entry.name) + "\" appears twice");
         const std::string rest = at < line.size() ? line.substr(at) : std::string();
-        SmartPtr<IString> name = makeString(entry.name);
+        // Values go into the folder as the entries its writers would make of them.
         if (kind == "int") {
             char* end = nullptr;
             const long long value = std::strtoll(rest.c_str(), &end, 10);
             if (rest.empty() || *end != '\0' || value < INT32_MIN || value > INT32_MAX)
                 return fail(error, "bad integer");
-            SmartPtr<IVariant> variant = makeVariant(static_cast<int32_t>(value));
-            folder.WriteValue(name.get(), variant.get());
+            entry.kind = FolderStream::Kind::Integer;
+            entry.integer = static_cast<int32_t>(value);
+            folder.add(std::move(entry));
         } else if (kind == "real") {
             char* end = nullptr;
             const double value = std::strtod(rest.c_str(), &end);
             if (rest.empty() || *end != '\0') return fail(error, "bad number");
-            SmartPtr<IVariant> variant = makeVariant(value);
-            folder.WriteValue(name.get(), variant.get());
+            entry.kind = FolderStream::Kind::Real;
+            entry.real = value;
+            folder.add(std::move(entry));
         } else if (kind == "text" || kind == "string") {
-            std::wstring text;
             size_t position = 0;
-            if (!unquote(rest, position, text) || position != rest.size()) return fail(error, "bad text");
-            if (kind == "text") {
-                SmartPtr<IVariant> variant = makeVariant(text);
-                folder.WriteValue(name.get(), variant.get());
-            } else {
-                SmartPtr<IString> string = makeString(text);
-                folder.WriteObject(name.get(), string.get(), 0);
-            }
+            if (!unquote(rest, position, entry.text) || position != rest.size()) return fail(error, "bad text");
+            entry.kind = kind == "text" ? FolderStream::Kind::Text : FolderStream::Kind::String;
+            folder.add(std::move(entry));
         } else if (kind == "empty") {
             if (!rest.empty()) return fail(error, "an empty value has nothing after its name");
-            SmartPtr<IVariant> variant = make<Variant>();
-            folder.WriteValue(name.get(), variant.get());
+            folder.add(std::move(entry));
         } else if (kind == "bytes") {
-            std::vector<uint8_t> bytes;
-            if (!unhex(rest, bytes)) return fail(error, "bad bytes");
-            folder.WriteBinary(name.get(), bytes.data(), static_cast<int32_t>(bytes.size()), 0);
+            if (!unhex(rest, entry.bytes)) return fail(error, "bad bytes");
+            entry.kind = FolderStream::Kind::Bytes;
+            folder.add(std::move(entry));
         } else if (kind == "folder" || kind == "object") {
             if (depth + 1 >= kDeepestTextFolder) return fail(error, "folders nested too deep");
             std::wstring className;

@@ -1,5 +1,6 @@
 #include "host/HostObject.h"
 
+#include <cstdio>
 #include <map>
 #include <mutex>
 
@@ -12,18 +13,23 @@ namespace {
 std::atomic<int32_t> gLiveObjects{0};
 std::atomic<bool> gRecording{true};
 
+// Counts are never freed, so that objects that a module releases while the
+// process exits can still check out.
 struct LedgerTable {
     std::mutex mutex;
-    std::map<std::string, int32_t> byType;
+    Ledger::Count* first = nullptr;
 };
 LedgerTable& ledgerTable() {
     static LedgerTable* table = new LedgerTable;
     return *table;
 }
 
+std::atomic<int> gCause{0};
+thread_local int tThreadCause = 0;
+
 struct RecorderLog {
     std::mutex mutex;
-    std::vector<std::string> calls;
+    std::vector<Recorder::Entry> calls;
 };
 RecorderLog& recorderLog() {
     static RecorderLog* log = new RecorderLog;
@@ -32,18 +38,24 @@ RecorderLog& recorderLog() {
 
 }  // namespace
 
-void Ledger::add(const char* type) {
-    ++gLiveObjects;
+Ledger::Count& Ledger::countOf(const char* type) {
     LedgerTable& table = ledgerTable();
     std::lock_guard<std::mutex> lock(table.mutex);
-    ++table.byType[type];
+    Count* count = new Count;
+    count->type = type;
+    count->next = table.first;
+    table.first = count;
+    return *count;
 }
 
-void Ledger::remove(const char* type) {
+void Ledger::add(Count& count) {
+    ++gLiveObjects;
+    ++count.live;
+}
+
+void Ledger::remove(Count& count) {
     --gLiveObjects;
-    LedgerTable& table = ledgerTable();
-    std::lock_guard<std::mutex> lock(table.mutex);
-    --table.byType[type];
+    --count.live;
 }
 
 int32_t Ledger::live() { return gLiveObjects.load(); }
@@ -51,8 +63,10 @@ int32_t Ledger::live() { return gLiveObjects.load(); }
 std::string Ledger::report() {
     LedgerTable& table = ledgerTable();
     std::lock_guard<std::mutex> lock(table.mutex);
+    std::map<std::string, int32_t> byName;
+    for (const Count* count = table.first; count; count = count->next) byName[count->type] += count->live.load();
     std::string text;
-    for (const auto& [type, count] : table.byType) {
+    for (const auto& [type, count] : byName) {
         if (count == 0) continue;
         if (!text.empty()) text += ", ";
         text += type + ": " + std::to_string(count);
@@ -61,24 +75,38 @@ std::string Ledger::report() {
 }
 
 void Recorder::record(const std::string& call) {
+    const int caused = cause();
+    const auto now = std::chrono::steady_clock::now();
     RecorderLog& log = recorderLog();
     std::lock_guard<std::mutex> lock(log.mutex);
-    log.calls.push_back(call);
+    log.calls.push_back({caused, call, now});
+}
+
+std::vector<Recorder::Entry> Recorder::takeEntries() {
+    RecorderLog& log = recorderLog();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    std::vector<Entry> calls;
+    calls.swap(log.calls);
+    return calls;
 }
 
 std::vector<std::string> Recorder::take() {
-    RecorderLog& log = recorderLog();
-    std::lock_guard<std::mutex> lock(log.mutex);
     std::vector<std::string> calls;
-    calls.swap(log.calls);
+    for (Entry& entry : takeEntries()) calls.push_back(std::move(entry.call));
     return calls;
 }
 
 std::vector<std::string> Recorder::calls() {
     RecorderLog& log = recorderLog();
     std::lock_guard<std::mutex> lock(log.mutex);
-    return log.calls;
+    std::vector<std::string> calls;
+    for (const Entry& entry : log.calls) calls.push_back(entry.call);
+    return calls;
 }
+
+void Recorder::setCause(int step) { gCause.store(step); }
+void Recorder::setThreadCause(int step) { tThreadCause = step; }
+int Recorder::cause() { return tThreadCause != 0 ? tThreadCause : gCause.load(); }
 
 void Recorder::clear() { take(); }
 void Recorder::setEnabled(bool enabled) { gRecording = enabled; }
@@ -133,6 +161,12 @@ std::wstring widen(const std::string& text) {
         result += static_cast<wchar_t>(code);
     }
     return result;
+}
+
+std::string hex(int32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
+    return text;
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -17,8 +18,16 @@ namespace host {
 // every reference the module takes is released.
 class Ledger {
 public:
-    static void add(const char* type);
-    static void remove(const char* type);
+    // One count per type, made once and kept for the life of the process;
+    // an object counts itself in and out without a lock.
+    struct Count {
+        const char* type;
+        std::atomic<int32_t> live{0};
+        Count* next = nullptr;
+    };
+    static Count& countOf(const char* type);
+    static void add(Count& count);
+    static void remove(Count& count);
     static int32_t live();
     // "Variant: 2, String: 1" for the types with live objects.
     static std::string report();
@@ -30,10 +39,25 @@ class Recorder {
 public:
     static void record(const std::string& call);
     static std::vector<std::string> take();
+    // Each call with its cause: the program step it belongs to (below).
+    struct Entry {
+        int cause;
+        std::string call;
+        std::chrono::steady_clock::time_point at;
+    };
+    static std::vector<Entry> takeEntries();
     static std::vector<std::string> calls();
     static void clear();
     static void setEnabled(bool enabled);
     static bool enabled();
+
+    // The program step that what happens now belongs to: a host program sets
+    // it for each step it runs (the step's own threads see it too); an
+    // operator thread keeps the cause of the window that asked it, so that a
+    // late answer is its own step's, whenever it comes. 0: none.
+    static void setCause(int step);
+    static void setThreadCause(int step);  // this thread only; 0 lets the program's show through
+    static int cause();
 };
 
 // Text helpers for the stand-in's own use.
@@ -41,6 +65,8 @@ std::wstring textOf(IString* string);
 std::wstring textOf(const tagREFString& text);
 std::string narrow(const std::wstring& text);
 std::wstring widen(const std::string& text);
+// "0xE0": flags and modes as the trace writes them.
+std::string hex(int32_t value);
 
 template <class... Interfaces>
 struct Answers {};
@@ -72,8 +98,8 @@ public:
     void setLabel(std::string label) { m_Label = std::move(label); }
 
 protected:
-    Object() { Ledger::add(Derived::kLedgerName); }
-    ~Object() { Ledger::remove(Derived::kLedgerName); }
+    Object() { Ledger::add(ledgerCount()); }
+    ~Object() { Ledger::remove(ledgerCount()); }
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
@@ -91,6 +117,11 @@ protected:
     }
 
 private:
+    static Ledger::Count& ledgerCount() {
+        static Ledger::Count& count = Ledger::countOf(Derived::kLedgerName);
+        return count;
+    }
+
     template <class... I>
     HRESULT find(const IID& iid, void** out, Answers<I...>) {
         bool found = ((iid == iidOf<I>() ? (*out = static_cast<I*>(static_cast<Derived*>(this)), true) : false) || ...);

@@ -1,7 +1,6 @@
 #include "host/OperatorWindows.h"
 
 #include <condition_variable>
-#include <cstdio>
 #include <cwchar>
 #include <thread>
 
@@ -25,12 +24,6 @@ ThreadCount& threadCount() {
     return *count;
 }
 
-std::string hex(int32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
-    return text;
-}
-
 }  // namespace
 
 void OperatorThreads::run(std::function<void()> answer) {
@@ -39,13 +32,27 @@ void OperatorThreads::run(std::function<void()> answer) {
         std::lock_guard<std::mutex> lock(count.mutex);
         ++count.running;
     }
-    std::thread([answer = std::move(answer)]() mutable {
+    std::thread([answer = std::move(answer), cause = Recorder::cause()]() mutable {
+        Recorder::setThreadCause(cause);
         answer();
         answer = nullptr;  // what it held goes before the count says so
         ThreadCount& count = threadCount();
         std::lock_guard<std::mutex> lock(count.mutex);
         if (--count.running == 0) count.ended.notify_all();
     }).detach();
+}
+
+void OperatorThreads::ask(OperatorQuestion& question, std::function<void(const std::wstring& reply)> answered,
+                          std::function<void()> unanswered) {
+    question.step = Recorder::cause();
+    run([question, answered = std::move(answered), unanswered = std::move(unanswered)] {
+        std::wstring reply;
+        if (Operator::current().answer(question, reply)) {
+            answered(reply);
+        } else if (unanswered && Operator::current().dismissesUnanswered()) {
+            unanswered();
+        }
+    });
 }
 
 void OperatorThreads::wait() {
@@ -80,21 +87,20 @@ HRESULT ConfirmationWindow::Advise(IUnknown* sink, int32_t kind) {
 
 HRESULT ConfirmationWindow::Show() {
     record("Show");
-    std::wstring message;
-    bool ask = false;
+    OperatorQuestion question;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (m_Open || m_Answered) return S_OK;
         m_Open = true;
-        message = m_Message;
-        ask = m_AskOperator;
+        if (!m_AskOperator) return S_OK;
+        m_Question = OperatorQuestion::confirmation(m_Message, m_Style);
+        question = m_Question;
     }
-    if (!ask) return S_OK;
-    // The operator thread keeps the window until it has answered.
+    // The operator thread keeps the window until it has answered; a window
+    // nobody answers stays open for its step's time-out.
     SmartPtr<ConfirmationWindow> self(this);
-    OperatorThreads::run([self, message] {
-        std::wstring reply;
-        if (Operator::current().answer("confirm", message, reply)) self->press(responseOf(reply));
+    OperatorThreads::ask(question, [self](const std::wstring& reply) {
+        self->press(reply.empty() ? self->defaultResponse() : responseOf(reply));
     });
     return S_OK;
 }
@@ -102,7 +108,11 @@ HRESULT ConfirmationWindow::Show() {
 HRESULT ConfirmationWindow::SendKey(int32_t key, int32_t a, int32_t b, int32_t c) {
     record("SendKey(" + std::to_string(key) + ", " + std::to_string(a) + ", " + std::to_string(b) + ", " +
            std::to_string(c) + ")");
-    if (key == 13) press(1);
+    if (key != 13) return S_OK;
+    if (press(defaultResponse())) {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Question.close("Enter was sent to the window (its step's time-out)");
+    }
     return S_OK;
 }
 
@@ -139,6 +149,11 @@ int32_t ConfirmationWindow::responseOf(const std::wstring& reply) {
     wchar_t* end = nullptr;
     const long number = std::wcstol(reply.c_str(), &end, 10);
     return !reply.empty() && end && *end == 0 ? static_cast<int32_t>(number) : 2;
+}
+
+int32_t ConfirmationWindow::defaultResponse() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Style == 0x4001 ? 6 : 1;
 }
 
 std::wstring ConfirmationWindow::message() const {
@@ -206,30 +221,31 @@ HRESULT Keyboard::Advise(IUnknown* sink, int32_t kind) {
     return S_OK;
 }
 
-void Keyboard::shown() {
-    std::wstring prompt;
+void Keyboard::shown(const std::wstring& caption) {
+    OperatorQuestion question;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (!m_AskOperator) return;
-        prompt = m_Text;
+        m_Question = OperatorQuestion::keyboard(caption, m_Text, m_Mode);
+        question = m_Question;
     }
     SmartPtr<Keyboard> self(this);
-    OperatorThreads::run([self, prompt] {
-        std::wstring reply;
-        if (!Operator::current().answer("keyboard", prompt, reply)) {
-            if (Operator::current().dismissesUnanswered()) self->close();
-            return;
-        }
-        {
-            std::lock_guard<std::mutex> lock(self->m_Mutex);
-            if (!self->m_Sink) {  // nobody listens yet: the registration delivers it
-                self->m_Answered = true;
-                self->m_Reply = reply;
-                return;
+    OperatorThreads::ask(
+        question,
+        [self](const std::wstring& answer) {
+            std::wstring reply = answer;
+            {
+                std::lock_guard<std::mutex> lock(self->m_Mutex);
+                if (reply.empty()) reply = self->m_Text;  // Enter: the text as it stands
+                if (!self->m_Sink) {                      // nobody listens yet: the registration delivers it
+                    self->m_Answered = true;
+                    self->m_Reply = reply;
+                    return;
+                }
             }
-        }
-        self->apply(reply);
-    });
+            self->apply(reply);
+        },
+        [self] { self->close(); });
 }
 
 SmartPtr<IUnknown> Keyboard::sink() {
@@ -238,12 +254,14 @@ SmartPtr<IUnknown> Keyboard::sink() {
 }
 
 bool Keyboard::apply(const std::wstring& text) {
+    bool secret = false;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (!m_Open) return false;
         m_Text = text;
+        secret = (m_Mode & 0x80000) != 0;
     }
-    record("apply \"" + narrow(text) + "\"");
+    record(secret ? "apply ******" : "apply \"" + narrow(text) + "\"");
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
     if (events) events->KeyboardApply(makeString(text).get(), static_cast<IUIKeyboard*>(this));
     SmartPtr<Keyboard> self(this);
@@ -260,6 +278,7 @@ bool Keyboard::close() {
         if (!m_Open) return false;
         m_Open = false;
         m_ClosedUnheard = !m_Sink;
+        m_Question.close("the keyboard was closed");
     }
     record("close");
     SmartPtr<_IUIKeyboardEvents> events = queryInterface<_IUIKeyboardEvents>(sink().get());
@@ -294,26 +313,30 @@ bool Keyboard::isOpen() const {
     return m_Open;
 }
 
+FileChooser::FileChooser(std::wstring caption, std::wstring proposed) {
+    m_Question = OperatorQuestion::fileChooser(caption, proposed);
+}
+
 HRESULT FileChooser::Advise(IUnknown* sink, int32_t kind) {
     record("Advise(" + std::to_string(kind) + ")");
     if (!sink) return E_POINTER;
-    bool ask = false;
+    OperatorQuestion question;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Sink = SmartPtr<IUnknown>(sink);
-        ask = m_AskOperator && m_Open;
+        if (!m_AskOperator || !m_Open) return S_OK;
+        question = m_Question;
     }
-    if (!ask) return S_OK;
     SmartPtr<FileChooser> self(this);
-    OperatorThreads::run([self] {
-        std::wstring reply;
-        if (!Operator::current().answer("file", L"", reply)) {
-            if (Operator::current().dismissesUnanswered()) self->close();
-            return;
-        }
-        if (!reply.empty()) self->apply(reply);
-        self->close();
-    });
+    const std::wstring proposed = question.value;
+    OperatorThreads::ask(
+        question,
+        [self, proposed](const std::wstring& reply) {
+            const std::wstring chosen = reply.empty() ? proposed : reply;  // Enter: the proposed name
+            if (!chosen.empty()) self->apply(chosen);
+            self->close();
+        },
+        [self] { self->close(); });
     return S_OK;
 }
 
@@ -340,6 +363,7 @@ bool FileChooser::close() {
         std::lock_guard<std::mutex> lock(m_Mutex);
         if (!m_Open) return false;
         m_Open = false;
+        m_Question.close("the file chooser was closed");
     }
     record("close");
     SmartPtr<_IUIFileArchiveEvents> events = queryInterface<_IUIFileArchiveEvents>(sink().get());

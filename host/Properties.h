@@ -139,17 +139,3 @@ private:
 std::string valueText(IUnknown* value);
 
 }  // namespace host
-
-namespace host {
-
-struct ProgramObject;
-class SuperCollection;
-
-// Program file kinds: <stringtable>, <properties> with <property> and
-// <setting> elements inside, and <entity>.
-SmartPtr<IUnknown> makeProgramStringTable(const ProgramObject& object, SuperCollection* made, std::string& error);
-SmartPtr<IUnknown> makeProgramProperties(const ProgramObject& object, SuperCollection* made, std::string& error);
-SmartPtr<IUnknown> makeProgramPropertyPart(const ProgramObject& object, SuperCollection* made, std::string& error);
-SmartPtr<IUnknown> makeProgramEntity(const ProgramObject& object, SuperCollection* made, std::string& error);
-
-}  // namespace host

@@ -1,25 +1,14 @@
 #include "host/PropertyFrames.h"
 
-#include <cstdio>
-
 #include "host/ClassFactory.h"
+#include "host/Collections.h"
 #include "host/Hostility.h"
-#include "host/Operator.h"
 #include "host/OperatorWindows.h"
 #include "host/UserInterface.h"
+#include "host/Variants.h"
 #include "host/Windows.h"
 
 namespace host {
-
-namespace {
-
-std::string hex(int32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%X", static_cast<uint32_t>(value));
-    return text;
-}
-
-}  // namespace
 
 std::string traceLabel(IUnknown* object) {
     if (!object) return "null";
@@ -31,6 +20,7 @@ std::string traceLabel(IUnknown* object) {
     if (auto* window = dynamic_cast<HostWindow*>(found)) return window->label();
     if (auto* frame = dynamic_cast<PropertyFrame*>(found)) return frame->label();
     if (auto* viewer = dynamic_cast<SmartViewer*>(found)) return viewer->label();
+    if (auto* editable = dynamic_cast<EditableObject*>(found)) return editable->label();
     const std::wstring className = classNameOf(object);
     if (!className.empty()) return narrow(className);
     return "object";
@@ -64,6 +54,10 @@ HRESULT PropertyFrame::AddObject(IUnknown* object, int32_t flags) {
 
 HRESULT PropertyFrame::Close(int32_t code) {
     record("Close(" + std::to_string(code) + ")");
+    {
+        std::lock_guard<std::mutex> lock(m_Mutex);
+        m_Question.close("the editor was closed (its step was stopped)");
+    }
     raise(L"close");
     return S_OK;
 }
@@ -93,21 +87,19 @@ HRESULT PropertyFrame::Advise(IUnknown* sink, int32_t kind) {
     record("Advise(" + std::to_string(kind) + ")");
     SmartPtr<_IUIPropFrameEvents> events = queryInterface<_IUIPropFrameEvents>(sink);
     if (!events) return E_NOINTERFACE;
+    OperatorQuestion question;
     {
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Sink = events;
+        m_Question = OperatorQuestion::editor(m_Caption);
+        question = m_Question;
     }
+    // The answer is the operator's whole session with the editor, which
+    // ends with the window closed when no cancel or close ended it.
     SmartPtr<PropertyFrame> self(this);
-    OperatorThreads::run([self] {
-        std::wstring words;
-        // The answer is the operator's whole session with the editor, which
-        // ends with the window closed when no cancel or close ended it.
-        if (Operator::current().answer("editor", L"Edit the properties", words)) {
-            self->raise(words + L" close");
-        } else if (Operator::current().dismissesUnanswered()) {
-            self->raise(L"cancel close");
-        }
-    });
+    OperatorThreads::ask(
+        question, [self](const std::wstring& words) { self->raise(words + L" close"); },
+        [self] { self->raise(L"cancel close"); });
     return S_OK;
 }
 
@@ -165,9 +157,23 @@ int32_t PropertyFrame::itemSize() const {
     return m_ItemSize;
 }
 
+void PropertyFrame::setCaption(const std::wstring& caption) {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    m_Caption = caption;
+}
+
 bool PropertyFrame::hasSink() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Sink != nullptr;
+}
+
+HRESULT EditableObject::GetPages(int32_t, INamedCollection** pages, IUnknown**) {
+    record("GetPages");
+    if (!pages) return E_POINTER;
+    SmartPtr<SuperCollection> list = make<SuperCollection>();
+    list->Add(makeString(L"").get(), makeString(L"UIPropPages.UIParametersPropPage").get(), nullptr, 0);
+    *pages = static_cast<INamedCollection*>(list.detach());
+    return S_OK;
 }
 
 HRESULT PopupCollection::AdjustArea(int32_t rect[4], int32_t a, int32_t b) {
@@ -192,14 +198,6 @@ HRESULT SmartViewer::Refresh(int32_t mode) {
 SmartPtr<IUnknown> SmartViewer::shown() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return m_Shown;
-}
-
-SmartPtr<IUnknown> makeProgramFrame(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<PropertyFrame>(narrow(object.name)).query<IUnknown>();
-}
-
-SmartPtr<IUnknown> makeProgramViewer(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<SmartViewer>(narrow(object.name)).query<IUnknown>();
 }
 
 }  // namespace host

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/HostObject.h"
-#include "host/ProgramObjects.h"
+#include "host/Operator.h"
 
 namespace host {
 
@@ -47,15 +47,31 @@ public:
     int32_t options() const;
     int32_t itemSize() const;  // -1 until SetItemSize
     bool hasSink() const;
+    // The caption of the pop-up it is shown in, which its question shows.
+    void setCaption(const std::wstring& caption);
 
 private:
     mutable std::mutex m_Mutex;
+    std::wstring m_Caption = L"Edit the properties";
+    OperatorQuestion m_Question;
     std::vector<Added> m_Objects;
     std::vector<std::wstring> m_Pages;
     std::wstring m_HelpFile;
     int32_t m_Options = 0;
     int32_t m_ItemSize = -1;
     SmartPtr<_IUIPropFrameEvents> m_Sink;
+};
+
+// An object with property pages of its own, as a property frame edits it:
+// GetPages names the parameter grid.
+class EditableObject final : public Object<EditableObject, IUIPropertyPageSpecify> {
+public:
+    static constexpr char kLedgerName[] = "EditableObject";
+    using Answered = Answers<IUIPropertyPageSpecify>;
+
+    explicit EditableObject(std::string label = "Editable") { setLabel(std::move(label)); }
+
+    HRESULT GetPages(int32_t reserved, INamedCollection** pages, IUnknown** unused) override;
 };
 
 class PopupCollection final : public Object<PopupCollection, IUIPopupCollection> {
@@ -83,10 +99,5 @@ private:
 
 // The label an object of the stand-in shows in the trace, or "object".
 std::string traceLabel(IUnknown* object);
-
-// <frame name="Editor"/>: the property frame of the program's run.
-SmartPtr<IUnknown> makeProgramFrame(const ProgramObject& object, SuperCollection* made, std::string& error);
-// <viewer name="Inspector"/>
-SmartPtr<IUnknown> makeProgramViewer(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host

@@ -1,8 +1,6 @@
 #include "host/Scrolling.h"
 
-#include <cmath>
 #include <cstdio>
-#include <cwchar>
 
 namespace host {
 
@@ -12,21 +10,6 @@ std::string numberText(double value) {
     char text[64];
     std::snprintf(text, sizeof text, "%g", value);
     return text;
-}
-
-// A decimal attribute (`value` stays when it is absent); false with `error` when it
-// is not a finite number.
-bool numberAttribute(const ProgramObject& object, const char* attribute, double& value, std::string& error) {
-    const std::wstring* text = object.attribute(attribute);
-    if (!text) return true;
-    wchar_t* end = nullptr;
-    const double parsed = text->empty() ? 0.0 : std::wcstod(text->c_str(), &end);
-    if (text->empty() || *end != L'\0' || !std::isfinite(parsed)) {
-        error = programError(object.line, std::string(attribute) + "=\"" + shown(narrow(*text)) + "\" is not a number");
-        return false;
-    }
-    value = parsed;
-    return true;
 }
 
 }  // namespace
@@ -73,22 +56,6 @@ double ScrollableObject::position(int16_t axis) const {
 double ScrollableObject::pageSize(int16_t axis) const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return known(axis) ? m_PageSize[axis] : 0.0;
-}
-
-SmartPtr<IUnknown> makeScrollable(const ProgramObject& object, SuperCollection*, std::string& error) {
-    SmartPtr<ScrollableObject> scrollable = make<ScrollableObject>(narrow(object.name));
-    const char* const positions[ScrollableObject::kAxes] = {"pos0", "pos1"};
-    const char* const pageSizes[ScrollableObject::kAxes] = {"page0", "page1"};
-    for (int16_t axis = 0; axis < ScrollableObject::kAxes; ++axis) {
-        double position = 0.0;
-        double pageSize = 0.0;
-        if (!numberAttribute(object, positions[axis], position, error) ||
-            !numberAttribute(object, pageSizes[axis], pageSize, error)) {
-            return nullptr;
-        }
-        scrollable->scrollTo(axis, position, pageSize);
-    }
-    return scrollable.query<IUnknown>();
 }
 
 }  // namespace host

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "host/HostObject.h"
-#include "host/ProgramObjects.h"
 
 namespace host {
 
@@ -36,8 +35,5 @@ private:
     double m_Position[kAxes] = {0.0, 0.0};
     double m_PageSize[kAxes] = {0.0, 0.0};
 };
-
-// <scrollable name="Chart" pos0="0" page0="10" pos1="120.5" page1="40"/>
-SmartPtr<IUnknown> makeScrollable(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "host/HostObject.h"
-#include "host/ProgramObjects.h"
 
 namespace host {
 
@@ -78,10 +77,5 @@ private:
     int32_t m_Selected = -1;
     int32_t m_Refreshes = 0;
 };
-
-// <tabs name="Main" selected="1"><tab name="Setup"/><tabs name="Results">...</tabs></tabs>
-SmartPtr<IUnknown> makeTabs(const ProgramObject& object, SuperCollection* made, std::string& error);
-// <tab name="Setup"/>, on its own or inside <tabs>.
-SmartPtr<IUnknown> makeTab(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
+#include "host/PropertyFrames.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -29,7 +30,8 @@ HRESULT UIUtils::ShowPopup(IString* caption, IUnknown*, int32_t a, IUnknown* con
         std::lock_guard<std::mutex> lock(m_Mutex);
         m_Popups.push_back(popup);
     }
-    if (auto* keyboard = dynamic_cast<Keyboard*>(content)) keyboard->shown();
+    if (auto* keyboard = dynamic_cast<Keyboard*>(content)) keyboard->shown(textOf(caption));
+    if (auto* frame = dynamic_cast<PropertyFrame*>(content)) frame->setCaption(textOf(caption));
     *window = static_cast<IHostWindow*>(popup.get());
     (*window)->AddRef();
     return S_OK;
@@ -52,11 +54,13 @@ HRESULT UIUtils::ShowFileArchive(int32_t nameLength, const wchar_t* name, int32_
     if (mode == Chooser::Fails) return E_FAIL;
     if (mode == Chooser::AtOnce) {
         std::wstring chosen;
-        if (!Operator::current().answer("file", proposed, chosen)) chosen = proposed;
+        OperatorQuestion question = OperatorQuestion::fileChooser(counted(captionLength, caption), proposed);
+        question.step = Recorder::cause();
+        if (!Operator::current().answer(question, chosen) || chosen.empty()) chosen = proposed;
         *result = makeString(chosen).detach();
         return S_OK;
     }
-    SmartPtr<FileChooser> chooser = make<FileChooser>();
+    SmartPtr<FileChooser> chooser = make<FileChooser>(counted(captionLength, caption), proposed);
     SmartPtr<HostWindow> window = make<HostWindow>("FileChooser", static_cast<IUIFileArchive*>(chooser.get()));
     {
         std::lock_guard<std::mutex> lock(m_Mutex);

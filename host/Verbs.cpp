@@ -5,7 +5,6 @@
 #include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/Hostility.h"
-#include "host/ProgramObjects.h"
 #include "host/Variants.h"
 
 namespace host {
@@ -329,7 +328,7 @@ HRESULT ParameterList::GetName(int32_t, tagREFString* name) {
     return S_OK;
 }
 
-// --- The property frame and the pop-up -------------------------------------
+// --- The components ------------------------------------------------------
 
 void addVerbComponents(ComponentCollection& components) {
     ClassRegistry::add(L"UIVerbCollection", [] { return make<VerbCollection>().query<IUnknown>(); });
@@ -339,7 +338,7 @@ void addVerbComponents(ComponentCollection& components) {
     }
 }
 
-// --- Program files ---------------------------------------------------------
+// --- The host's parametric page --------------------------------------------
 
 bool setParametricSetting(IUnknown* object, const std::wstring& name, IUnknown* value) {
     SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(object);
@@ -351,38 +350,6 @@ bool setParametricSetting(IUnknown* object, const std::wstring& name, IUnknown* 
     settings->put_Item(index, value);
     parametric->SetParameters(offered.get());
     return true;
-}
-
-namespace {
-
-// A verb without a name stands for a separator; the host hands out no name for it.
-bool readVerb(const ProgramObject& object, VerbEntry& verb, std::string& error) {
-    verb = {object.name, !object.name.empty(), 0};
-    return integerAttribute(object, "code", 0, verb.identifier, error);
-}
-
-}  // namespace
-
-SmartPtr<IUnknown> makeProgramVerb(const ProgramObject& object, SuperCollection*, std::string& error) {
-    VerbEntry verb;
-    if (!readVerb(object, verb, error)) return nullptr;
-    SmartPtr<Verb> made = make<Verb>(std::move(verb));
-    made->setLabel(narrow(object.name));
-    return made.query<IUnknown>();
-}
-
-SmartPtr<IUnknown> makeProgramVerbs(const ProgramObject& object, SuperCollection*, std::string& error) {
-    std::vector<VerbEntry> verbs;
-    for (const ProgramObject& child : object.children) {
-        VerbEntry verb;
-        if (child.kind != "verb") {
-            error = programError(child.line, "a <verbs> set holds <verb> elements only");
-            return nullptr;
-        }
-        if (!readVerb(child, verb, error)) return nullptr;
-        verbs.push_back(std::move(verb));
-    }
-    return make<VerbObject>(narrow(object.name), std::move(verbs)).query<IUnknown>();
 }
 
 }  // namespace host

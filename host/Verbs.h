@@ -1,7 +1,6 @@
 // Verbs: objects that offer the actions of their menus, the verb collections
-// they hand out, a creatable parameter collection (what the host's parametric
-// pages edit), and the property frame and pop-up that show an object's pages.
-// Each records what is done to it under its label.
+// they hand out, and a creatable parameter collection (what the host's
+// parametric pages edit). Each records what is done to it under its label.
 #pragma once
 
 #include <deque>
@@ -11,7 +10,6 @@
 
 #include "host/Components.h"
 #include "host/HostObject.h"
-#include "host/Program.h"
 
 namespace host {
 
@@ -133,10 +131,5 @@ void addVerbComponents(ComponentCollection& components);
 // parametric page does: the offered collection with the value put in, handed
 // back. False when the object offers no setting of that name.
 bool setParametricSetting(IUnknown* object, const std::wstring& name, IUnknown* value);
-
-// <verbs name="Pump"><verb name="Open" code="5"/><verb code="0"/></verbs>
-SmartPtr<IUnknown> makeProgramVerbs(const ProgramObject& object, SuperCollection* made, std::string& error);
-// A <verb> on its own: one verb (IUIVerb), as a verb collection hands it out.
-SmartPtr<IUnknown> makeProgramVerb(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host

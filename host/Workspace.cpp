@@ -1,7 +1,5 @@
 #include "host/Workspace.h"
 
-#include "host/ProgramObjects.h"
-
 namespace host {
 
 Workspace::Workspace(std::string label) : m_Windows(make<WindowCollection>(label + ".Windows")) {
@@ -30,29 +28,5 @@ HRESULT Workspace::SendMouse(int32_t button, int32_t state, int32_t modifiers, d
 void Workspace::setArea(const int32_t rect[4]) { m_Pointer.set(rect); }
 
 std::vector<MouseEvent> Workspace::mouseEvents() const { return m_Pointer.events(); }
-
-SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error) {
-    int32_t area[4] = {0, 0, 0, 0};
-    if (!areaAttributes(object, area, error)) return nullptr;
-    const std::string label = narrow(object.name);
-    SmartPtr<Workspace> workspace = make<Workspace>(label);
-    workspace->setArea(area);
-    for (const ProgramObject& inner : object.children) {
-        SmartPtr<IUnknown> window = makeProgramObject(inner, made, error);
-        if (!window) return nullptr;
-        auto* hostWindow = dynamic_cast<HostWindow*>(window.get());
-        if (!hostWindow) {
-            error = programError(inner.line, "a workspace holds <window> elements only");
-            return nullptr;
-        }
-        hostWindow->setLabel(label + "." + narrow(inner.name));
-        workspace->windows()->place(inner.name, window.get());
-    }
-    return workspace.query<IUnknown>();
-}
-
-SmartPtr<IUnknown> makeScreen(const ProgramObject& object, SuperCollection*, std::string&) {
-    return make<WindowCollection>(narrow(object.name)).query<IUnknown>();
-}
 
 }  // namespace host

@@ -1,7 +1,5 @@
 // The simulated host's active workspace: an area on the screen, the windows
-// placed in it by name, and pointer events played into it. Also the program
-// file kinds that declare a workspace and the host's collection of open
-// windows.
+// placed in it by name, and pointer events played into it.
 #pragma once
 
 #include <string>
@@ -9,7 +7,6 @@
 
 #include "host/Collections.h"
 #include "host/MessageWindows.h"
-#include "host/Program.h"
 #include "host/Windows.h"
 
 namespace host {
@@ -36,15 +33,5 @@ private:
     SmartPtr<WindowCollection> m_Windows;
     PointerArea m_Pointer;
 };
-
-// <workspace name="Desk" left="0" top="0" width="800" height="600">
-//   <window name="Plot" .../>
-// </workspace>
-// The inner windows are placed in the workspace under their names and
-// recorded as "Desk.Plot".
-SmartPtr<IUnknown> makeWorkspace(const ProgramObject& object, SuperCollection* made, std::string& error);
-
-// <screen name="Screen"/>: the host's collection of open windows.
-SmartPtr<IUnknown> makeScreen(const ProgramObject& object, SuperCollection* made, std::string& error);
 
 }  // namespace host

@@ -85,8 +85,16 @@ std::wstring decode(const char* text, size_t size) {
 
 std::wstring decode(const char* text) { return text ? decode(text, std::strlen(text)) : std::wstring(); }
 
-// What was read is written again decoded and cleaned.
-std::string cleaned(const char* text) { return utf8(decode(text)); }
+// What was read is written again decoded and cleaned; plain ASCII that XML
+// carries, nearly every text, as it is.
+std::string cleaned(const char* text) {
+    if (!text) return std::string();
+    const char* end = text;
+    for (unsigned char c; (c = static_cast<unsigned char>(*end)) != 0; ++end) {
+        if (c >= 0x80 || !isXmlCharacter(c)) return utf8(decode(text));
+    }
+    return std::string(text, static_cast<size_t>(end - text));
+}
 
 // The writer. Escapes what XML needs and, beyond that, what a parser would
 // not give back: a carriage return (which parsers turn into a line feed) is

@@ -21,11 +21,11 @@
 #include "host/Inputs.h"
 #include "host/Operator.h"
 #include "host/OperatorWindows.h"
-#include "host/ProgramReader.h"
-#include "host/ProgramRunner.h"
 #include "host/UIUtilities.h"
 #include "host/Variants.h"
 #include "host/XmlStream.h"
+#include "stephost/ProgramReader.h"
+#include "stephost/ProgramRunner.h"
 #include "support/HostTest.h"
 #include "support/StepClasses.h"
 
@@ -394,15 +394,15 @@ TEST_F(HostileHost, TheProgramOfEveryStepUnderEveryMode) {
     std::string text;
     std::string error;
     ASSERT_TRUE(host::readWholeFile(FLUKO_SOURCE_DIR "/examples/all-steps.xml", text, &error)) << error;
-    host::ProgramFile program;
-    ASSERT_TRUE(host::parseProgram(text, program, error)) << error;
+    stephost::ProgramFile program;
+    ASSERT_TRUE(stephost::parseProgram(text, program, error)) << error;
     for (host::OperatorAction& action : program.operatorScript) action.delayMs = 0;
     const std::atomic<bool> interrupted{false};
     for (const Mode& mode : kModes) {
         SCOPED_TRACE(mode.name);
         {
             host::Hostility hostile(mode.modes, mode.strikes);
-            host::ProgramRunner runner(CreateFunction, nullptr, components.get());
+            stephost::ProgramRunner runner(CreateFunction, nullptr, components.get());
             const bool built = runner.build(program, error);
             const bool friendly = mode.modes == Hostile::None;
             EXPECT_TRUE(built || !friendly) << error;
@@ -412,10 +412,10 @@ TEST_F(HostileHost, TheProgramOfEveryStepUnderEveryMode) {
                 EXPECT_TRUE(result == 0 || !friendly) << result;
                 const std::string xml = runner.saveXml();
                 const std::string folder = runner.saveFolder();
-                host::ProgramRunner xmlCopy(CreateFunction, nullptr, components.get());
+                stephost::ProgramRunner xmlCopy(CreateFunction, nullptr, components.get());
                 const bool xmlLoaded = xmlCopy.build(program, error) && xmlCopy.loadXml(xml, error);
                 EXPECT_TRUE(xmlLoaded || !friendly) << error;
-                host::ProgramRunner folderCopy(CreateFunction, nullptr, components.get());
+                stephost::ProgramRunner folderCopy(CreateFunction, nullptr, components.get());
                 const bool folderLoaded = folderCopy.build(program, error) && folderCopy.loadFolder(folder, error);
                 EXPECT_TRUE(folderLoaded || !friendly) << error;
                 if (friendly && xmlLoaded) {

@@ -1,11 +1,16 @@
 // The simulated operator: scripted answers by kind and in order, delays, and
-// the person at a terminal.
+// stephost's person at a terminal answering in the script's place.
 #include "host/Operator.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <mutex>
+#include <thread>
+
+#include "stephost/TerminalOperator.h"
 
 namespace {
 
@@ -26,31 +31,63 @@ TEST(Operator, AnswersFromTheScriptByKindInOrderAfterTheirDelays) {
     EXPECT_EQ(person.pending(), 0u);
 }
 
-TEST(Operator, AtTheTerminalEachQuestionIsALine) {
-    std::FILE* in = std::tmpfile();
-    std::FILE* out = std::tmpfile();
-    ASSERT_TRUE(in && out);
-    std::fputs("yes\r\n/data/batch.csv\n", in);
-    std::rewind(in);
+// One question at a time on lines of its own, each answered by its own line:
+// an answer the window does not take is asked for again, Enter is an empty
+// answer, and a question closed while it waits takes no line, which the next
+// question gets.
+TEST(Operator, AtTheTerminalEachQuestionGetsItsOwnLinesAndItsOwnAnswer) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const auto type = [&](const std::string& text) {
+        ASSERT_EQ(write(ends[1], text.data(), text.size()), ssize_t(text.size()));
+    };
+    std::string shown;
+    std::mutex shownMutex;
+    stephost::TerminalOperator terminal(ends[0], [&](const std::string& text) {
+        std::lock_guard<std::mutex> lock(shownMutex);
+        shown += text;
+    });
     host::Operator& person = host::Operator::current();
     person.script({{"confirm", L"scripted", 0, 1}});
-    person.setTerminal(in, out);
-    std::wstring reply;
-    ASSERT_TRUE(person.answer("confirm", L"Start the pump?", reply));
-    EXPECT_EQ(reply, L"yes");
-    ASSERT_TRUE(person.answer("file", L"Save as", reply));
-    EXPECT_EQ(reply, L"/data/batch.csv");
-    EXPECT_FALSE(person.answer("keyboard", L"Name", reply)) << "the terminal closed";
-    person.setTerminal(nullptr, nullptr);
+    person.setAnswerer(&terminal);
 
-    std::rewind(out);
-    char shown[256] = {};
-    std::fgets(shown, sizeof shown, out);
-    EXPECT_EQ(std::string(shown).rfind("[confirm] Start the pump? > ", 0), 0u);
+    host::OperatorQuestion confirm = host::OperatorQuestion::confirmation(L"Start the pump?", 0x4001);
+    confirm.step = 3;
+    type("maybe\r\nYes\n\n");
+    std::wstring reply;
+    ASSERT_TRUE(person.answer(confirm, reply));
+    EXPECT_EQ(reply, L"Yes");
+    host::OperatorQuestion batch = host::OperatorQuestion::keyboard(L"Batch number", L"0", 0x8000003);
+    batch.step = 4;
+    ASSERT_TRUE(person.answer(batch, reply));
+    EXPECT_EQ(reply, L"") << "Enter";
+
+    host::OperatorQuestion late = host::OperatorQuestion::confirmation(L"Stop?", 0x1001);
+    late.step = 5;
+    std::thread timeOut([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        late.close("the step timed out");
+    });
+    EXPECT_FALSE(person.answer(late, reply)) << "closed before any line came";
+    timeOut.join();
+    type("Ada\n");
+    host::OperatorQuestion name = host::OperatorQuestion::keyboard(L"Name", L"", 0x8000006);
+    ASSERT_TRUE(person.answer(name, reply));
+    EXPECT_EQ(reply, L"Ada") << "the line typed after the close goes to the next question";
+    close(ends[1]);
+    EXPECT_FALSE(person.answer(name, reply)) << "the terminal closed";
+    person.setAnswerer(nullptr);
+    close(ends[0]);
+
+    for (const char* line :
+         {"? step 3 asks (confirm): Start the pump?\n  answer yes or no (or a response code); Enter: yes\n",
+          "  \"maybe\" is not an answer here: yes or no (or a response code), please\n",
+          "? step 4 asks (keyboard): Batch number [now \"0\"]\n  answer a whole number; Enter: keeps \"0\"\n",
+          "? step 5's question (confirm) is closed: the step timed out\n"}) {
+        EXPECT_NE(shown.find(line), std::string::npos) << line << "\n" << shown;
+    }
     EXPECT_EQ(person.pending(), 1u) << "the script waits while the terminal answers";
     person.script({});
-    std::fclose(in);
-    std::fclose(out);
 }
 
 }  // namespace

@@ -79,9 +79,16 @@ plugin=$root/usr/lib/flukokzad
 examples=$root/usr/share/flukokzad/examples
 for f in "$plugin/stephost" "$plugin/_binlinux/Flukokzad.so" "$plugin/_binlinux/CollectionsEx.so" \
          "$examples/demo.xml" "$examples/all-steps.xml" "$root/usr/share/doc/flukokzad/README.md" \
-         "$root/usr/share/doc/flukokzad/copyright" "$root/usr/share/man/man1/stephost.1.gz"; do
+         "$root/usr/share/doc/flukokzad/steps.md" "$root/usr/share/doc/flukokzad/copyright" \
+         "$root/usr/share/man/man1/stephost.1.gz"; do
     [ -f "$f" ] || fail "${f#"$root"} is not in the package"
 done
+# The installed README and manual page name the installed paths, not the build tree's.
+readme=$root/usr/share/doc/flukokzad/README.md
+! grep -q "build/native/stephost" "$readme" || fail "the installed README names build/native/stephost"
+grep -q "stephost run /usr/share/flukokzad/examples/demo.xml" "$readme" || fail "the installed README names no installed example"
+zcat "$root/usr/share/man/man1/stephost.1.gz" | grep -q "/usr/share/doc/flukokzad/steps.md" ||
+    fail "the manual page does not name the installed step reference"
 [ "$(readlink "$root/usr/bin/stephost")" = ../lib/flukokzad/stephost ] ||
     fail "/usr/bin/stephost links to '$(readlink "$root/usr/bin/stephost")'"
 
@@ -104,7 +111,7 @@ output=$(cd "$plugin" && "$@" ./stephost run "$demo" 2>&1) || fail "stephost run
 echo "$output" | grep -q "$demo_title" || fail "stephost run printed: $output"
 output=$(cd "$plugin" && "$@" ./stephost check "$examples/all-steps.xml" 2>&1) ||
     fail "stephost check in the plug-in folder: $output"
-[ "$(echo "$output" | grep -c "identical after reloading")" = 2 ] || fail "stephost check printed: $output"
+[ "$(echo "$output" | grep -c "identical after reloading")" = 3 ] || fail "stephost check printed: $output"
 ok "the installed stephost runs and checks the installed examples in the plug-in folder"
 
 # From any other folder: the module named with --module, and through the

@@ -7,9 +7,9 @@
 
 #include "host/Activation.h"
 #include "host/Buttons.h"
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/Variants.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -17,10 +17,10 @@ namespace {
 using ProgramButtons = HostTest;
 
 SmartPtr<IUnknown> declare(const std::string& element, std::string& error) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     const std::string text = "<program name=\"p\">\n<objects>\n" + element + "</objects>\n</program>\n";
-    if (!host::parseProgram(text, program, error) || program.objects.empty()) return nullptr;
-    return host::makeProgramObject(program.objects.front(), nullptr, error);
+    if (!stephost::parseProgram(text, program, error) || program.objects.empty()) return nullptr;
+    return stephost::makeProgramObject(program.objects.front(), nullptr, error);
 }
 
 TEST_F(ProgramButtons, ASetAnswersWhatItsRoleOffersAndItsButtonsKeepTheirAttributes) {

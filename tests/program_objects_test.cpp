@@ -5,27 +5,27 @@
 
 #include <string>
 
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
 #include "host/Windows.h"
 #include "host/Workspace.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 #include "support/HostTest.h"
 
 namespace {
 
 using ProgramObjects = HostTest;
 
-bool read(const std::string& objects, host::ProgramFile& program, std::string& error) {
+bool read(const std::string& objects, stephost::ProgramFile& program, std::string& error) {
     const std::string text = "<program name=\"p\">\n<objects>\n" + objects + "</objects>\n</program>\n";
-    return host::parseProgram(text, program, error);
+    return stephost::parseProgram(text, program, error);
 }
 
-SmartPtr<host::SuperCollection> build(const host::ProgramFile& program, std::string& error) {
+SmartPtr<host::SuperCollection> build(const stephost::ProgramFile& program, std::string& error) {
     SmartPtr<host::SuperCollection> made = host::make<host::SuperCollection>();
-    for (const host::ProgramObject& object : program.objects) {
-        SmartPtr<IUnknown> one = host::makeProgramObject(object, made.get(), error);
+    for (const stephost::ProgramObject& object : program.objects) {
+        SmartPtr<IUnknown> one = stephost::makeProgramObject(object, made.get(), error);
         if (!one) return nullptr;
         made->Add(host::makeString(object.name).get(), one.get(), nullptr, 0);
     }
@@ -33,7 +33,7 @@ SmartPtr<host::SuperCollection> build(const host::ProgramFile& program, std::str
 }
 
 TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     std::string error;
     ASSERT_TRUE(
         read("<refreshable name=\"Plot\"/>\n"
@@ -61,7 +61,7 @@ TEST_F(ProgramObjects, AWindowHostsAnObjectDeclaredBeforeItAndKeepsItsArea) {
 }
 
 TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     std::string error;
     ASSERT_TRUE(
         read("<workspace name=\"Desk\" left=\"10\" top=\"20\" width=\"800\" height=\"600\">\n"
@@ -88,7 +88,7 @@ TEST_F(ProgramObjects, AWorkspaceHoldsItsWindowsByName) {
 
     for (const char* objects : {"<workspace name=\"W\">\n<object name=\"NotAWindow\"/>\n</workspace>\n",
                                 "<workspace name=\"W\" left=\"100\" width=\"-50\"/>\n"}) {
-        host::ProgramFile refused;
+        stephost::ProgramFile refused;
         ASSERT_TRUE(read(objects, refused, error)) << error;
         EXPECT_FALSE(build(refused, error)) << objects;
         EXPECT_EQ(error.rfind("line ", 0), 0u) << error;
@@ -104,7 +104,7 @@ TEST_F(ProgramObjects, BadDeclarationsAreRefusedWithTheirLine) {
         {"<window name=\"W\">\n<teapot/>\n</window>\n", "line 4: unknown kind of object <teapot>"},
     };
     for (const Case& c : cases) {
-        host::ProgramFile program;
+        stephost::ProgramFile program;
         std::string error;
         EXPECT_FALSE(read(c.objects, program, error)) << c.objects;
         EXPECT_EQ(error, c.message) << c.objects;
@@ -112,7 +112,7 @@ TEST_F(ProgramObjects, BadDeclarationsAreRefusedWithTheirLine) {
     // Read, but not made: a name that is not declared before, an area that is no number.
     for (const char* objects :
          {"<window name=\"W\" hosts=\"Later\"/>\n<object name=\"Later\"/>\n", "<window name=\"W\" left=\"ten\"/>\n"}) {
-        host::ProgramFile program;
+        stephost::ProgramFile program;
         std::string error;
         ASSERT_TRUE(read(objects, program, error)) << error;
         EXPECT_FALSE(build(program, error)) << objects;

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/Properties.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 #include "support/HostTest.h"
 #include "support/PropertyObjects.h"
 
@@ -16,13 +16,13 @@ namespace {
 using ProgramProperties = HostTest;
 
 SmartPtr<IUnknown> declare(const std::string& elements, std::string& error) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     const std::string text = "<program name=\"p\">\n<objects>\n" + elements + "</objects>\n</program>\n";
-    if (!host::parseProgram(text, program, error) || program.objects.empty()) return nullptr;
+    if (!stephost::parseProgram(text, program, error) || program.objects.empty()) return nullptr;
     SmartPtr<host::SuperCollection> made = host::make<host::SuperCollection>();
     SmartPtr<IUnknown> last;
-    for (const host::ProgramObject& object : program.objects) {
-        last = host::makeProgramObject(object, made.get(), error);
+    for (const stephost::ProgramObject& object : program.objects) {
+        last = stephost::makeProgramObject(object, made.get(), error);
         if (!last) return nullptr;
         made->Add(host::makeString(object.name).get(), last.get(), nullptr, 0);
     }

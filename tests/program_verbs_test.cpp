@@ -5,10 +5,10 @@
 #include <string>
 
 #include "host/FolderStream.h"
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -16,11 +16,11 @@ namespace {
 using ProgramVerbs = HostTest;
 
 SmartPtr<IUnknown> makeFrom(const std::string& element, std::string& error) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     const std::string text = "<program name=\"p\">\n<objects>\n" + element + "</objects>\n</program>\n";
-    if (!host::parseProgram(text, program, error)) return nullptr;
+    if (!stephost::parseProgram(text, program, error)) return nullptr;
     SmartPtr<host::SuperCollection> made = host::make<host::SuperCollection>();
-    return host::makeProgramObject(program.objects.at(0), made.get(), error);
+    return stephost::makeProgramObject(program.objects.at(0), made.get(), error);
 }
 
 }  // namespace

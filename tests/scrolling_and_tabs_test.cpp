@@ -5,11 +5,11 @@
 
 #include <string>
 
-#include "host/ProgramObjects.h"
-#include "host/ProgramReader.h"
 #include "host/Scrolling.h"
 #include "host/Tabs.h"
 #include "host/Variants.h"
+#include "stephost/ProgramObjects.h"
+#include "stephost/ProgramReader.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -18,11 +18,11 @@ using ScrollingAndTabs = HostTest;
 
 // The one object the text declares, made; null with `error` otherwise.
 SmartPtr<IUnknown> declare(const std::string& object, std::string& error) {
-    host::ProgramFile program;
+    stephost::ProgramFile program;
     const std::string text = "<program name=\"p\">\n<objects>\n" + object + "</objects>\n</program>\n";
-    if (!host::parseProgram(text, program, error)) return nullptr;
+    if (!stephost::parseProgram(text, program, error)) return nullptr;
     SmartPtr<host::SuperCollection> made = host::make<host::SuperCollection>();
-    return host::makeProgramObject(program.objects.at(0), made.get(), error);
+    return stephost::makeProgramObject(program.objects.at(0), made.get(), error);
 }
 
 std::wstring nameAt(ITabCollection* tabs, int32_t index) {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/JsonLines.h"
+#include "stephost/JsonLines.h"
 #include "support/StepHost.h"
 
 namespace {
@@ -32,7 +32,7 @@ std::vector<json> eventsOf(const std::string& trace) {
 }
 
 std::vector<json> jsonTrace(const std::string& program) {
-    const ProcessRun run = stephost({"run", "--trace", "json", program}, FLUKO_BINARY_DIR, false);
+    const ProcessRun run = runStephost({"run", "--trace", "json", program}, FLUKO_BINARY_DIR, false);
     EXPECT_LE(run.status, 1) << run.output;
     return eventsOf(run.output);
 }
@@ -95,7 +95,7 @@ TEST(StepHostTrace, TheDemonstrationsEventsComeInTheOrderTheyHappened) {
                          "answer 3 confirm yes\n"
                          "step-end 3 0x00000000 S_OK\n"
                          "step-start 4 GCUIInput\n"
-                         "question 4 keyboard 0\n"
+                         "question 4 keyboard Batch number\n"
                          "answer 4 keyboard 4711\n"
                          "step-end 4 0x00000000 S_OK\n"),
               std::string::npos)
@@ -128,7 +128,7 @@ TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
         "<program>\n<steps>\n<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n"
         "<step class=\"GCUIConfirm\"><parameter name=\"Message\">Anyone?</parameter>"
         "<parameter name=\"TimeOut\">1</parameter></step>\n</steps>\n</program>\n");
-    const ProcessRun run = stephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
+    const ProcessRun run = runStephost({"--trace", "json", "run", program.path()}, FLUKO_BINARY_DIR, false);
     EXPECT_EQ(run.status, 1) << run.output;
     const std::vector<json> events = eventsOf(run.output);
     const std::string story = outline(events, {"step-end", "question", "answer"});
@@ -143,6 +143,47 @@ TEST(StepHostTrace, AFailingStepAndAnUnansweredQuestionAreTold) {
     ASSERT_FALSE(events.empty());
     EXPECT_EQ(events.back().at("failures"), 1);
     EXPECT_EQ(events.back().at("succeeded"), false);
+}
+
+// Each event carries the step that caused it, whenever it comes: an answer
+// to step 1 that comes while step 2 runs is step 1's, and so is what it
+// writes; lines carry the time since the program started and the run's name;
+// a failed step says what the host knows of why.
+TEST(StepHostTrace, EveryEventCarriesItsOwnStepItsTimeAndTheRun) {
+    TemporaryFile program(
+        "<program name=\"late\">\n<steps>\n"
+        "<step class=\"GCUIInput\" title=\"ask, do not wait\"><parameter name=\"Caption\">Batch</parameter></step>\n"
+        "<step class=\"GCUIConfirm\" title=\"wait a second\"><parameter name=\"TimeOut\">1</parameter></step>\n"
+        "<step class=\"GCUIRefresh\" title=\"nothing bound\"/>\n</steps>\n"
+        "<operator><keyboard delay=\"300\">4711</keyboard></operator>\n</program>\n");
+    const std::vector<json> events = jsonTrace(program.path());
+    ASSERT_GE(events.size(), 4u);
+    const std::string run = events.front().at("run");
+    EXPECT_EQ(run.size(), 16u);
+    for (const json& event : events) {
+        EXPECT_TRUE(event.contains("step") && event.at("t").is_number() && event.at("t") >= 0) << event;
+        EXPECT_EQ(event.at("run"), run) << event;
+    }
+    EXPECT_TRUE(events.front().at("step").is_null() && events.back().at("step").is_null());
+    const std::string story = outline(events, {"step-start", "answer", "parameter", "step-end"});
+    EXPECT_NE(story.find("step-start 2 GCUIConfirm\nanswer 2 confirm\nanswer 1 keyboard 4711\n"), std::string::npos)
+        << story;
+    EXPECT_NE(story.find("parameter 1 text Input\nparameter 1 integer ReturnCode\nstep-end 2"), std::string::npos)
+        << story;
+    double waited = 0;
+    for (const json& event : events) {
+        if (event.at("event") == "step-end" && event.at("step") == 2) waited = event.at("t");
+        if (event.at("event") == "step-end" && event.at("step") == 3) {
+            EXPECT_EQ(event.at("why"), "input RefreshableObject is bound to nothing") << event;
+        }
+    }
+    EXPECT_GE(waited, 900.0) << "the time-out of a second is on the timeline";
+    const ProcessRun human = runStephost({"run", program.path()});
+    for (const char* line : {"  2  GCUIConfirm        wait a second\n", "(step 1) operator answers (keyboard): 4711\n",
+                             "(step 1) wrote Input = \"4711\"\n", "failed (0x80004005), "}) {
+        EXPECT_NE(human.output.find(line), std::string::npos) << line << "\n" << human.output;
+    }
+    EXPECT_NE(human.output.find(": input RefreshableObject is bound to nothing\n"), std::string::npos) << human.output;
 }
 
 // Quotes, backslashes, control characters, any script, and bytes that are not
@@ -188,10 +229,10 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
         {"\x80z\xFF", "\"\\ufffdz\\ufffd\""},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(host::jsonString(c.text), c.written);
-        EXPECT_NO_THROW(json::parse(host::jsonString(c.text))) << c.written;
+        EXPECT_EQ(stephost::jsonString(c.text), c.written);
+        EXPECT_NO_THROW(json::parse(stephost::jsonString(c.text))) << c.written;
     }
-    const std::string line = host::JsonObject()
+    const std::string line = stephost::JsonObject()
                                  .text("t", "x")
                                  .integer("i", -9007199254740993LL)
                                  .number("r", 0.1)
@@ -204,7 +245,7 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
     const json parsed = json::parse(line);
     EXPECT_EQ(parsed.at("i").get<int64_t>(), -9007199254740993LL);
     EXPECT_EQ(parsed.at("r").get<double>(), 0.1);
-    EXPECT_EQ(json::parse(host::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
+    EXPECT_EQ(json::parse(stephost::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
 }
 
 }  // namespace

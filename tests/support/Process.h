@@ -20,9 +20,11 @@ struct ProcessRun {
 };
 
 // program and its arguments, run in directory with the environment of this
-// process plus extraEnvironment ("NAME=value" entries).
+// process plus extraEnvironment ("NAME=value" entries); its standard input is
+// the file `input` names, when one does.
 inline ProcessRun runProcess(const std::vector<std::string>& command, const std::string& directory,
-                             const std::vector<std::string>& extraEnvironment = {}, bool withErrors = true) {
+                             const std::vector<std::string>& extraEnvironment = {}, bool withErrors = true,
+                             const std::string& input = "") {
     std::vector<std::string> arguments;
     std::istringstream emulator(FLUKO_EMULATOR);
     for (std::string word; emulator >> word;) arguments.push_back(word);
@@ -43,6 +45,7 @@ inline ProcessRun runProcess(const std::vector<std::string>& command, const std:
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
     if (withErrors) posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDERR_FILENO);
+    if (!input.empty()) posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, input.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     pid_t child = -1;
     const int spawned = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), envp.data());

@@ -13,12 +13,13 @@
 #include "support/Process.h"
 
 // stephost of the build with these words, run in directory (the build folder
-// unless told otherwise); standard error is collected too unless withErrors is false.
-inline ProcessRun stephost(const std::vector<std::string>& words, const std::string& directory = FLUKO_BINARY_DIR,
-                           bool withErrors = true) {
+// unless told otherwise); standard error is collected too unless withErrors is
+// false; standard input is the file `input` names, when one does.
+inline ProcessRun runStephost(const std::vector<std::string>& words, const std::string& directory = FLUKO_BINARY_DIR,
+                              bool withErrors = true, const std::string& input = "") {
     std::vector<std::string> command = {std::string(FLUKO_BINARY_DIR) + "/stephost"};
     command.insert(command.end(), words.begin(), words.end());
-    return runProcess(command, directory, {}, withErrors);
+    return runProcess(command, directory, {}, withErrors, input);
 }
 
 inline std::string example(const std::string& name) { return std::string(FLUKO_SOURCE_DIR) + "/examples/" + name; }

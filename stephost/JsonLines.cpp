@@ -1,10 +1,10 @@
-#include "host/JsonLines.h"
+#include "stephost/JsonLines.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
-namespace host {
+namespace stephost {
 
 namespace {
 
@@ -100,4 +100,4 @@ JsonObject& JsonObject::boolean(const char* name, bool value) { return member(na
 
 JsonObject& JsonObject::null(const char* name) { return member(name, "null"); }
 
-}  // namespace host
+}  // namespace stephost

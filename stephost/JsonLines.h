@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-namespace host {
+namespace stephost {
 
 // text as a JSON string, quotes included: quotes, backslashes and control
 // characters escaped, well-formed UTF-8 kept as it is.
@@ -31,4 +31,4 @@ private:
     std::string m_Members;
 };
 
-}  // namespace host
+}  // namespace stephost

@@ -1,4 +1,4 @@
-#include "host/ProgramReader.h"
+#include "stephost/ProgramReader.h"
 
 #include <tinyxml2.h>
 
@@ -9,25 +9,16 @@
 #include <unordered_set>
 
 #include "host/Files.h"
-#include "host/ProgramObjects.h"
 #include "host/Variants.h"
+#include "stephost/ProgramObjects.h"
 
-namespace host {
+namespace stephost {
 
 namespace {
 
 std::wstring attribute(const tinyxml2::XMLElement* element, const char* name) {
     const char* value = element->Attribute(name);
-    return value ? widen(value) : std::wstring();
-}
-
-bool integerOf(const std::wstring& text, int32_t& value) {
-    if (text.empty()) return false;
-    wchar_t* end = nullptr;
-    const long long parsed = std::wcstoll(text.c_str(), &end, 10);
-    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
-    value = static_cast<int32_t>(parsed);
-    return true;
+    return value ? host::widen(value) : std::wstring();
 }
 
 // "line 3: not well-formed XML: an element is not closed, or its end tag names another".
@@ -111,29 +102,51 @@ bool checkAttributeCounts(const std::string& text, std::string& error) {
     return true;
 }
 
+// Each attribute of the element that is none of `known` (space-separated) is
+// a problem: a misspelt one would otherwise be dropped without a word.
+void checkAttributes(const tinyxml2::XMLElement* element, const std::string& known,
+                     std::vector<ProgramProblem>& problems) {
+    std::vector<std::string> names;
+    for (size_t at = 0; at < known.size();) {
+        const size_t end = std::min(known.find(' ', at), known.size());
+        if (end > at) names.push_back(known.substr(at, end - at));
+        at = end + 1;
+    }
+    for (const tinyxml2::XMLAttribute* a = element->FirstAttribute(); a; a = a->Next()) {
+        if (std::find(names.begin(), names.end(), a->Name()) != names.end()) continue;
+        problems.push_back(
+            {element->GetLineNum(),
+             "<" + shown(element->Name()) + "> has no attribute \"" + shown(a->Name()) + "\"; " +
+                 (names.empty() ? std::string("it takes none") : "it takes " + nearestFirst(a->Name(), names))});
+    }
+}
+
 // An object with its attributes and the elements inside it, each of a kind
 // the simulated host knows.
-bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std::string& error, int depth = 0) {
+bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std::string& error,
+                 std::vector<ProgramProblem>& problems, int depth = 0) {
     object.kind = element->Name();
     object.line = element->GetLineNum();
-    if (!findObjectKind(object.kind)) {
+    const ObjectKind* kind = findObjectKind(object.kind);
+    if (!kind) {
         error = programError(object.line, "unknown kind of object <" + shown(object.kind) + ">");
         return false;
     }
+    checkAttributes(element, std::string("name ") + kind->attributes, problems);
     if (depth > 16) {
         error = programError(object.line, "objects nest at most 16 deep");
         return false;
     }
     for (const tinyxml2::XMLAttribute* a = element->FirstAttribute(); a; a = a->Next()) {
         if (std::strcmp(a->Name(), "name") == 0) {
-            object.name = widen(a->Value());
+            object.name = host::widen(a->Value());
         } else {
-            object.attributes.emplace_back(a->Name(), widen(a->Value()));
+            object.attributes.emplace_back(a->Name(), host::widen(a->Value()));
         }
     }
     for (const tinyxml2::XMLElement* child = element->FirstChildElement(); child; child = child->NextSiblingElement()) {
         ProgramObject inner;
-        if (!parseObject(child, inner, error, depth + 1)) return false;
+        if (!parseObject(child, inner, error, problems, depth + 1)) return false;
         object.children.push_back(std::move(inner));
     }
     return true;
@@ -141,8 +154,10 @@ bool parseObject(const tinyxml2::XMLElement* element, ProgramObject& object, std
 
 constexpr size_t kMostParameters = 1000;
 
-bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error) {
+bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::string& error,
+               std::vector<ProgramProblem>& problems) {
     step.line = element->GetLineNum();
+    checkAttributes(element, "class title", problems);
     step.className = attribute(element, "class");
     step.title = attribute(element, "title");
     if (step.className.empty()) {
@@ -153,7 +168,9 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
         const std::string kind = child->Name();
         const int line = child->GetLineNum();
         if (kind == "parameter") {
-            ProgramSetting setting{attribute(child, "name"), widen(child->GetText() ? child->GetText() : ""), line};
+            checkAttributes(child, "name", problems);
+            ProgramSetting setting{attribute(child, "name"), host::widen(child->GetText() ? child->GetText() : ""),
+                                   line};
             if (!child->Attribute("name")) {
                 error = programError(line, "a parameter needs a name");
                 return false;
@@ -166,6 +183,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
             }
             step.parameters.push_back(setting);
         } else if (kind == "input") {
+            checkAttributes(child, "name object item index", problems);
             ProgramBinding binding;
             binding.line = line;
             binding.input = attribute(child, "name");
@@ -178,7 +196,7 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
                 binding.itemName = attribute(child, "item");
                 binding.hasItemName = true;
             }
-            if (child->Attribute("index") && !integerOf(attribute(child, "index"), binding.itemIndex)) {
+            if (child->Attribute("index") && !wholeNumber(attribute(child, "index"), binding.itemIndex)) {
                 error = programError(line, "the index is not a whole number");
                 return false;
             }
@@ -195,22 +213,28 @@ bool parseStep(const tinyxml2::XMLElement* element, ProgramStep& step, std::stri
 
 SmartPtr<IVariant> programValue(const std::wstring& text) {
     int32_t integer = 0;
-    if (integerOf(text, integer)) return makeVariant(integer);
+    if (wholeNumber(text, integer)) return host::makeVariant(integer);
     if (!text.empty()) {
         wchar_t* end = nullptr;
         const double real = std::wcstod(text.c_str(), &end);
         if (*end == L'\0' && (text.find(L'.') != std::wstring::npos || text.find(L'e') != std::wstring::npos)) {
-            return makeVariant(real);
+            return host::makeVariant(real);
         }
     }
-    return makeVariant(text);
+    return host::makeVariant(text);
 }
 
 bool parseProgram(const std::string& text, ProgramFile& program, std::string& error) {
     int encodingLine = 1;
-    const std::string encoding = encodingProblem(text, encodingLine);
+    const std::string encoding = host::encodingProblem(text, encodingLine);
     if (!encoding.empty()) {
         error = programError(encodingLine, encoding);
+        return false;
+    }
+    if (text.compare(0, 14, "folder-stream ") == 0) {
+        error = programError(1,
+                             "this is the folder stream save --folder writes, not a program file; give it with "
+                             "--from-folder beside the program file whose objects it binds");
         return false;
     }
     if (!checkAttributeCounts(text, error)) return false;
@@ -220,28 +244,37 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
         return false;
     }
     const tinyxml2::XMLElement* root = document.RootElement();
+    if (root && std::strcmp(root->Name(), "Program") == 0) {
+        error = programError(root->GetLineNum(),
+                             "the root element is <program>; this <Program> is the steps save --xml writes: give it "
+                             "with --from-xml beside the program file whose objects it binds");
+        return false;
+    }
     if (!root || std::strcmp(root->Name(), "program") != 0) {
         error = programError(root ? root->GetLineNum() : 1, "the root element is <program>");
         return false;
     }
     program = ProgramFile();
     program.name = attribute(root, "name");
+    checkAttributes(root, "name", program.problems);
     std::unordered_set<std::wstring> objectNames;
     for (const tinyxml2::XMLElement* section = root->FirstChildElement(); section;
          section = section->NextSiblingElement()) {
         const std::string name = section->Name();
+        checkAttributes(section, "", program.problems);
         for (const tinyxml2::XMLElement* item = section->FirstChildElement(); item; item = item->NextSiblingElement()) {
             const std::string kind = item->Name();
             const int line = item->GetLineNum();
             if (name == "objects") {
                 ProgramObject object;
-                if (!parseObject(item, object, error)) return false;
+                if (!parseObject(item, object, error, program.problems)) return false;
                 if (object.name.empty()) {
                     error = programError(line, "an object needs a name");
                     return false;
                 }
                 if (!objectNames.insert(object.name).second) {
-                    error = programError(line, "an object named \"" + shown(narrow(object.name)) + "\" exists already");
+                    error = programError(line,
+                                         "an object named \"" + shown(host::narrow(object.name)) + "\" exists already");
                     return false;
                 }
                 program.objects.push_back(object);
@@ -251,31 +284,36 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
                     return false;
                 }
                 ProgramStep step;
-                if (!parseStep(item, step, error)) return false;
+                if (!parseStep(item, step, error, program.problems)) return false;
                 program.steps.push_back(step);
             } else if (name == "operator") {
                 if (kind != "confirm" && kind != "keyboard" && kind != "file" && kind != "editor") {
-                    error = programError(line, "the operator answers with <confirm>, <keyboard>, <file> or <editor>");
+                    error = programError(line, "<" + shown(kind) +
+                                                   "> is no answer; the operator answers with <confirm>, <keyboard>, "
+                                                   "<file> or <editor>");
                     return false;
                 }
-                OperatorAction action{kind, widen(item->GetText() ? item->GetText() : ""), 0, line};
+                checkAttributes(item, "delay", program.problems);
+                host::OperatorAction action{kind, host::widen(item->GetText() ? item->GetText() : ""), 0, line};
                 if (item->Attribute("delay") &&
-                    (!integerOf(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
+                    (!wholeNumber(attribute(item, "delay"), action.delayMs) || action.delayMs < 0)) {
                     error = programError(line, "the delay is a number of milliseconds");
                     return false;
                 }
                 program.operatorScript.push_back(action);
             } else {
-                error = programError(section->GetLineNum(), "unknown section <" + shown(name) + ">");
+                error = programError(section->GetLineNum(), "unknown section <" + shown(name) +
+                                                                ">; a program holds <objects>, <steps> and <operator>");
                 return false;
             }
         }
         if (name != "objects" && name != "steps" && name != "operator") {
-            error = programError(section->GetLineNum(), "unknown section <" + shown(name) + ">");
+            error = programError(section->GetLineNum(), "unknown section <" + shown(name) +
+                                                            ">; a program holds <objects>, <steps> and <operator>");
             return false;
         }
     }
     return true;
 }
 
-}  // namespace host
+}  // namespace stephost

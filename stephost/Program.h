@@ -4,14 +4,17 @@
 #pragma once
 
 #include <cstdint>
+#include <cwchar>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace host {
+#include "host/Operator.h"
+
+namespace stephost {
 
 // One object of the simulated host as the file declares it: its kind (an
-// element name that host/ProgramObjects.cpp knows), its name, its other
+// element name that stephost/ProgramObjects.cpp knows), its name, its other
 // attributes in order, and the elements inside it (the buttons of a button
 // set, the tabs of a tab set), read the same way.
 struct ProgramObject {
@@ -34,6 +37,11 @@ struct ProgramSetting {
     std::wstring name;
     std::wstring value;
     int line = 0;
+    // How the checker read the value: as written (a number when it reads as
+    // one, else text), as text whatever it reads as, or as `index` (a choice
+    // given by its name, a verb by its name).
+    enum class As { Written, Text, Index } as = As::Written;
+    int32_t index = 0;
 };
 
 struct ProgramBinding {
@@ -53,20 +61,35 @@ struct ProgramStep {
     int line = 0;
 };
 
-// One scripted answer of the operator, consumed by the steps that ask.
-struct OperatorAction {
-    std::string kind;  // "confirm", "keyboard", "file" or "editor"
-    std::wstring value;
-    int32_t delayMs = 0;
+// Something wrong with a program file: "what is wrong; what would be right".
+// A warning is something a program may mean (a button its object lacks, to
+// test the step without one); --strict makes it an error.
+struct ProgramProblem {
     int line = 0;
+    std::string text;
+    bool warning = false;
 };
 
 struct ProgramFile {
     std::wstring name;
     std::vector<ProgramObject> objects;
     std::vector<ProgramStep> steps;
-    std::vector<OperatorAction> operatorScript;
+    std::vector<host::OperatorAction> operatorScript;
+    // Found while it was read and checked; the reader stops at the first
+    // that leaves it unreadable, the checker goes on to the end.
+    std::vector<ProgramProblem> problems;
 };
+
+// A whole number that is the whole text and fits 32 bits; base 0 reads
+// "0x43" too. False, with `value` untouched, for anything else.
+inline bool wholeNumber(const std::wstring& text, int32_t& value, int base = 10) {
+    if (text.empty()) return false;
+    wchar_t* end = nullptr;
+    const long long parsed = std::wcstoll(text.c_str(), &end, base);
+    if (*end != L'\0' || parsed < INT32_MIN || parsed > INT32_MAX) return false;
+    value = static_cast<int32_t>(parsed);
+    return true;
+}
 
 // "line N: why", the form of every message about a program file; the
 // reference host turns it into "file:N: why".
@@ -86,4 +109,8 @@ inline std::string shown(const std::string& utf8) {
     return utf8;
 }
 
-}  // namespace host
+// The candidates, nearest to `wrong` first (the fewest letters to change,
+// case ignored), joined with ", "; after `most` of them, "...".
+std::string nearestFirst(const std::string& wrong, std::vector<std::string> candidates, size_t most = 12);
+
+}  // namespace stephost

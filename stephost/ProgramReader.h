@@ -5,9 +5,9 @@
 #include <string>
 
 #include "host/HostObject.h"
-#include "host/Program.h"
+#include "stephost/Program.h"
 
-namespace host {
+namespace stephost {
 
 // False with "line N: why" in error for a text that is not a program file.
 // Step classes, parameter and input names are checked when it is built.
@@ -16,4 +16,4 @@ bool parseProgram(const std::string& text, ProgramFile& program, std::string& er
 // A program file's value: a whole number, a decimal number, or text.
 SmartPtr<IVariant> programValue(const std::wstring& text);
 
-}  // namespace host
+}  // namespace stephost
