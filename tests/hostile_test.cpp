@@ -354,6 +354,12 @@ TEST_F(HostileHost, EveryOperationOfEveryStepUnderEveryMode) {
     }
 }
 
+#ifdef __SANITIZE_THREAD__
+constexpr int32_t kRaceCheckerStride = 3;
+#else
+constexpr int32_t kRaceCheckerStride = 1;
+#endif
+
 // One failure alone at each lookup a step's whole life makes, one after the
 // other: every failure path of every step, each in a run of its own.
 TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
@@ -364,11 +370,13 @@ TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
             restartModule();
             const int64_t lookups = everyOperation(className, Mode{"counting", kind, {INT_MAX, 0}});
             EXPECT_GT(lookups, 0);
-            // Under the memory checker (FLUKO_STRESS_DIVISOR) and in an
-            // emulated build, every n-th lookup only.
+            // Under the memory checker (FLUKO_STRESS_DIVISOR), in an emulated
+            // build and under the race checker (which looks for races, not
+            // failure paths: the other builds walk every one), every n-th
+            // lookup only.
             const char* divisor = std::getenv("FLUKO_STRESS_DIVISOR");
-            const int32_t stride =
-                (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * (divisor ? std::max(1, std::atoi(divisor)) : 1);
+            const int32_t stride = (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * kRaceCheckerStride *
+                                   (divisor ? std::max(1, std::atoi(divisor)) : 1);
             for (int32_t at = 0; at < lookups; at += stride) {
                 SCOPED_TRACE(host::narrow(className) + " lookup " + std::to_string(at));
                 restartModule();
