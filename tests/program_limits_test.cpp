@@ -20,6 +20,14 @@
 
 namespace {
 
+// Seconds that a plain build on an idle machine needs far less than; a
+// sanitizer or an emulator gets four times as many.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double kSeconds = 20.0;
+#else
+const double kSeconds = std::string(FLUKO_EMULATOR).empty() ? 5.0 : 20.0;
+#endif
+
 double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -41,7 +49,7 @@ TEST(ProgramLimits, AnElementWithTooManyAttributesIsRefusedAtOnce) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(refusal(withObject("<refreshable name=\"View\"\n" + attributes + "/>")),
               "line 3: <refreshable> has more than 100 attributes");
-    EXPECT_LT(secondsSince(start), 5.0);
+    EXPECT_LT(secondsSince(start), kSeconds);
 
     // Up to the limit, quoted ">" and comments that look like tags included, it is read.
     std::string most;
@@ -76,7 +84,7 @@ TEST(ProgramLimits, ManyObjectsWithOneNameAreFoundInLinearTime) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(refusal(withObject(objects + "<object name=\"o7\"/>")),
               "line 50003: an object named \"o7\" exists already");
-    EXPECT_LT(secondsSince(start), 5.0);
+    EXPECT_LT(secondsSince(start), kSeconds);
 }
 
 TEST(ProgramLimits, RefusalsAreInTheReadersOwnWordsAndEchoNamesShort) {
@@ -119,16 +127,25 @@ TEST(ProgramLimits, RefusalsAreInTheReadersOwnWordsAndEchoNamesShort) {
     EXPECT_EQ(stephost::shown(std::string(60, 'x')), std::string(60, 'x'));
 }
 
-// A settings file of 100 000 keys reads in linear time, names still matched
-// ignoring case and a key set twice keeping its last value.
+// A settings file of 100 000 keys reads in linear time (at most thirty times
+// a tenth as many keys take, however slow the build or busy the machine;
+// quadratic would be a hundred), names still matched ignoring case and a key
+// set twice keeping its last value.
 TEST(ProgramLimits, AHugeSettingsFileIsReadInLinearTime) {
-    std::string text = "[Mappings]\n";
-    for (int i = 0; i < 100000; ++i) text += "Key" + std::to_string(i) + "=/media/" + std::to_string(i) + "\n";
-    text += "[workspace]\nInstallPath=/opt/first\n[Workspace]\nINSTALLPATH=/opt/second\n";
+    const auto settings = [](int keys) {
+        std::string text = "[Mappings]\n";
+        for (int i = 0; i < keys; ++i) text += "Key" + std::to_string(i) + "=/media/" + std::to_string(i) + "\n";
+        return text + "[workspace]\nInstallPath=/opt/first\n[Workspace]\nINSTALLPATH=/opt/second\n";
+    };
+    const std::string tenth = settings(10000);
+    const std::string text = settings(100000);
+    auto start = std::chrono::steady_clock::now();
+    host::make<host::Registry>()->parse(tenth);
+    const double tenthSeconds = secondsSince(start);
     SmartPtr<host::Registry> store = host::make<host::Registry>();
-    const auto start = std::chrono::steady_clock::now();
+    start = std::chrono::steady_clock::now();
     store->parse(text);
-    EXPECT_LT(secondsSince(start), 5.0);
+    EXPECT_LT(secondsSince(start), 30 * tenthSeconds + 0.2);
     for (const auto& key : {std::make_pair(L"KEY99999", L"/media/99999"), std::make_pair(L"key0", L"/media/0")}) {
         SmartPtr<IString> value;
         ASSERT_EQ(store->GetValue(host::makeString(L"mappings").get(), host::makeString(key.first).get(), value.put()),
