@@ -418,6 +418,8 @@ TEST_F(EditStepTest, TheOutcomeFollowsTheOrderOfTheOperatorsEvents) {
             EXPECT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
         }
         own->raise(L"close");
+        // The next run starts only once this one has ended.
+        ASSERT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
     }
 }
 
