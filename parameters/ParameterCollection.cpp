@@ -731,7 +731,8 @@ OwnedParameter* ParameterCollection::detachAllLocked() {
 bool ParameterCollection::reserveLocked(int32_t wanted, PARAMETEROBJECT**& oldItems) {
     if (wanted <= m_Capacity) return true;
     const int64_t capacity = m_Capacity + (int64_t{wanted} - m_Capacity + 9) / 10 * 10;
-    if (capacity > INT32_MAX) return false;
+    // A capacity short of what is wanted would have the caller write past the array.
+    if (capacity < wanted || capacity > INT32_MAX) return false;
     auto* grown = allocateArray<PARAMETEROBJECT*>(static_cast<size_t>(capacity));
     if (!grown) return false;
     for (int32_t i = 0; i < m_Count; ++i) grown[i] = m_Items[i];

@@ -81,9 +81,6 @@ public:
     ParameterCollection& operator=(const ParameterCollection&) = delete;
 
     IParameters* face() const { return m_Face; }
-    // Slots in the record array: 0, 10, 20, ...; it never shrinks.
-    int32_t capacity() const { return m_Capacity; }
-
     // --- The operations of IParameters ---------------------------------------
     HRESULT get_Count(int32_t* count);
     HRESULT get_Item(int32_t index, IUnknown** out);

@@ -31,8 +31,8 @@
 #include "runtime/Allocation.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
-#include "support/ParameterTables.h"
 #include "support/PropertyObjects.h"
+#include "support/Slots.h"
 #include "support/StepClasses.h"
 
 using namespace std::chrono_literals;
@@ -103,12 +103,12 @@ std::string twelveElements(bool objects) {
 
 // Calls one of the template's own operations through the host's table of
 // the step's collection (the fixed or the user-defined one).
-template <class Fixed, class Creatable, class... Arguments>
-HRESULT onTable(IUnknown* step, Fixed fixed, Creatable creatable, Arguments... arguments) {
+template <class... Arguments>
+HRESULT onTable(IUnknown* step, int TemplateTable::*operation, Arguments... arguments) {
     if (SmartPtr<IParametersCreatable> user = queryInterface<IParametersCreatable>(step)) {
-        return call(static_cast<IParameters*>(user.get()), creatable, arguments...);
+        return callSlot(user.get(), kCreatableSlots.*operation, arguments...);
     }
-    return call(queryInterface<IParameters>(step).get(), fixed, arguments...);
+    return callSlot(queryInterface<IParameters>(step).get(), kFixedSlots.*operation, arguments...);
 }
 
 // What the operations of one class work with, made before any allocation fails.
@@ -158,9 +158,8 @@ void fillToTen(const Setting&, IUnknown* step) {
     parameters->get_Count(&count);
     for (int32_t i = count; i % 10 != 0; ++i) {
         parameters->CollectionLock();
-        onTable(step, &ParametersTable::AddNOLOCK, &CreatableTable::AddNOLOCK,
-                host::makeString(L"Filler" + std::to_wstring(i)).get(), host::makeVariant(i).query<IUnknown>().get(),
-                static_cast<IUnknown*>(nullptr), int32_t{3});
+        onTable(step, &TemplateTable::AddNOLOCK, host::makeString(L"Filler" + std::to_wstring(i)).get(),
+                host::makeVariant(i).query<IUnknown>().get(), static_cast<IUnknown*>(nullptr), int32_t{3});
         parameters->CollectionUnlock();
     }
 }
@@ -203,8 +202,8 @@ const Family kFamilies[] = {
          }
          SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
          parameters->CollectionLock();
-         const HRESULT code = call(parameters.get(), &ParametersTable::AddNOLOCK, name.get(), value.get(),
-                                   static_cast<IUnknown*>(nullptr), int32_t{6});
+         const HRESULT code = callSlot(parameters.get(), kFixedSlots.AddNOLOCK, name.get(), value.get(),
+                                       static_cast<IUnknown*>(nullptr), int32_t{6});
          parameters->CollectionUnlock();
          return withState(code, step);
      },
@@ -221,15 +220,15 @@ const Family kFamilies[] = {
      true, false},
     {"sort", always, nullptr,
      [](const Setting&, IUnknown* step) {
-         HRESULT code = onTable(step, &ParametersTable::Sort, &CreatableTable::Sort, int32_t{2});
-         if (code >= 0) code = onTable(step, &ParametersTable::Sort, &CreatableTable::Sort, int32_t{0});
+         HRESULT code = onTable(step, &TemplateTable::Sort, int32_t{2});
+         if (code >= 0) code = onTable(step, &TemplateTable::Sort, int32_t{0});
          return withState(code, step);
      },
      true, false},
     {"copy", always, nullptr,
      [](const Setting& setting, IUnknown* step) {
          IParameters* source = setting.copySource.get();
-         return withState(onTable(step, &ParametersTable::Copy, &CreatableTable::Copy, source), step);
+         return withState(onTable(step, &TemplateTable::Copy, source), step);
      },
      true, false},
     {"folder save", always, nullptr,
@@ -251,9 +250,7 @@ const Family kFamilies[] = {
      [](const Setting&, IUnknown* step) {
          SmartPtr<host::FolderStream> stored = twelveValues();
          IDataStream* stream = stored.get();
-         return withState(onTable(step, &ParametersTable::Params_LoadFolderStream,
-                                  &CreatableTable::Params_LoadFolderStream, stream, kRebuild),
-                          step);
+         return withState(onTable(step, &TemplateTable::Params_LoadFolderStream, stream, kRebuild), step);
      },
      true, false},
     {"xml save", always, nullptr,
@@ -262,8 +259,7 @@ const Family kFamilies[] = {
          Outcome outcome = withState(queryInterface<IDataPersist>(step)->Save(xml.get(), kCompact), step);
          outcome.state.push_back(xml->save());
          IDataStream* stream = xml.get();
-         const HRESULT full =
-             onTable(step, &ParametersTable::Params_SaveXML, &CreatableTable::Params_SaveXML, stream, int32_t{0});
+         const HRESULT full = onTable(step, &TemplateTable::Params_SaveXML, stream, int32_t{0});
          if (outcome.code >= 0) outcome.code = full;
          outcome.state.push_back(xml->save());
          return outcome;
@@ -279,26 +275,21 @@ const Family kFamilies[] = {
      [](const Setting&, IUnknown* step) {
          SmartPtr<host::XmlStream> stored = host::XmlStream::parse(twelveElements(false));
          IDataStream* stream = stored.get();
-         return withState(onTable(step, &ParametersTable::Params_LoadXML, &CreatableTable::Params_LoadXML, stream,
-                                  kRebuild, int32_t{0}),
-                          step);
+         return withState(onTable(step, &TemplateTable::Params_LoadXML, stream, kRebuild, int32_t{0}), step);
      },
      true, false},
     {"xml objects, rebuilt", always, nullptr,
      [](const Setting&, IUnknown* step) {
          SmartPtr<host::XmlStream> stored = host::XmlStream::parse(twelveElements(true));
          IDataStream* stream = stored.get();
-         return withState(
-             onTable(step, &ParametersTable::Params_LoadXMLUnk, &CreatableTable::Params_LoadXMLUnk, stream, kRebuild),
-             step);
+         return withState(onTable(step, &TemplateTable::Params_LoadXMLUnk, stream, kRebuild), step);
      },
      true, false},
     {"csv save", always, nullptr,
      [](const Setting&, IUnknown* step) {
          SmartPtr<host::CsvStream> csv = host::make<host::CsvStream>();
          IDataStream* stream = csv.get();
-         Outcome outcome = withState(
-             onTable(step, &ParametersTable::Params_SaveCSV, &CreatableTable::Params_SaveCSV, stream, kCsvNames), step);
+         Outcome outcome = withState(onTable(step, &TemplateTable::Params_SaveCSV, stream, kCsvNames), step);
          outcome.state.push_back(host::narrow(csv->text()));
          return outcome;
      },

@@ -306,7 +306,10 @@ ChildRun runScenario(const std::string& directory, const std::string& scenario) 
     if (selfLength <= 0) return {};
     return runProcess({std::string(self, static_cast<size_t>(selfLength)), "--gtest_also_run_disabled_tests",
                        "--gtest_filter=CollectionsExFallback.DISABLED_InAFreshProcess"},
-                      directory, {std::string(kScenarioVariable) + "=" + scenario}, false);
+                      directory,
+                      // A sharded run (the mutation sampler's) would leave the scenario out of the child's shard.
+                      {std::string(kScenarioVariable) + "=" + scenario, "GTEST_TOTAL_SHARDS=1", "GTEST_SHARD_INDEX=0"},
+                      false);
 }
 
 bool passed(const ChildRun& run) {

@@ -171,6 +171,7 @@ TEST_F(FileNames, AbsoluteFormsClimbTheBase) {
         {L"x\\y", 0, L"/opt/inspect/x/y"},
         {L"../x", 1, L"/opt/app/sub/../x"},  // only "..\" climbs
         {L"C:\\data", 1, L"C:/data"},
+        {L":drive\\x", 1, L":drive/x"},  // a colon anywhere, even first, makes it absolute
         {L"/abs\\p", 1, L"/abs/p"},
         {L"a\\", 1, L"a/"},
     };

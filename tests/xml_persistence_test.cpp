@@ -27,11 +27,19 @@ public:
     using Interfaces = StepInterfaces<IParametersCreatable>;
 };
 
-SmartPtr<CXmlCollection> makeCollection() {
+template <class Collection = CXmlCollection>
+SmartPtr<Collection> makeCollection() {
     SmartPtr<IUnknown> object;
-    CObject<CXmlCollection>::_CreateInstance(nullptr, &IID_IUnknown, object.put_void());
-    return SmartPtr<CXmlCollection>(static_cast<CXmlCollection*>(static_cast<CObject<CXmlCollection>*>(object.get())));
+    CObject<Collection>::_CreateInstance(nullptr, &IID_IUnknown, object.put_void());
+    return SmartPtr<Collection>(static_cast<Collection*>(static_cast<CObject<Collection>*>(object.get())));
 }
+
+// The same with a fixed set, whose class comparison is the other one.
+class CFixedXmlCollection final : public TestStep<CFixedXmlCollection, IParameters, IStepImplSynchronous> {
+public:
+    static constexpr wchar_t kRegisteredName[] = L"FixedXmlCollection";
+    using Interfaces = StepInterfaces<>;
+};
 
 IUnknown* unknown(CXmlCollection* collection) { return static_cast<IParametersCreatable*>(collection); }
 
@@ -249,6 +257,24 @@ TEST_F(XmlPersistence, ObjectValuesSaveThemselves) {
     EXPECT_EQ(pump->name(), L"Renamed");
     EXPECT_EQ(descriptorTexts(unknown(collection.get())).front(), L"Target #0 none")
         << "flags and descriptor as the element has them";
+}
+
+// An object value that tells its class loads in place only from an element of
+// that class: the same name, which the comparison answers with S_OK (0), in
+// either kind of set; another class's element leaves it as it was.
+TEST_F(XmlPersistence, AnObjectValueLoadsInPlaceOnlyFromItsOwnClass) {
+    const auto loaded = [this](auto collection, const std::string& element) {
+        SmartPtr<IUnknown> message = createStep(L"GCUIMessage");
+        collection->AddNOLOCK(host::makeString(L"Target").get(), message.get(), nullptr, 0);
+        const std::string xml =
+            "<Step><Target><" + element + "><Message>Loaded</Message></" + element + "></Target></Step>";
+        EXPECT_EQ(collection->Params_LoadXMLUnk(host::XmlStream::parse(xml).get(), MODE_REUSE), S_OK);
+        return parameterTexts(message.get()).front();
+    };
+    EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMessage"), L"Message=Loaded");
+    EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "gcuimessage"), L"Message=Loaded");
+    EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIScroll"), L"Message=Running");
+    EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "GCUIScroll"), L"Message=Running");
 }
 
 TEST_F(XmlPersistence, StepDocumentsAreWellFormedAndStrangeOnesChangeNothing) {

@@ -25,25 +25,6 @@
 
 namespace {
 
-enum {
-    kCaption = 1,
-    kSetPages,
-    kItemSize,
-    kSaveLocation,
-    kShowClose,
-    kShowHelp,
-    kShowSaveLoad,
-    kWait = 9,
-    kReturnCode,
-    kHelpFile,
-    kPageName1,
-    kPage1,
-    kArg1,
-    kFlags1,
-    kPage2 = 17,
-    kPage3 = 21
-};
-
 // A frame of the test's own: it may offer no event source, refuse the
 // registration, have the operator answer while the step registers, or not
 // report its close when it is closed. It notes the thread that filled it.
@@ -156,10 +137,10 @@ protected:
     }
 
     DrivenStep newStep() { return driven(createStep<IStep>(L"GCUIEdit"), L"Edit1"); }
-    void set(int32_t index, int32_t value) { step.set(index, host::makeVariant(value).get()); }
-    void setText(int32_t index, const wchar_t* text) { step.set(index, host::makeString(text).get()); }
+    void set(const wchar_t* name, int32_t value) { step.set(name, host::makeVariant(value).get()); }
+    void setText(const wchar_t* name, const wchar_t* text) { step.set(name, host::makeString(text).get()); }
     int32_t returnCode() {
-        SmartPtr<IVariant> value = step.value(kReturnCode);
+        SmartPtr<IVariant> value = step.value(L"ReturnCode");
         return value ? value->get_Long() : 99;
     }
     // Runs the step and waits until it has ended by itself.
@@ -169,7 +150,7 @@ protected:
     }
     // Starts a waiting run and waits until the frame listens to the operator.
     void openAndWait() {
-        set(kWait, 1);
+        set(L"Wait", 1);
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(5000, [&] { return frame->hasSink(); }));
     }
@@ -190,8 +171,8 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
 
     struct Case {
         const char* what;
-        std::vector<std::pair<int32_t, int32_t>> numbers;
-        std::vector<std::pair<int32_t, const wchar_t*>> texts;
+        std::vector<std::pair<const wchar_t*, int32_t>> numbers;
+        std::vector<std::pair<const wchar_t*, const wchar_t*>> texts;
         int32_t options;
         int32_t itemSize;
         std::vector<std::wstring> pages;  // none: SetPages not called
@@ -203,36 +184,36 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
     const Case cases[] = {
         {"values at creation", {}, {}, 0xA7, 18, {}, 0xE0},
         {"close on apply, no help, no save or load",
-         {{kShowClose, 2}, {kShowHelp, 0}, {kShowSaveLoad, 0}, {kItemSize, 0}},
+         {{L"ShowClose", 2}, {L"ShowHelp", 0}, {L"ShowSaveLoad", 0}, {L"ItemSize", 0}},
          {},
          0x205,
          -1,
          {},
          0xE0},
         {"close off, load only, negative size",
-         {{kShowClose, 0}, {kShowSaveLoad, 2}, {kItemSize, -4}},
+         {{L"ShowClose", 0}, {L"ShowSaveLoad", 2}, {L"ItemSize", -4}},
          {},
          0xA3,
          -1,
          {},
          0xE0},
-        {"close unreadable", {}, {{kShowClose, L"Show"}}, 0xA3, 18, {}, 0xE0},
-        {"pages at creation", {{kSetPages, 1}}, {}, 0xA7, 18, kCreated, 0xC0},
+        {"close unreadable", {}, {{L"ShowClose", L"Show"}}, 0xA3, 18, {}, 0xE0},
+        {"pages at creation", {{L"SetPages", 1}}, {}, 0xA7, 18, kCreated, 0xC0},
         {"a blank Page2 ends the list",
-         {{kSetPages, 1}},
-         {{kPage2, L" \t "}, {kPage3, L"Other"}},
+         {{L"SetPages", 1}},
+         {{L"Page2", L" \t "}, {L"Page3", L"Other"}},
          0xA7,
          18,
          {L"Parameters:UIParametersPropPage::1"},
          0xC0},
         {"filler before a class name",
-         {{kSetPages, 1}, {kFlags1, 6}},
-         {{kPage1, L"\xFE\xEF\x01 Grid"}, {kPage2, L""}},
+         {{L"SetPages", 1}, {L"Flags1", 6}},
+         {{L"Page1", L"\xFE\xEF\x01 Grid"}, {L"Page2", L""}},
          0xA7,
          18,
          {L"Parameters:Grid::6"},
          0xC0},
-        {"a page name that is no text", {{kSetPages, 1}, {kPageName1, 3}}, {}, 0xA7, 18, {L""}, 0xC0},
+        {"a page name that is no text", {{L"SetPages", 1}, {L"PageName1", 3}}, {}, 0xA7, 18, {L""}, 0xC0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -245,7 +226,7 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
         std::swap(frame, own);
         for (const auto& number : c.numbers) set(number.first, number.second);
         for (const auto& text : c.texts) setText(text.first, text.second);
-        setText(kHelpFile, L"pump.hlp");
+        setText(L"HelpFile", L"pump.hlp");
 
         ASSERT_TRUE(runToEnd());
         EXPECT_EQ(frame->options(), c.options);
@@ -285,8 +266,8 @@ TEST_F(EditStepTest, TheFrameGetsTheBoundObjectsThePagesAndTheOptions) {
 TEST_F(EditStepTest, AViewerShowsTheFrameInPlaceAndNothingIsAwaited) {
     SmartPtr<host::SmartViewer> viewer = host::make<host::SmartViewer>("Inspector");
     stepInput(step.step.get(), L"OptionalViewer")->put_Object(viewer.query<IUnknown>().get());
-    set(kWait, 1);
-    set(kReturnCode, 7);
+    set(L"Wait", 1);
+    set(L"ReturnCode", 7);
     ASSERT_TRUE(runToEnd());
     EXPECT_EQ(viewer->shown().get(), frame.query<IUnknown>().get());
     const auto calls = frameCalls();
@@ -299,7 +280,7 @@ TEST_F(EditStepTest, AViewerShowsTheFrameInPlaceAndNothingIsAwaited) {
 }
 
 TEST_F(EditStepTest, TheOperatorsAnswersEndTheWaitAndThePopupsPlaceIsRemembered) {
-    set(kSaveLocation, 1);
+    set(L"SaveLocation", 1);
     openAndWait();
     EXPECT_EQ(step.step->IsRunning(), 1);
     EXPECT_EQ(returnCode(), 0);
@@ -359,7 +340,7 @@ TEST_F(EditStepTest, TheOperatorsAnswersEndTheWaitAndThePopupsPlaceIsRemembered)
 }
 
 TEST_F(EditStepTest, AnOperatorFasterThanTheWorkerStillEndsTheWait) {
-    set(kWait, 1);
+    set(L"Wait", 1);
     for (const wchar_t* answer : {L"cancel", L"apply close"}) {
         TestFrame::Behaviour instant;
         instant.answerWhileRegistering = answer;
@@ -391,7 +372,7 @@ TEST_F(EditStepTest, WaitChoosesTheThreadAndTheWorkerEndsBeforeTheOperatorAnswer
     own->raise(L"close");
 
     const int threadsBefore = threadCount();
-    set(kWait, 1);
+    set(L"Wait", 1);
     for (int run = 0; run < 2; ++run) {
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(5000, [&] { return own->advised(); }));
@@ -421,12 +402,12 @@ TEST_F(EditStepTest, TheOutcomeFollowsTheOrderOfTheOperatorsEvents) {
         {L"cancel", -1, false},
         {L"apply cancel", -1, false},
     };
-    set(kWait, 1);
+    set(L"Wait", 1);
     for (const Case& c : cases) {
         SCOPED_TRACE(host::narrow(c.events));
         SmartPtr<TestFrame> own = host::make<TestFrame>(TestFrame::Behaviour{});
         components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
-        set(kReturnCode, 7);
+        set(L"ReturnCode", 7);
         ASSERT_EQ(step.step->TurnOn(), S_OK);
         ASSERT_TRUE(within(5000, [&] { return own->advised(); }));
         own->raise(c.events);
@@ -437,6 +418,8 @@ TEST_F(EditStepTest, TheOutcomeFollowsTheOrderOfTheOperatorsEvents) {
             EXPECT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
         }
         own->raise(L"close");
+        // The next run starts only once this one has ended.
+        ASSERT_TRUE(within(2000, [&] { return step.step->IsRunning() == 0; }));
     }
 }
 
@@ -448,7 +431,7 @@ TEST_F(EditStepTest, AStopClosesTheFrameAndItsCloseEndsTheWait) {
     quiet.reportsClose = false;
     SmartPtr<TestFrame> own = host::make<TestFrame>(quiet);
     components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
-    set(kWait, 1);
+    set(L"Wait", 1);
     const int threadsBefore = threadCount();
     ASSERT_EQ(step.step->TurnOn(), S_OK);
     ASSERT_TRUE(within(5000, [&] { return own->advised() && threadCount() <= threadsBefore; }));
@@ -503,11 +486,11 @@ TEST_F(EditStepTest, WhatTheHostFailedToDoIsNotNoticed) {
         components->addObject(L"UIPropertyPageCollection", own.query<IUnknown>().get());
         if (!c.popups) components->remove(L"UIUtils");
         const int threadsBefore = threadCount();
-        fresh.set(kReturnCode, host::makeVariant(5).get());
-        fresh.set(kWait, host::makeVariant(1).get());
+        fresh.set(L"ReturnCode", host::makeVariant(5).get());
+        fresh.set(L"Wait", host::makeVariant(1).get());
         ASSERT_EQ(fresh.step->TurnOn(), S_OK);
         const auto code = [&] {
-            SmartPtr<IVariant> value = fresh.value(kReturnCode);
+            SmartPtr<IVariant> value = fresh.value(L"ReturnCode");
             return value ? value->get_Long() : 99;
         };
         ASSERT_TRUE(within(5000, [&] { return code() == 0 && threadCount() <= threadsBefore; }));
@@ -519,9 +502,9 @@ TEST_F(EditStepTest, WhatTheHostFailedToDoIsNotNoticed) {
     }
 
     components->remove(L"UIPropertyPageCollection");
-    step.set(kWait, host::makeString(L"yes").get());  // unreadable: runs at once
-    step.set(kCaption, host::make<host::SuperCollection>().query<IUnknown>().get());
-    set(kReturnCode, 5);
+    step.set(L"Wait", host::makeString(L"yes").get());  // unreadable: runs at once
+    step.set(L"Caption", host::make<host::SuperCollection>().query<IUnknown>().get());
+    set(L"ReturnCode", 5);
     EXPECT_EQ(step.step->TurnOn(), S_OK);
     EXPECT_EQ(step.step->IsRunning(), 0);
     EXPECT_EQ(returnCode(), 5);
@@ -531,7 +514,7 @@ TEST_F(EditStepTest, WhatTheHostFailedToDoIsNotNoticed) {
 TEST_F(EditStepTest, ClosesAndStopsRacingFromSeveralThreadsEndEveryRun) {
     for (int run = 0; run < 1000; ++run) {
         DrivenStep racing = newStep();
-        racing.set(kWait, host::makeVariant(1).get());
+        racing.set(L"Wait", host::makeVariant(1).get());
         ASSERT_EQ(racing.step->TurnOn(), S_OK);
         std::atomic<bool> go{false};
         std::thread closer([&] {

@@ -3,6 +3,8 @@
 // and bindings as texts, for comparing a step with the one loaded from it.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
@@ -148,12 +150,19 @@ inline SmartPtr<host::InputParameter> inputNamed(IUnknown* step, const std::wstr
 }
 
 // A step as a test drives it: run through IStep, its parameters set and read
-// by index, and the host's binding of one of its inputs, bound directly.
+// by index or by name, and the host's binding of one of its inputs, bound directly.
 struct DrivenStep {
     DrivenStep(SmartPtr<IStep> made, const std::wstring& inputName)
         : step(std::move(made)), parameters(step.query<IParameters>()), input(inputNamed(step.get(), inputName)) {}
 
+    int32_t index(const wchar_t* name) const {
+        int32_t found = -1;
+        EXPECT_EQ(parameters->get_Index(host::makeString(name).get(), &found), S_OK) << host::narrow(name);
+        return found;
+    }
     HRESULT set(int32_t index, IUnknown* value) const { return parameters->put_Item(index, value); }
+    HRESULT set(const wchar_t* name, IUnknown* value) const { return set(index(name), value); }
+    SmartPtr<IVariant> value(const wchar_t* name) const { return value(index(name)); }
     SmartPtr<IVariant> value(int32_t index) const {
         SmartPtr<IVariant> variant;
         parameters->get_ItemVariant(index, variant.put());

@@ -29,8 +29,18 @@ inline ProcessRun runProcess(const std::vector<std::string>& command, const std:
     std::istringstream emulator(FLUKO_EMULATOR);
     for (std::string word; emulator >> word;) arguments.push_back(word);
     arguments.insert(arguments.end(), command.begin(), command.end());
+    // An extra entry replaces the inherited one of its name.
+    const auto overridden = [&](const std::string& entry) {
+        for (const std::string& extra : extraEnvironment) {
+            const size_t equals = extra.find('=');
+            if (equals != std::string::npos && entry.compare(0, equals + 1, extra, 0, equals + 1) == 0) return true;
+        }
+        return false;
+    };
     std::vector<std::string> environment;
-    for (char** entry = environ; *entry; ++entry) environment.push_back(*entry);
+    for (char** entry = environ; *entry; ++entry) {
+        if (!overridden(*entry)) environment.push_back(*entry);
+    }
     environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
 
     std::vector<char*> argv, envp;
