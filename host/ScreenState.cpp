@@ -31,11 +31,22 @@ void moveBy(ScreenState::Window& window, const int32_t origin[2]) {
     window.lastPointer.y += origin[1];
 }
 
-ScreenState::Window windowOf(const std::string& name, HostWindow& window) {
+// The names the objects are given, by identity.
+using Names = std::vector<std::pair<const void*, std::string>>;
+
+// An object by the name it is given, else by its label.
+std::string nameOf(IUnknown* object, const Names& names) {
+    for (const auto& [named, name] : names) {
+        if (named == identity(object)) return name;
+    }
+    return traceLabel(object);
+}
+
+ScreenState::Window windowOf(const std::string& name, HostWindow& window, const Names& names) {
     ScreenState::Window state;
     state.name = name;
     const SmartPtr<IUnknown> hosted = window.hosted();
-    state.hosts = hosted ? traceLabel(hosted.get()) : "";
+    state.hosts = hosted ? nameOf(hosted.get(), names) : "";
     window.get_Area(state.area);
     state.active = isActive(hosted.get());
     state.shows = window.shows();
@@ -62,7 +73,7 @@ void addTabs(ScreenState& screen, const std::string& name, const TabCollection& 
 }
 
 void addOpened(ScreenState& screen, const std::string& collection, const WindowCollection& windows,
-               const int32_t origin[2]) {
+               const int32_t origin[2], const Names& names) {
     for (const auto& [name, window] : windows.opened()) {
         ScreenState::Shown shown;
         shown.collection = collection;
@@ -71,7 +82,7 @@ void addOpened(ScreenState& screen, const std::string& collection, const WindowC
             shown.isMessage = true;
             shown.message = narrow(message->message());
         } else if (auto* placed = dynamic_cast<HostWindow*>(window.get())) {
-            screen.windows.push_back(windowOf(collection + "." + shown.name, *placed));
+            screen.windows.push_back(windowOf(collection + "." + shown.name, *placed, names));
             moveBy(screen.windows.back(), origin);
             continue;
         }
@@ -85,14 +96,16 @@ ScreenState screenStateOf(const std::vector<std::pair<std::string, IUnknown*>>& 
     ScreenState screen;
     std::vector<const void*> seen;
     std::vector<const void*> hosted;  // objects a window shows: their state is the window's
+    Names names;
     for (const auto& [name, object] : objects) {
+        names.emplace_back(identity(object), name);
         if (auto* window = dynamic_cast<HostWindow*>(object)) hosted.push_back(identity(window->hosted().get()));
     }
     for (const auto& [name, object] : objects) {
         if (!object || std::find(seen.begin(), seen.end(), identity(object)) != seen.end()) continue;
         seen.push_back(identity(object));
         if (auto* window = dynamic_cast<HostWindow*>(object)) {
-            screen.windows.push_back(windowOf(name, *window));
+            screen.windows.push_back(windowOf(name, *window, names));
         } else if (auto* workspace = dynamic_cast<Workspace*>(object)) {
             ScreenState::Window state;
             state.name = name;
@@ -104,17 +117,17 @@ ScreenState screenStateOf(const std::vector<std::pair<std::string, IUnknown*>>& 
             state.lastPointer.x += origin[0];
             state.lastPointer.y += origin[1];
             screen.windows.push_back(state);
-            addOpened(screen, name, *workspace->windows(), origin);
+            addOpened(screen, name, *workspace->windows(), origin, names);
         } else if (auto* windows = dynamic_cast<WindowCollection*>(object)) {
             const int32_t origin[2] = {0, 0};
-            addOpened(screen, name, *windows, origin);
+            addOpened(screen, name, *windows, origin, names);
         } else if (auto* tabs = dynamic_cast<TabCollection*>(object)) {
             addTabs(screen, name, *tabs, 0);
         } else if (auto* set = dynamic_cast<ButtonSet*>(object)) {
-            ScreenState::Buttons state{name, {}, set->commands().size()};
+            ScreenState::Buttons state{name, {}, set->commands()};
             for (int32_t i = 0; SmartPtr<Button> button = set->button(i); ++i) {
-                state.buttons.push_back(
-                    {narrow(button->name()), button->pressed(), button->property(kButtonSelected) != 0});
+                state.buttons.push_back({narrow(button->name()), button->pressed(),
+                                         button->property(kButtonSelected) != 0, button->property(kButtonCommand)});
             }
             screen.buttons.push_back(state);
         } else if (auto* scrollable = dynamic_cast<ScrollableObject*>(object)) {

@@ -34,11 +34,12 @@ struct ScreenState {
         std::string name;
         bool pressed = false;
         bool selected = false;
+        int32_t command = 0;
     };
     struct Buttons {
         std::string name;
         std::vector<Button> buttons;
-        size_t commands = 0;  // commands run through the set
+        std::vector<int32_t> commands;  // the commands run through the set, in order
     };
     struct Scrollable {
         std::string name;
