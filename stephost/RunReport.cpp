@@ -485,10 +485,12 @@ std::string timeline(const RunRecord::Run& run) {
     for (const RunRecord::Question& question : run.questions) {
         const double end = question.closed ? question.closedAt : run.duration;
         const double x = at(question.askedAt), w = std::max(2.0, at(end) - x);
-        svg += "<a href=\"#step-" + std::to_string(question.step) + "\"><rect class=\"wait\" x=\"" + fixed(x, 1) +
-               "\" y=\"46\" width=\"" + fixed(w, 1) + "\" height=\"22\"><title>step " + std::to_string(question.step) +
-               " asks (" + escaped(question.kind) + ") " + escaped(question.prompt) + ": " +
-               escaped(answerText(question)) + " after " + fixed(end - question.askedAt, 0) + " ms</title></rect></a>";
+        svg += "<a href=\"#step-" + std::to_string(question.step) + "\"><rect class=\"wait\" data-step=\"" +
+               std::to_string(question.step) + "\" data-ms=\"" + fixed(end - question.askedAt, 0) + "\" x=\"" +
+               fixed(x, 1) + "\" y=\"46\" width=\"" + fixed(w, 1) + "\" height=\"22\"><title>step " +
+               std::to_string(question.step) + " asks (" + escaped(question.kind) + ") " + escaped(question.prompt) +
+               ": " + escaped(answerText(question)) + " after " + fixed(end - question.askedAt, 0) +
+               " ms</title></rect></a>";
     }
     return svg + "</svg>";
 }

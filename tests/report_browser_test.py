@@ -92,6 +92,10 @@ check(tabs.get("Views") == "Measurement" and tabs.get("Views.Measurement") == "P
 check(having("g", "changed", "step-5") and all("tabs" in a["class"].split() or "tab" in a["class"].split()
                                                for a, _ in having("g", "changed", "step-5")),
       "step 5 changed the tabs alone: %s" % [a["class"] for a, _ in having("g", "changed", "step-5")])
+waits = [(a["data-step"], float(a["data-ms"])) for a, _ in having("rect", "wait")]
+check(len(having("rect", "bar")) == 15 and [step for step, _ in waits] == ["3", "4"] and
+      waits[0][1] >= 300 and waits[1][1] >= 200, "the timeline: %d bars, the operator's waits %s (scripted 300 and 200 ms)"
+      % (len(having("rect", "bar")), waits))
 dialogs = [a.get("data-kind") for a, _ in having("g", "dialog", "step-3")]
 check(dialogs == ["confirm"], "step 3's confirmation is drawn: %s" % dialogs)
 
