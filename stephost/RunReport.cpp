@@ -729,8 +729,10 @@ std::string reportHtml(const RunRecord::Run& run, const std::string& version) {
         "\" id=\"result\">" +
         (succeeded ? "all " + std::to_string(steps) + " steps succeeded"
                    : std::to_string(run.failures) + " of " + std::to_string(steps) + " steps failed") +
-        "</dd><dt>Duration</dt><dd>" + fixed(run.duration / 1000.0, 3) + " s</dd><dt>Date</dt><dd><time>" + run.date +
-        "</time></dd><dt>Module</dt><dd>Flukokzad " + escaped(version) + "</dd><dt>Operator</dt><dd>" +
+        "</dd><dt>Duration</dt><dd>" +
+        (run.duration < 1000 ? fixed(run.duration, 1) + " ms" : fixed(run.duration / 1000.0, 3) + " s") +
+        "</dd><dt>Date</dt><dd><time>" + run.date + "</time></dd><dt>Module</dt><dd>Flukokzad " + escaped(version) +
+        "</dd><dt>Operator</dt><dd>" +
         (run.program.terminal ? std::string("the person at the terminal")
                               : std::to_string(run.program.answers) + " scripted answers") +
         "</dd></dl><p><button type=\"button\" id=\"only-failed\" aria-pressed=\"false\">Show failed steps "
