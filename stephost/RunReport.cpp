@@ -135,6 +135,10 @@ public:
             if (!shown.isMessage) y = openWindow(shown, y);
         }
         drawDialogs(dialogs);
+        // What is no longer there is a change too, with no element to mark.
+        for (const auto& [key, state] : m_Before) {
+            if (m_Changes && !now.count(key)) m_Changes->push_back(key.substr(key.find(' ') + 1) + " closed");
+        }
         const double height = std::max(desktopBottom + 8, y + 8);
         return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"screen\" viewBox=\"0 0 " + fixed(kWidth, 0) + " " +
                fixed(height, 0) + "\" width=\"" + fixed(kWidth, 0) + "\" height=\"" + fixed(height, 0) +
@@ -151,7 +155,7 @@ private:
         for (const auto& window : screen.windows) {
             state["window " + window.name] = std::string(window.active ? "active " : "") +
                                              std::to_string(window.shows) + host::areaText(window.area) + window.hosts;
-            state["pointer " + window.name] = std::to_string(window.pointerEvents);
+            if (window.pointerEvents > 0) state["pointer " + window.name] = std::to_string(window.pointerEvents);
         }
         for (const auto& tabs : screen.tabs) state["tabs " + tabs.name] = std::to_string(tabs.selected);
         for (const auto& set : screen.buttons) {
@@ -554,10 +558,11 @@ std::string stepEntry(const RunRecord::Run& run, size_t index) {
         const std::string svg = screenSvg(step.screen, *before, step.dialogs, &changes);
         std::string told;
         for (const std::string& change : changes) told += (told.empty() ? "" : "; ") + change;
-        html += "<figure>" + svg + "<figcaption>The screen after step " + number + ". " +
-                (changes.empty() ? std::string("Nothing on it changed.")
-                                 : "Outlined in orange, what changed: " + escaped(told) + ".") +
-                "</figcaption></figure>";
+        html +=
+            "<figure>" + svg + "<figcaption>The screen after step " + number + ". " +
+            (changes.empty() ? std::string("Nothing on it changed.")
+                             : "What changed (outlined in orange where it is still there): " + escaped(told) + ".") +
+            "</figcaption></figure>";
     }
     return html + "</div></section>\n";
 }

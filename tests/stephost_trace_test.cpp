@@ -370,6 +370,10 @@ TEST(StepHostTrace, TheScreensPictureDrawsItsStateAndMarksWhatChanged) {
     changes.clear();
     EXPECT_EQ(stephost::screenSvg(after, after, {}, &changes).find("changed"), std::string::npos);
     EXPECT_TRUE(changes.empty());
+    host::ScreenState closed = after;
+    closed.shown.clear();
+    EXPECT_EQ(stephost::screenSvg(closed, after, {}, &changes).find("message"), std::string::npos);
+    EXPECT_EQ(changes, std::vector<std::string>{"Screen.GCUIMessage closed"});
 }
 
 }  // namespace
