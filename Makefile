@@ -39,10 +39,12 @@ check-includes:
 
 # Only the module and stephost (which needs the stand-in's CollectionsEx.so
 # too): no tests, benchmarks or fuzzers before the first line of the trace.
+# The run's HTML report is written to build/demo-report.html.
 demo: deps
 	cmake --preset native >/dev/null
 	cmake --build --preset native -j $(JOBS) --target stephost
-	./build/native/stephost run examples/demo.xml
+	./build/native/stephost run --report build/demo-report.html examples/demo.xml
+	@echo "The run's report: build/demo-report.html (open it in a browser: xdg-open build/demo-report.html)"
 
 # Google Benchmark timings with each scenario's ratio to its baseline.
 bench: build-native

@@ -48,7 +48,7 @@ install(FILES ${FLUKO_PACKAGING_DIR}/bin/stephost DESTINATION bin COMPONENT runt
 file(GLOB FLUKO_EXAMPLES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*.xml)
 install(FILES ${FLUKO_EXAMPLES} DESTINATION ${FLUKO_INSTALL_EXAMPLEDIR} COMPONENT runtime)
 # The README as installed names installed paths: stephost on the path, the
-# examples under /usr/share, the step reference beside it.
+# examples under /usr/share, the step reference and the report's picture beside it.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/README.md)
 file(READ ${PROJECT_SOURCE_DIR}/README.md FLUKO_README)
 set(FLUKO_INSTALLED_EXAMPLES /usr/share/flukokzad/examples/)
@@ -57,10 +57,11 @@ string(REPLACE "build/native/stephost" "stephost" FLUKO_README "${FLUKO_README}"
 string(REPLACE "examples/" "${FLUKO_INSTALLED_EXAMPLES}" FLUKO_README "${FLUKO_README}")
 string(REPLACE "@INSTALLED_EXAMPLES@" "${FLUKO_INSTALLED_EXAMPLES}" FLUKO_README "${FLUKO_README}")
 string(REPLACE "docs/steps.md" "steps.md" FLUKO_README "${FLUKO_README}")
+string(REPLACE "docs/report.png" "report.png" FLUKO_README "${FLUKO_README}")
 file(WRITE ${FLUKO_PACKAGING_DIR}/README.md
     "Installed: stephost is /usr/bin/stephost, the examples are in ${FLUKO_INSTALLED_EXAMPLES}, the step\n"
     "reference is steps.md beside this file, and `man stephost` tells the command line.\n\n${FLUKO_README}")
-install(FILES ${FLUKO_PACKAGING_DIR}/README.md ${PROJECT_SOURCE_DIR}/docs/steps.md
+install(FILES ${FLUKO_PACKAGING_DIR}/README.md ${PROJECT_SOURCE_DIR}/docs/steps.md ${PROJECT_SOURCE_DIR}/docs/report.png
     DESTINATION ${FLUKO_INSTALL_DOCDIR} COMPONENT runtime)
 
 # Debian's documentation files: the copyright, a changelog and the manual page,

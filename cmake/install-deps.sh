@@ -28,6 +28,8 @@ want_pkg nlohmann-json3-dev    # the tests read stephost's JSON trace back (head
 want_pkg clang                 # the fuzz targets (make fuzz)
 want_pkg clang-format          # make test checks every C++ file's format
 want_pkg libclang-rt-14-dev    # libFuzzer's runtime for clang 14 (Debian 12)
+want_pkg chromium              # make test opens stephost's HTML report in headless Chromium
+want_pkg python3               # the report test reads the page and the JUnit XML with it
 
 # The armhf build links the same XML library, from Debian's armhf packages.
 if ! dpkg --print-foreign-architectures | grep -qx armhf; then
@@ -48,7 +50,8 @@ if [ -n "$need" ]; then
     $SUDO apt-get install -y -q --no-install-recommends $need
 fi
 
-for tool in cmake ninja g++ clang-format arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf dpkg-shlibdeps lintian; do
+for tool in cmake ninja g++ clang-format arm-linux-gnueabihf-g++ qemu-arm setarch nm readelf dpkg-shlibdeps lintian \
+    chromium python3; do
     have_cmd "$tool" || { echo "missing after install: $tool" >&2; exit 1; }
 done
 [ -f /usr/include/tinyxml2.h ] || { echo "missing: tinyxml2.h" >&2; exit 1; }

@@ -119,6 +119,11 @@ HRESULT ComponentCollection::get_Index(IString* name, int32_t* index) {
     return E_FAIL;
 }
 
+SmartPtr<IUnknown> ComponentCollection::object(const std::wstring& name) {
+    Entry entry;
+    return find(name, entry) ? entry.object : nullptr;
+}
+
 HRESULT ComponentCollection::GetComponent(int32_t nameLength, const wchar_t* name, const IID* iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;

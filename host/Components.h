@@ -50,6 +50,8 @@ public:
     void addObject(const std::wstring& name, IUnknown* object);
     void addClass(const std::wstring& name, const std::wstring& className);
     void remove(const std::wstring& name);
+    // The object a component of that name is, unrecorded; null for a class or none.
+    SmartPtr<IUnknown> object(const std::wstring& name);
     // Releases the components, breaking cycles through objects that hold the collection.
     void clear();
 

@@ -110,6 +110,13 @@ std::vector<std::string> WindowCollection::shown() const {
     return lines;
 }
 
+std::vector<std::pair<std::wstring, SmartPtr<IUnknown>>> WindowCollection::opened() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    std::vector<std::pair<std::wstring, SmartPtr<IUnknown>>> windows;
+    for (const Entry& entry : m_Entries) windows.emplace_back(entry.name, entry.window);
+    return windows;
+}
+
 SmartPtr<IUnknown> WindowCollection::window(const std::wstring& name) const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     for (const Entry& entry : m_Entries) {

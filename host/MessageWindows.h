@@ -5,6 +5,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/HostObject.h"
@@ -53,6 +54,8 @@ public:
     // What is on screen, one line per window: its name, and for a message
     // window the text it shows ("GCUIMessage \"Running\"").
     std::vector<std::string> shown() const;
+    // The windows open now, by name, in order.
+    std::vector<std::pair<std::wstring, SmartPtr<IUnknown>>> opened() const;
     // The window registered under the name, or null.
     SmartPtr<IUnknown> window(const std::wstring& name) const;
 

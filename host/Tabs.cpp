@@ -150,6 +150,13 @@ std::wstring TabCollection::selectedName() const {
     return inRange(m_Selected) ? m_Tabs[m_Selected].name : std::wstring();
 }
 
+std::vector<std::wstring> TabCollection::names() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    std::vector<std::wstring> names;
+    for (const Entry& entry : m_Tabs) names.push_back(entry.name);
+    return names;
+}
+
 SmartPtr<IUnknown> TabCollection::tab(int32_t index) const {
     std::lock_guard<std::mutex> lock(m_Mutex);
     return inRange(index) ? m_Tabs[index].tab : nullptr;

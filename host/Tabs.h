@@ -61,6 +61,7 @@ public:
 
     int32_t selected() const;
     std::wstring selectedName() const;
+    std::vector<std::wstring> names() const;
     SmartPtr<IUnknown> tab(int32_t index) const;
     int32_t refreshes() const;
 

@@ -98,6 +98,11 @@ void HostWindow::setHosted(IUnknown* hosted) {
     }
 }
 
+SmartPtr<IUnknown> HostWindow::hosted() const {
+    std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Hosted;
+}
+
 std::vector<MouseEvent> HostWindow::mouseEvents() const { return m_Pointer.events(); }
 
 int32_t HostWindow::shows() const {

@@ -52,6 +52,8 @@ public:
     HRESULT SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) override;
 
     void setHosted(IUnknown* hosted);
+    // The hosted object, unrecorded.
+    SmartPtr<IUnknown> hosted() const;
     std::vector<MouseEvent> mouseEvents() const;
     int32_t shows() const;
 

@@ -206,6 +206,7 @@ bool ProgramRunner::buildObjects(const ProgramFile& program, std::string& error)
         if (!made) return false;
         m_Objects->Add(host::makeString(object.name).get(), made.get(), nullptr, 0);
         m_Named.emplace(object.name, made);
+        m_Order.push_back(object.name);
         m_Labels.insert(host::narrow(object.name));
         const ObjectKind* kind = findObjectKind(object.kind);
         if (kind && kind->component && m_Components) m_Components->addObject(kind->component, made.get());
@@ -335,6 +336,7 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
     // Recording goes on until finish(): the operator's threads may still act.
     host::Recorder::setEnabled(true);
     host::Recorder::clear();
+    if (m_Trace && m_Trace->wantsScreens()) m_Trace->screenAfter(0, screenState());
     for (size_t i = 0; i < m_Steps.size(); ++i) {
         const size_t number = i + 1;
         const Step& step = m_Steps[i];
@@ -342,7 +344,10 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         if (!runnable) continue;
         Parameters before = parametersOf(step.object.get());
         host::Recorder::setCause(static_cast<int>(number));
-        if (m_Trace) m_Trace->stepStarts(number, host::narrow(step.className), host::narrow(step.title));
+        if (m_Trace) {
+            m_Trace->stepStarts(number, host::narrow(step.className), host::narrow(step.title));
+            m_Trace->stepReads(number, before);
+        }
         HRESULT result = runnable->TurnOn();
         bool stopped = false;
         while (runnable->IsRunning()) {
@@ -364,6 +369,7 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
             traceWrites(number, before);
             traceLateWrites(number);
             m_Trace->stepEnds(number, result, milliseconds, stopped, result < 0 ? whyFailed(step) : "");
+            if (m_Trace->wantsScreens()) m_Trace->screenAfter(number, screenState());
         }
         host::Recorder::setCause(0);
         // An asynchronous step's window may be answered after it ended, and
@@ -373,6 +379,19 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         if (interrupted.load()) break;
     }
     return failures;
+}
+
+host::ScreenState ProgramRunner::screenState() const {
+    std::vector<std::pair<std::string, IUnknown*>> objects;
+    std::vector<SmartPtr<IUnknown>> held;
+    held.reserve(2);
+    for (const std::wstring& name : m_Order) objects.emplace_back(host::narrow(name), object(name));
+    // The host's own screen and workspace, unless the program declares its own.
+    for (const wchar_t* component : {L"GlobalWindowCollection", L"ActiveWorkspace"}) {
+        held.push_back(m_Components ? m_Components->object(component) : nullptr);
+        objects.emplace_back(host::narrow(component), held.back().get());
+    }
+    return host::screenStateOf(objects);
 }
 
 void ProgramRunner::finish() {

@@ -71,6 +71,8 @@ public:
     bool resaveFolder(const std::string& text, std::string& saved, size_t& steps, std::string& error) const;
 
     size_t stepCount() const { return m_Steps.size(); }
+    // What the program's objects and the host's screen and workspace show now.
+    host::ScreenState screenState() const;
     // The object the program declares under that name, or null.
     IUnknown* object(const std::wstring& name) const;
 
@@ -106,6 +108,7 @@ private:
     SmartPtr<host::SuperCollection> m_Objects;
     std::unordered_map<std::wstring, SmartPtr<IUnknown>> m_Named;
     std::unordered_set<std::string> m_Labels;
+    std::vector<std::wstring> m_Order;  // the declared objects' names, in the file's order
     bool m_WasRecording = false;
     StepCatalogue m_Catalogue;
     struct Step {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/Operator.h"
+#include "host/ScreenState.h"
 #include "runtime/Interfaces.h"
 #include "runtime/Types.h"
 
@@ -72,6 +73,14 @@ public:
     // why: what the host side knows of a failure, or empty.
     virtual void stepEnds(size_t step, HRESULT result, double milliseconds, bool turnedOff, const std::string& why) = 0;
     virtual void programEnds(size_t failures) = 0;
+
+    // A report's events, which the traces on standard output leave out: the
+    // parameters a step starts with, and what the screen shows before the
+    // first step (0) and after each. A runner takes the screen's state only
+    // for a trace that wants it.
+    virtual void stepReads(size_t, const std::vector<std::pair<std::string, TraceValue>>&) {}
+    virtual bool wantsScreens() const { return false; }
+    virtual void screenAfter(size_t, const host::ScreenState&) {}
 
     // One piece of output, written whole and flushed, whatever thread writes
     // it; the terminal's prompts go through it too, so that no line of the

@@ -28,6 +28,7 @@
 #include "stephost/ProgramReader.h"
 #include "stephost/ProgramRunner.h"
 #include "stephost/ProgramTrace.h"
+#include "stephost/RunReport.h"
 #include "stephost/StepClasses.h"
 #include "stephost/StepReference.h"
 #include "stephost/TerminalOperator.h"
@@ -64,6 +65,10 @@ void usage(std::FILE* out) {
                  "options:\n"
                  "  --trace human|json   the trace of run on standard output: a block of lines per step\n"
                  "                       (human, the default) or one JSON object per line and event\n"
+                 "  --report FILE        run also writes a report to look at: one HTML page with a timeline,\n"
+                 "                       each step's parameters, calls and operator exchange, and a picture\n"
+                 "                       of the screen after it, what the step changed outlined\n"
+                 "  --junit FILE         run also writes JUnit XML for CI: a test case per step\n"
                  "  --interactive        the operator is the person at the terminal, not the program\n"
                  "                       file's <operator> script\n"
                  "  --strict             buttons, tabs, items and verbs the declared objects lack are\n"
@@ -178,6 +183,8 @@ struct Options {
     std::string folderOut;
     std::string fromXml;
     std::string fromFolder;
+    std::string report;
+    std::string junit;
 };
 
 // False, with the one thing wrong in error, for words stephost does not understand.
@@ -192,6 +199,8 @@ bool parseArguments(int argc, char** argv, Options& options, std::string& error)
         {"--settings", &Options::settings, "a settings file", nullptr},
         {"--module", &Options::module, "the module's path", nullptr},
         {"--trace", &Options::trace, "human or json", "run"},
+        {"--report", &Options::report, "an output file", "run"},
+        {"--junit", &Options::junit, "an output file", "run"},
         {"--format", &Options::format, "text or md", "describe"},
         {"--program", &Options::programOut, "an output file", "save"},
         {"--xml", &Options::xmlOut, "an output file", "save"},
@@ -343,10 +352,20 @@ int runProgram(const Module& module, const Options& options, stephost::ProgramFi
     const bool json = options.trace == "json";
     std::unique_ptr<stephost::ProgramTrace> trace =
         json ? stephost::makeJsonTrace(stdout) : stephost::makeHumanTrace(stdout);
-    stephost::ProgramRunner runner(module.create, trace.get(), components);
+    for (const std::string* output : {&options.report, &options.junit}) {
+        if (!output->empty() && host::sameFile(*output, options.file)) {
+            std::fprintf(stderr, "stephost: %s is the program file; a report goes to another file\n", output->c_str());
+            return kUsage;
+        }
+    }
+    // The reports are told the same events as the trace, which they pass on.
+    const bool reports = !options.report.empty() || !options.junit.empty();
+    stephost::RunRecord record(trace.get());
+    stephost::ProgramTrace* told = reports ? &record : trace.get();
+    stephost::ProgramRunner runner(module.create, told, components);
     if (!buildProgram(runner, options, program)) return kRefused;
-    trace->programStarts({host::narrow(program.name), options.file, runner.stepCount(), program.objects.size(),
-                          options.interactive, program.operatorScript.size()});
+    told->programStarts({host::narrow(program.name), options.file, runner.stepCount(), program.objects.size(),
+                         options.interactive, program.operatorScript.size()});
     // The stand-in's windows ask this operator when a step puts a question on screen.
     host::Operator& person = host::Operator::current();
     person.script(program.operatorScript);
@@ -370,7 +389,18 @@ int runProgram(const Module& module, const Options& options, stephost::ProgramFi
     person.listen(nullptr);
     person.setAnswerer(nullptr);
     person.setDismissUnanswered(false);
-    trace->programEnds(failures);
+    told->programEnds(failures);
+    const stephost::RunRecord::Run run = reports ? record.run() : stephost::RunRecord::Run();
+    const std::pair<const std::string*, std::string> outputs[] = {
+        {&options.report, options.report.empty() ? "" : stephost::reportHtml(run, FLUKO_VERSION)},
+        {&options.junit, options.junit.empty() ? "" : stephost::junitXml(run)}};
+    for (const auto& [name, text] : outputs) {
+        std::string error;
+        if (!name->empty() && !host::writeWholeFile(*name, text, &error)) {
+            std::fprintf(stderr, "stephost: %s\n", error.c_str());
+            return kRefused;
+        }
+    }
     return failures == 0 ? kSucceeded : kStepFailed;
 }
 

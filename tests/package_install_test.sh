@@ -79,7 +79,8 @@ plugin=$root/usr/lib/flukokzad
 examples=$root/usr/share/flukokzad/examples
 for f in "$plugin/stephost" "$plugin/_binlinux/Flukokzad.so" "$plugin/_binlinux/CollectionsEx.so" \
          "$examples/demo.xml" "$examples/all-steps.xml" "$root/usr/share/doc/flukokzad/README.md" \
-         "$root/usr/share/doc/flukokzad/steps.md" "$root/usr/share/doc/flukokzad/copyright" \
+         "$root/usr/share/doc/flukokzad/steps.md" "$root/usr/share/doc/flukokzad/report.png" \
+         "$root/usr/share/doc/flukokzad/copyright" \
          "$root/usr/share/man/man1/stephost.1.gz"; do
     [ -f "$f" ] || fail "${f#"$root"} is not in the package"
 done
@@ -87,6 +88,7 @@ done
 readme=$root/usr/share/doc/flukokzad/README.md
 ! grep -q "build/native/stephost" "$readme" || fail "the installed README names build/native/stephost"
 grep -q "stephost run /usr/share/flukokzad/examples/demo.xml" "$readme" || fail "the installed README names no installed example"
+grep -q "](report.png)" "$readme" || fail "the installed README shows no report.png beside it"
 zcat "$root/usr/share/man/man1/stephost.1.gz" | grep -q "/usr/share/doc/flukokzad/steps.md" ||
     fail "the manual page does not name the installed step reference"
 [ "$(readlink "$root/usr/bin/stephost")" = ../lib/flukokzad/stephost ] ||

@@ -1,6 +1,7 @@
 // stephost's machine trace, read back with a real JSON parser: every example's
 // trace, the order of a run's events, and texts no writer expects.
 #include <gtest/gtest.h>
+#include <tinyxml2.h>
 
 #include <cmath>
 #include <filesystem>
@@ -10,7 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "host/ScreenState.h"
 #include "stephost/JsonLines.h"
+#include "stephost/RunReport.h"
 #include "support/StepHost.h"
 
 namespace {
@@ -246,6 +249,131 @@ TEST(StepHostTrace, TheWriterEscapesAndReplacesWhatJsonCannotHold) {
     EXPECT_EQ(parsed.at("i").get<int64_t>(), -9007199254740993LL);
     EXPECT_EQ(parsed.at("r").get<double>(), 0.1);
     EXPECT_EQ(json::parse(stephost::JsonObject().number("third", 1.0 / 3).line()).at("third").get<double>(), 1.0 / 3);
+}
+
+}  // namespace
+
+namespace {
+
+// The reports of a run with a password and a failing step: the JUnit XML
+// parses, with a case per step named by its title (or class) and a failure,
+// with code, name and reason, where the step failed; the page has an entry
+// and a picture per step; neither shows the password.
+TEST(StepHostTrace, TheReportsHoldACasePerStepTheFailuresAndNoPassword) {
+    TemporaryFile program(
+        "<program name=\"fails &lt;once&gt; \xFF\">\n<objects><screen name=\"Screen\"/></objects>\n<steps>\n"
+        "<step class=\"GCUIInput\" title=\"the password\"><parameter name=\"Type\">Password</parameter>"
+        "<parameter name=\"Wait\">1</parameter></step>\n<step class=\"GCUIRefresh\" title=\"nothing &amp; bound\"/>\n"
+        "<step class=\"GCUIMessage\"><parameter name=\"Message\">service</parameter></step>\n</steps>\n"
+        "<operator><keyboard>service</keyboard></operator>\n</program>\n");
+    TemporaryFolder out;
+    const ProcessRun run = runStephost({"run", "--report", out / "r.html", "--junit", out / "j.xml", program.path()});
+    EXPECT_EQ(run.status, 1) << run.output;
+    tinyxml2::XMLDocument junit;
+    ASSERT_EQ(junit.LoadFile((out / "j.xml").c_str()), tinyxml2::XML_SUCCESS) << fileText(out / "j.xml");
+    const tinyxml2::XMLElement* suite = junit.RootElement()->FirstChildElement("testsuite");
+    ASSERT_NE(suite, nullptr);
+    EXPECT_STREQ(suite->Attribute("tests"), "3");
+    EXPECT_STREQ(suite->Attribute("failures"), "1");
+    std::vector<std::string> cases;
+    for (auto* testCase = suite->FirstChildElement("testcase"); testCase;
+         testCase = testCase->NextSiblingElement("testcase")) {
+        const tinyxml2::XMLElement* failure = testCase->FirstChildElement("failure");
+        cases.push_back(std::string(testCase->Attribute("name")) + " | " + testCase->Attribute("classname") +
+                        (failure ? std::string(" | ") + failure->Attribute("message") : ""));
+        EXPECT_GE(testCase->DoubleAttribute("time", -1), 0.0);
+        EXPECT_NE(testCase->FirstChildElement("system-out"), nullptr);
+    }
+    EXPECT_EQ(cases, (std::vector<std::string>{
+                         "the password | GCUIInput",
+                         "nothing & bound | GCUIRefresh | E_FAIL (0x80004005): input RefreshableObject is bound to "
+                         "nothing",
+                         "GCUIMessage | GCUIMessage"}));
+    const std::string page = fileText(out / "r.html");
+    const auto count = [&page](const std::string& part) {
+        size_t found = 0;
+        for (size_t at = page.find(part); at != std::string::npos; at = page.find(part, at + 1)) ++found;
+        return found;
+    };
+    EXPECT_EQ(count("<section class=\"step "), 3u);
+    EXPECT_EQ(count("<section class=\"step failed\""), 1u);
+    EXPECT_EQ(count("class=\"screen\""), 3u);
+    EXPECT_NE(page.find("fails &lt;once&gt; \xEF\xBF\xBD"), std::string::npos);
+    for (const std::string& text : {page, fileText(out / "j.xml")}) {
+        EXPECT_EQ(text.find("service"), std::string::npos) << text;
+        EXPECT_NE(text.find("******"), std::string::npos);
+    }
+    EXPECT_EQ(runStephost({"run", "--report", "/nonexistent/r.html", program.path()}).status, 2);
+}
+
+// The picture of the screen, element by element: the active window, the tab
+// in front, pressed and selected buttons, the message's text, a scroll
+// position, a pointer event and a dialog; "changed" marks exactly what
+// differs from the screen before.
+TEST(StepHostTrace, TheScreensPictureDrawsItsStateAndMarksWhatChanged) {
+    host::ScreenState before;
+    before.windows.resize(1);
+    before.windows[0].name = "Panel";
+    before.windows[0].hosts = "Pump";
+    before.windows[0].area[2] = 800;
+    before.windows[0].area[3] = 600;
+    before.tabs = {{"Views", 0, {"Setup", "Plot"}, 0}};
+    before.buttons = {{"Bar", {{"Start", false, false, 201}, {"Stop", false, true, 202}}, {}}};
+    before.scrollables = {{"Chart", {0, 0}, {60, 0}}};
+    before.shown = {{"Screen", "GCUIMessage", "Preparing", true}};
+    host::ScreenState after = before;
+    after.windows[0].active = true;
+    after.windows[0].pointerEvents = 1;
+    after.windows[0].lastPointer.x = 400;
+    after.tabs[0].selected = 1;
+    after.buttons[0].buttons[0].pressed = true;
+    after.buttons[0].commands = {202};
+    after.scrollables[0].position[0] = 240;
+    stephost::RunRecord::Question dialog;
+    dialog.kind = "confirm";
+    dialog.prompt = "Start?";
+    dialog.closed = dialog.answered = true;
+    dialog.reply = "yes";
+    // Each group as "class | data-name | data-selected or data-position", by its place.
+    const auto groups = [](const std::string& svg) {
+        tinyxml2::XMLDocument document;
+        EXPECT_EQ(document.Parse(svg.c_str()), tinyxml2::XML_SUCCESS) << svg;
+        std::vector<std::string> found;
+        std::vector<const tinyxml2::XMLElement*> open = {document.RootElement()};
+        while (!open.empty()) {
+            const tinyxml2::XMLElement* element = open.back();
+            open.pop_back();
+            for (auto* child = element ? element->LastChildElement() : nullptr; child;
+                 child = child->PreviousSiblingElement()) {
+                open.push_back(child);
+            }
+            if (!element || std::string(element->Name()) != "g") continue;
+            const char* detail = element->Attribute("data-selected") ? element->Attribute("data-selected")
+                                                                     : element->Attribute("data-position");
+            found.push_back(std::string(element->Attribute("class")) + " | " + element->Attribute("data-name") +
+                            (detail ? std::string(" | ") + detail : ""));
+        }
+        return found;
+    };
+    std::vector<std::string> changes;
+    const std::string svg = stephost::screenSvg(after, before, {dialog}, &changes);
+    EXPECT_EQ(groups(svg), (std::vector<std::string>{
+                               "window active changed | Panel", "pointer changed | Panel", "message | GCUIMessage",
+                               "tabs changed | Views | Plot", "tab | Setup", "tab selected | Plot", "buttons | Bar",
+                               "button pressed changed | Start", "button selected changed | Stop", "scrollable | Chart",
+                               "scrollbar changed | Chart.0 | 240.00", "dialog confirm closed changed | Start?"}));
+    EXPECT_NE(svg.find(">Preparing</text>"), std::string::npos) << svg;
+    EXPECT_EQ(changes.size(), 7u);
+    for (const char* change : {"Views: Plot in front", "Bar.Stop up, selected, its command run once"}) {
+        EXPECT_NE(std::find(changes.begin(), changes.end(), change), changes.end()) << change;
+    }
+    changes.clear();
+    EXPECT_EQ(stephost::screenSvg(after, after, {}, &changes).find("changed"), std::string::npos);
+    EXPECT_TRUE(changes.empty());
+    host::ScreenState closed = after;
+    closed.shown.clear();
+    EXPECT_EQ(stephost::screenSvg(closed, after, {}, &changes).find("message"), std::string::npos);
+    EXPECT_EQ(changes, std::vector<std::string>{"Screen.GCUIMessage closed"});
 }
 
 }  // namespace
