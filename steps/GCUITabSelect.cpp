@@ -12,7 +12,7 @@ const InputDeclaration kInputs[] = {
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"SubTab", Integer(0), 0x53},
+    {L"SubTab", Integer(0), kSwitchChoiceFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -34,7 +34,7 @@ public:
     // tabs of its own, "SubTab" selects one of those as it is: the tab
     // collection judges the range. The step never fails.
     HRESULT Execute(CStopEvent*) {
-        SmartPtr<IInputParameter> binding = InputRecord(kTabbedWindows);
+        SmartPtr<IInputParameter> binding = inputRecord(kTabbedWindows);
         if (!binding) return S_OK;
         int32_t index = -1;
         SmartPtr<IString> name;
@@ -53,8 +53,8 @@ public:
         }
         if (inner) inner->Select(readInteger(kSubTab), 1);
 
-        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(0);
-        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(inner.get())) refreshable->Refresh(0);
+        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(kRefreshOrdinary);
+        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(inner.get())) refreshable->Refresh(kRefreshOrdinary);
         return S_OK;
     }
 };
