@@ -337,6 +337,8 @@ public:
     virtual HRESULT Select(int32_t index, int32_t notify) = 0;
 };
 FLUKO_INTERFACE_ID(ITabCollection);
+// Select's notify argument, as the steps pass it.
+constexpr int32_t kSelectNotify = 1;
 
 class IToolbar : public IUnknown {
 public:
@@ -473,8 +475,9 @@ public:
                                     int32_t save, int32_t b, int32_t c, IUnknown** result) = 0;
 };
 FLUKO_INTERFACE_ID(IUIUtils);
-// ShowPopup's three numbers: the window kind every step passes, then the
-// placement and option pairs of the keyboard, the editor and a verb's editor.
+// ShowPopup's three numbers, whose meanings are the host's: the one every
+// step passes third, then the last two (called placement and options here),
+// which differ for the keyboard, the editor and a verb's editor.
 constexpr int32_t kPopupKind = 3;
 constexpr int32_t kPopupKeyboardPlacement = 5, kPopupKeyboardOptions = 1;
 constexpr int32_t kPopupEditorPlacement = 4, kPopupEditorOptions = 1;

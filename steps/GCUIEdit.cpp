@@ -152,7 +152,7 @@ public:
 
         if (auto viewer = inputObject(kOptionalViewer).query<ISmartViewer>()) {
             viewer->ShowObject(0, frame.get(), 0);
-            if (auto refreshable = viewer.query<IUIRefreshableObject>()) refreshable->Refresh(0);
+            if (auto refreshable = viewer.query<IUIRefreshableObject>()) refreshable->Refresh(kRefreshOrdinary);
             return S_OK;
         }
 

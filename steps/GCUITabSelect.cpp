@@ -46,12 +46,12 @@ public:
         SmartPtr<ITabCollection> inner;
         if (auto tabs = OBJECTResolve<ITabCollection>(bound.get())) {
             tabs->get_Index(name.get(), &index);
-            tabs->Select(index, 1);
+            tabs->Select(index, kSelectNotify);
             SmartPtr<IUnknown> tab;
             tabs->get_Item(index, tab.put());
             inner = tab.query<ITabCollection>();
         }
-        if (inner) inner->Select(readInteger(kSubTab), 1);
+        if (inner) inner->Select(readInteger(kSubTab), kSelectNotify);
 
         if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(kRefreshOrdinary);
         if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(inner.get())) refreshable->Refresh(kRefreshOrdinary);
