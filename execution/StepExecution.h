@@ -21,13 +21,13 @@
 // change of the wall clock during a run cannot give a wrong duration.
 class CTimer {
 public:
-    CTimer() { Start(); }
-    void Start() { m_Start = now(); }
-    double ElapsedMilliseconds() const { return MillisecondsBetween(m_Start, now()); }
+    CTimer() { start(); }
+    void start() { m_Start = now(); }
+    double elapsedMilliseconds() const { return millisecondsBetween(m_Start, now()); }
 
     // Each difference is a signed 32-bit value; the microseconds may be
     // negative and the sum is still right.
-    static double MillisecondsBetween(const timeval& start, const timeval& end) {
+    static double millisecondsBetween(const timeval& start, const timeval& end) {
         const int32_t seconds = static_cast<int32_t>(end.tv_sec - start.tv_sec);
         const int32_t microseconds = static_cast<int32_t>(end.tv_usec - start.tv_usec);
         return static_cast<double>(seconds) * 1000.0 + static_cast<double>(microseconds) / 1000.0;
@@ -42,8 +42,8 @@ private:
 // The stop request that a running Execute polls between its waits.
 class CStopEvent {
 public:
-    bool IsSet() const { return m_Flag.load() != 0; }
-    void Set() { m_Flag.store(1); }
+    bool isSet() const { return m_Flag.load() != 0; }
+    void set() { m_Flag.store(1); }
 
 private:
     std::atomic<int32_t> m_Flag{0};
@@ -76,9 +76,9 @@ template <class T, class StepInterface = IStep, class Timer = CTimer>
 class IStepImplSynchronous : public StepInterface {
 public:
     HRESULT TurnOn() override {
-        m_Timer.Start();
+        m_Timer.start();
         const HRESULT result = callExecute(static_cast<T*>(this), nullptr);
-        m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+        m_ExecutionTime = m_Timer.elapsedMilliseconds();
         return result;
     }
     // A synchronous step cannot be stopped from outside.

@@ -103,7 +103,7 @@ private:
     void waitWithLimit(CStopEvent* stop, IConfirmationWindow* window, double limit) {
         SmartPtr<IUIKeyboardInput> keyboard = queryInterface<IUIKeyboardInput>(window);
         for (;;) {
-            if (stop && stop->IsSet()) return;
+            if (stop && stop->isSet()) return;
             m_Worker.waitUntil(stop, kLookMilliseconds, answered());
             m_Worker.updateExecutionTime();
             double elapsed = 0.0;
@@ -112,7 +112,7 @@ private:
                 // An answer or a stop that came during the look wins over a
                 // time-out that falls due in the same look.
                 std::lock_guard<Mutex> lock(m_AnswerMutex);
-                if ((stop && stop->IsSet()) || m_Worker.runningFlag() == 0) return;
+                if ((stop && stop->isSet()) || m_Worker.runningFlag() == 0) return;
                 if (!(limit < elapsed)) continue;
                 m_Worker.clearRunningFlag();
                 writeInteger(kResponse, -1);

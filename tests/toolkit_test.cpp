@@ -191,7 +191,7 @@ TEST(StepWorkerWait, AnAnswerOrAStopEndsTheWaitAtOnce) {
 
     answered = 0;
     CStopEvent stop;
-    stop.Set();
+    stop.set();
     const auto stoppedAt = std::chrono::steady_clock::now();
     EXPECT_FALSE(waitFor(&stop, 20000)) << "a stop ends the wait without an answer";
     EXPECT_LT(std::chrono::steady_clock::now() - stoppedAt, 5s);
