@@ -49,7 +49,7 @@ HRESULT refreshByHand(RefreshSetup& setup) {
         refreshable->Refresh(setup.immediate->get_Long() != 0 ? 9 : 0);
         result = S_OK;
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return result;
 }
 
@@ -65,7 +65,7 @@ public:
 
     HRESULT Execute(CStopEvent* stop) {
         gStarted.store(1);
-        while (!stop->IsSet()) std::this_thread::sleep_for(std::chrono::microseconds(50));
+        while (!stop->isSet()) std::this_thread::sleep_for(std::chrono::microseconds(50));
         return S_OK;
     }
 };

@@ -60,7 +60,7 @@ HRESULT activateByHand(ActivateSetup& setup) {
     if (SmartPtr<IActivatableObject> activatable = bound.query<IActivatableObject>()) {
         result = activatable->Activate(setup.values[0]->get_Long() != 0 ? 1 : 0);
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return result;
 }
 
@@ -121,7 +121,7 @@ HRESULT buttonSelectByHand(ButtonSelectSetup& setup) {
         }
     }
     if (auto refreshable = bound.query<IUIRefreshableObject>()) refreshable->Refresh(0);
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 

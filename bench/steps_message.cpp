@@ -48,7 +48,7 @@ HRESULT messageByHand(MessageSetup& setup) {
     auto messageWindow = CreateObject<IMessageWindow>(L"MessageWindow");
     messageWindow->put_Message(text.get());
     windows->Add(name.get(), messageWindow.query<IWindow>().get());
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 
@@ -101,7 +101,7 @@ HRESULT pointerByHand(PointerSetup& setup) {
     const int32_t state = number(4)->get_Long() == 2 ? 3 : number(4)->get_Long() == 1 ? 2 : 0;
     const int32_t modifiers = number(5)->get_Long() != 0 ? 8 : 0;
     const HRESULT result = mouse->SendMouse(button, state, modifiers, x, y, area);
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return result;
 }
 

@@ -107,7 +107,7 @@ HRESULT readByHand(Setup& setup) {
             setup.parameters->Add(PROPDisplayName(section.get(), id).get(), value.get(), nullptr, kind & 0xFF);
         }
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 
@@ -142,7 +142,7 @@ HRESULT writeByHand(WriteSetup& setup) {
             interrogate->SetProperty(id, value->get_Long());
         }
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 

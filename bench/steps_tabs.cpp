@@ -75,7 +75,7 @@ HRESULT scrollByHand(ScrollSetup& setup) {
         }
         result = S_OK;
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return result;
 }
 
@@ -122,7 +122,7 @@ HRESULT tabSelectByHand(TabSelectSetup& setup) {
         if (SmartPtr<IUIRefreshableObject> refreshable = bound.query<IUIRefreshableObject>()) refreshable->Refresh(0);
         if (SmartPtr<IUIRefreshableObject> refreshable = inner.query<IUIRefreshableObject>()) refreshable->Refresh(0);
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 
@@ -155,7 +155,7 @@ HRESULT selectedTabByHand(SelectedTabSetup& setup) {
         variant->put_Value(value);
         setup.parameters->put_Item(slot, variant.get());
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 

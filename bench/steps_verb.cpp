@@ -63,7 +63,7 @@ HRESULT verbByHand(VerbSetup& setup) {
             if (auto step = bound.query<IStep>()) step->TurnOn();
         }
     }
-    setup.executionTime = CTimer::MillisecondsBetween(start, CTimer::now());
+    setup.executionTime = CTimer::millisecondsBetween(start, CTimer::now());
     return S_OK;
 }
 

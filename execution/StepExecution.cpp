@@ -65,7 +65,7 @@ HRESULT StepWorker::start(CObjectRoot* step, Execute execute) {
         previous = m_Record;
         m_Record = record;  // the step's reference
         m_Running = 1;
-        m_Timer.Start();
+        m_Timer.start();
 
         step->AddRef();      // the worker's reference on the step
         holdRecord(record);  // and on the record
@@ -106,10 +106,10 @@ HRESULT StepWorker::stop() {
             m_Record = nullptr;  // its reference is this call's now
         } else {
             holdRecord(record);
-            if (!record->stop.IsSet()) {
+            if (!record->stop.isSet()) {
                 m_Running = 0;
-                m_ExecutionTime = m_Timer.ElapsedMilliseconds();
-                record->stop.Set();
+                m_ExecutionTime = m_Timer.elapsedMilliseconds();
+                record->stop.set();
             }
         }
     }
@@ -150,12 +150,12 @@ HRESULT StepWorker::runHere(CObjectRoot* step, Execute execute) {
     {
         std::lock_guard<Mutex> lock(m_StateMutex);
         if (m_Running.load() == 1 || (m_Record && !m_Record->finished)) return E_FAIL;
-        m_Timer.Start();
+        m_Timer.start();
     }
     const HRESULT result = execute(step, nullptr);
     std::lock_guard<Mutex> lock(m_StateMutex);
     m_Result = result;
-    m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+    m_ExecutionTime = m_Timer.elapsedMilliseconds();
     return result;
 }
 
@@ -163,7 +163,7 @@ bool StepWorker::waitFor(const CStopEvent* stopEvent, int32_t milliseconds, bool
                          const void* answer) {
     const timespec deadline = Condition::deadlineAfter(milliseconds);
     std::lock_guard<Mutex> lock(m_WaitMutex);
-    while (!(stopEvent && stopEvent->IsSet()) && !done(answer)) {
+    while (!(stopEvent && stopEvent->isSet()) && !done(answer)) {
         if (!m_Wakeup.waitUntil(m_WaitMutex, deadline)) break;
     }
     return done(answer);
@@ -176,7 +176,7 @@ void StepWorker::wake() {
 
 void StepWorker::updateExecutionTime() {
     std::lock_guard<Mutex> lock(m_StateMutex);
-    m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+    m_ExecutionTime = m_Timer.elapsedMilliseconds();
 }
 
 bool StepWorker::hasThreadRecord() {
@@ -202,7 +202,7 @@ void* StepWorker::workerThread(void* argument) {
         record->finished = true;
         self->m_Running = 0;
         self->m_Result = result;
-        self->m_ExecutionTime = self->m_Timer.ElapsedMilliseconds();
+        self->m_ExecutionTime = self->m_Timer.elapsedMilliseconds();
         self->m_Ended.notifyAll();
     }
     step->Unlock();

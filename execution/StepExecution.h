@@ -10,6 +10,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "runtime/Interfaces.h"
 #include "runtime/Locks.h"
@@ -19,13 +21,13 @@
 // change of the wall clock during a run cannot give a wrong duration.
 class CTimer {
 public:
-    CTimer() { Start(); }
-    void Start() { m_Start = now(); }
-    double ElapsedMilliseconds() const { return MillisecondsBetween(m_Start, now()); }
+    CTimer() { start(); }
+    void start() { m_Start = now(); }
+    double elapsedMilliseconds() const { return millisecondsBetween(m_Start, now()); }
 
     // Each difference is a signed 32-bit value; the microseconds may be
     // negative and the sum is still right.
-    static double MillisecondsBetween(const timeval& start, const timeval& end) {
+    static double millisecondsBetween(const timeval& start, const timeval& end) {
         const int32_t seconds = static_cast<int32_t>(end.tv_sec - start.tv_sec);
         const int32_t microseconds = static_cast<int32_t>(end.tv_usec - start.tv_usec);
         return static_cast<double>(seconds) * 1000.0 + static_cast<double>(microseconds) / 1000.0;
@@ -40,21 +42,43 @@ private:
 // The stop request that a running Execute polls between its waits.
 class CStopEvent {
 public:
-    bool IsSet() const { return m_Flag.load() != 0; }
-    void Set() { m_Flag.store(1); }
+    bool isSet() const { return m_Flag.load() != 0; }
+    void set() { m_Flag.store(1); }
 
 private:
     std::atomic<int32_t> m_Flag{0};
 };
+
+// Whether the step class T has its own `HRESULT Execute(CStopEvent*)`.
+template <class T, class = void>
+struct HasExecute : std::false_type {};
+template <class T>
+struct HasExecute<
+    T, std::enable_if_t<std::is_same_v<decltype(std::declval<T&>().Execute(std::declval<CStopEvent*>())), HRESULT>>>
+    : std::true_type {};
+
+// Calls the step's Execute. No base gives a default, so a class whose
+// Execute is missing or misspelt stops here with the message below instead
+// of running as a step that does nothing. (Not a test: a class without
+// Execute is a compile error, which a test of this suite cannot show.)
+template <class T>
+HRESULT callExecute(T* step, CStopEvent* stop) {
+    static_assert(HasExecute<T>::value, "a step class must define HRESULT Execute(CStopEvent* stop)");
+    if constexpr (HasExecute<T>::value) {
+        return step->Execute(stop);
+    } else {
+        return E_NOTIMPL;
+    }
+}
 
 // Runs the step's Execute on the caller's thread; Execute gets no stop event.
 template <class T, class StepInterface = IStep, class Timer = CTimer>
 class IStepImplSynchronous : public StepInterface {
 public:
     HRESULT TurnOn() override {
-        m_Timer.Start();
-        const HRESULT result = static_cast<T*>(this)->Execute(nullptr);
-        m_ExecutionTime = m_Timer.ElapsedMilliseconds();
+        m_Timer.start();
+        const HRESULT result = callExecute(static_cast<T*>(this), nullptr);
+        m_ExecutionTime = m_Timer.elapsedMilliseconds();
         return result;
     }
     // A synchronous step cannot be stopped from outside.
@@ -111,7 +135,7 @@ public:
     StepWorker(const StepWorker&) = delete;
     StepWorker& operator=(const StepWorker&) = delete;
 
-    // 0 when a worker was started or its creation attempted; 0x80004005
+    // 0 when a worker was started or its creation attempted; E_FAIL
     // while a run is under way; E_OUTOFMEMORY when there is no memory for
     // the run's record.
     HRESULT start(CObjectRoot* step, Execute execute);
@@ -122,7 +146,7 @@ public:
     int32_t isRunning();
     HRESULT executionTime(double* out);
     // Runs Execute on the caller's thread with no stop event, timed like a
-    // worker's run; 0x80004005 while a worker exists.
+    // worker's run; E_FAIL while a worker exists.
     HRESULT runHere(CObjectRoot* step, Execute execute);
 
     // Waits at most `milliseconds`, ended at once by a stop or by wake().
@@ -166,8 +190,8 @@ private:
 template <class T, class StepInterface = IStep, class Timer = CTimer>
 class IStepImplAsynchronous : public StepInterface {
 public:
-    HRESULT TurnOn() override { return StartWorker(); }
-    HRESULT TurnOff() override { return StopWorker(); }
+    HRESULT TurnOn() override { return startWorker(); }
+    HRESULT TurnOff() override { return stopWorker(); }
     int32_t IsRunning() override { return m_Worker.isRunning(); }
     HRESULT get_ExecutionTime(double* out) override { return m_Worker.executionTime(out); }
 
@@ -175,12 +199,12 @@ protected:
     IStepImplAsynchronous() = default;
     ~IStepImplAsynchronous() = default;
 
-    HRESULT StartWorker() { return m_Worker.start(static_cast<T*>(this), &run); }
-    HRESULT StopWorker() { return m_Worker.stop(); }
-    HRESULT RunHere() { return m_Worker.runHere(static_cast<T*>(this), &run); }
+    HRESULT startWorker() { return m_Worker.start(static_cast<T*>(this), &run); }
+    HRESULT stopWorker() { return m_Worker.stop(); }
+    HRESULT runHere() { return m_Worker.runHere(static_cast<T*>(this), &run); }
 
     StepWorker m_Worker;
 
 private:
-    static HRESULT run(CObjectRoot* step, CStopEvent* stop) { return static_cast<T*>(step)->Execute(stop); }
+    static HRESULT run(CObjectRoot* step, CStopEvent* stop) { return callExecute(static_cast<T*>(step), stop); }
 };

@@ -17,7 +17,7 @@ public:
 
     explicit ActivatableObject(std::string label = "Activatable", bool active = false);
 
-    // Any value other than 0 or 1 is refused with 0x80070057 and changes
+    // Any value other than 0 or 1 is refused with E_INVALIDARG and changes
     // nothing; otherwise the answer set with setAnswer (0 unless told).
     HRESULT Activate(int32_t activate) override;
 

@@ -49,7 +49,7 @@ public:
     HRESULT QueryInterface(const IID& iid, void** out) override;
     HRESULT Press() override;
     HRESULT put_Property(int32_t id, int32_t value) override;
-    // 0x80070057 (and 0) for a property the button does not have.
+    // E_INVALIDARG (and 0) for a property the button does not have.
     HRESULT get_Property(int32_t id, int32_t* value) override;
 
     const std::wstring& name() const { return m_Name; }
@@ -84,7 +84,7 @@ public:
     explicit ButtonSet(std::string label = "Buttons", Role role = Role::Plain);
 
     HRESULT QueryInterface(const IID& iid, void** out) override;
-    // 0x80070057 outside the set.
+    // E_INVALIDARG outside the set.
     HRESULT get_Item(int32_t index, IUnknown** out) override;
     // A number is the index itself (failing, but left as the index, when
     // outside the set); a text is a button's name (-1 and failure when no

@@ -109,7 +109,7 @@ SmartPtr<IUnknown> createObjectOfClass(const std::wstring& className) {
 std::wstring classNameOf(IUnknown* object) {
     if (SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(object)) {
         tagREFString name = {0, nullptr};
-        if (info->GetName(0, &name) >= 0 && name.text && name.count > 0) return textOf(name);
+        if (SUCCEEDED(info->GetName(0, &name)) && name.text && name.count > 0) return textOf(name);
     }
     if (queryInterface<ICollectionMoniker>(object)) return L"CollectionMoniker";
     if (queryInterface<IInputParameters>(object)) return L"InputParameters";

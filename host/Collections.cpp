@@ -40,7 +40,7 @@ HRESULT SuperCollection::get_Index(IUnknown* key, int32_t* index) {
             return S_OK;
         }
         SmartPtr<IString> string;
-        if (variant->get_String(string.put()) < 0) return E_FAIL;
+        if (FAILED(variant->get_String(string.put()))) return E_FAIL;
         name = textOf(string.get());
     } else if (SmartPtr<IString> string = queryInterface<IString>(key)) {
         name = textOf(string.get());

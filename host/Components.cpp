@@ -25,7 +25,7 @@ HRESULT ComponentString::SetFromObject(IUnknown* object) {
     SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(object);
     if (!info) return E_FAIL;
     tagREFString name = {0, nullptr};
-    if (info->GetName(0, &name) < 0) return E_FAIL;
+    if (FAILED(info->GetName(0, &name))) return E_FAIL;
     std::lock_guard<std::mutex> lock(m_Mutex);
     m_Parts[1] = textOf(name);
     m_Found = false;
@@ -108,7 +108,7 @@ HRESULT ComponentCollection::get_Index(IString* name, int32_t* index) {
     const std::wstring wanted = textOf(name);
     record("get_Index(" + narrow(wanted) + ")");
     HRESULT hostile = S_OK;
-    if (Hostility::refuses(hostile)) return hostile < 0 ? hostile : S_OK;  // success with the index still -1
+    if (Hostility::refuses(hostile)) return FAILED(hostile) ? hostile : S_OK;  // success with the index still -1
     std::lock_guard<std::mutex> lock(m_Mutex);
     for (size_t i = 0; i < m_Entries.size(); ++i) {
         if (m_Entries[i].name == wanted) {

@@ -196,7 +196,7 @@ HRESULT FolderStream::ReadValue(IString* name, IVariant* into) {
         case Kind::String:
         case Kind::Object: {
             SmartPtr<IUnknown> object;
-            if (ReadObject(name, object.put(), 0) < 0) return E_FAIL;
+            if (FAILED(ReadObject(name, object.put(), 0))) return E_FAIL;
             return into->put_Value(object.get());
         }
         default:
@@ -218,7 +218,7 @@ HRESULT FolderStream::ReadObject(IString* name, IUnknown** out, int32_t) {
     if (*out) {
         SmartPtr<IDataPersist> existing = queryInterface<IDataPersist>(*out);
         if (!existing || classNameOf(*out) != entry.text) return E_INVALIDARG;
-        return existing->Load(entry.folder.get(), 0) < 0 ? E_FAIL : S_OK;
+        return FAILED(existing->Load(entry.folder.get(), 0)) ? E_FAIL : S_OK;
     }
     SmartPtr<IUnknown> object = createObjectOfClass(entry.text);
     SmartPtr<IDataPersist> persist = object.query<IDataPersist>();

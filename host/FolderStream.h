@@ -28,18 +28,18 @@ public:
     HRESULT WriteValue(IString* name, IVariant* value) override;
     // A string is kept as text; any other object saves itself (IDataPersist)
     // into a sub-folder tagged with its class name. An object that cannot
-    // save itself or has no class name: 0x80004001, nothing written. Objects
-    // nested 48 deep (a cycle of objects storing each other): 0x80004005.
+    // save itself or has no class name: E_NOTIMPL, nothing written. Objects
+    // nested 48 deep (a cycle of objects storing each other): E_FAIL.
     HRESULT WriteObject(IString* name, IUnknown* object, int32_t reserved) override;
     HRESULT WriteScalar(IString* name, const void* value, int32_t kind) override;
-    // Absent names: 0x80004005. ReadBinary copies only a block of exactly the
-    // size asked for (another size: 0x80070057, nothing written).
+    // Absent names: E_FAIL. ReadBinary copies only a block of exactly the
+    // size asked for (another size: E_INVALIDARG, nothing written).
     HRESULT ReadBinary(IString* name, void* data, int32_t size, int32_t reserved) override;
     HRESULT ReadValue(IString* name, IVariant* into) override;
     // When *out already holds an object, that object loads itself in place
     // and *out is left as it is (the caller keeps its one reference, nothing
     // leaks when it releases nothing); it must be of the stored class and
-    // able to load itself, else 0x80070057 and nothing changes. When *out is
+    // able to load itself, else E_INVALIDARG and nothing changes. When *out is
     // null, a new object of the stored class is made, loaded and handed out
     // with one reference.
     HRESULT ReadObject(IString* name, IUnknown** out, int32_t reserved) override;

@@ -4,6 +4,8 @@
 #include <map>
 #include <mutex>
 
+#include "runtime/TextEncoding.h"
+
 namespace host {
 
 namespace {
@@ -116,7 +118,7 @@ std::wstring textOf(IString* string) {
     if (!string) return {};
     const wchar_t* text = nullptr;
     int32_t length = 0;
-    if (string->get_Text(&text, &length) < 0 || !text || length <= 0) return {};
+    if (FAILED(string->get_Text(&text, &length)) || !text || length <= 0) return {};
     return std::wstring(text, static_cast<size_t>(length));
 }
 
@@ -126,25 +128,9 @@ std::wstring textOf(const tagREFString& text) {
 }
 
 std::string narrow(const std::wstring& text) {
-    std::string result;
-    for (wchar_t c : text) {
-        const uint32_t code = static_cast<uint32_t>(c);
-        if (code < 0x80) {
-            result += static_cast<char>(code);
-        } else if (code < 0x800) {
-            result += static_cast<char>(0xC0 | (code >> 6));
-            result += static_cast<char>(0x80 | (code & 0x3F));
-        } else if (code < 0x10000) {
-            result += static_cast<char>(0xE0 | (code >> 12));
-            result += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            result += static_cast<char>(0x80 | (code & 0x3F));
-        } else {
-            result += static_cast<char>(0xF0 | ((code >> 18) & 0x07));
-            result += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-            result += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-            result += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
+    const int32_t count = static_cast<int32_t>(text.size());
+    std::string result(encodeUtf8(text.data(), count, nullptr, 0) + 1, '\0');
+    result.resize(encodeUtf8(text.data(), count, &result[0], result.size()));
     return result;
 }
 

@@ -24,7 +24,7 @@ HRESULT InputParameter::get_Value(IUnknown** out) {
     // A moniker stands for the object it names.
     if (SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object.get())) {
         void* named = nullptr;
-        if (moniker->GetObject(required != IID_NULL ? required : IID_IUnknown, &named) < 0 || !named) return E_FAIL;
+        if (FAILED(moniker->GetObject(required != IID_NULL ? required : IID_IUnknown, &named)) || !named) return E_FAIL;
         *out = static_cast<IUnknown*>(named);
         return S_OK;
     }
@@ -152,11 +152,11 @@ HRESULT InputParameters::get_InputObject(int32_t index, IUnknown** out) {
     // stop at the first refusal, and an unbound input (or a moniker that
     // names nothing now) must not end that walk. Both give no object.
     SmartPtr<IUnknown> bound;
-    if (input->get_Object(bound.put()) < 0 || !bound) return S_OK;
+    if (FAILED(input->get_Object(bound.put())) || !bound) return S_OK;
     // A moniker yields the object it names now.
     if (SmartPtr<ICollectionMoniker> moniker = bound.query<ICollectionMoniker>()) {
         void* named = nullptr;
-        if (moniker->GetObject(IID_IUnknown, &named) >= 0) *out = static_cast<IUnknown*>(named);
+        if (SUCCEEDED(moniker->GetObject(IID_IUnknown, &named))) *out = static_cast<IUnknown*>(named);
         return S_OK;
     }
     *out = bound.detach();
@@ -211,7 +211,7 @@ bool iidOfHex(const std::wstring& text, IID& iid) {
 bool childText(IXMLStream* xml, const wchar_t* name, std::wstring& text) {
     tagREFString value = {0, nullptr};
     SmartPtr<IXMLStream> element;
-    if (xml->OpenElement(static_cast<int32_t>(std::wcslen(name)), name, &value, element.put(), 1) < 0) return false;
+    if (FAILED(xml->OpenElement(static_cast<int32_t>(std::wcslen(name)), name, &value, element.put(), 1))) return false;
     text = value.text && value.count > 0 ? std::wstring(value.text, static_cast<size_t>(value.count)) : std::wstring();
     return true;
 }
@@ -232,7 +232,7 @@ HRESULT InputParameter::saveXml(IXMLStream* xml) {
     xml->WriteElement(entryName(L"ItemIndex").get(), 0, makeString(std::to_wstring(stored.itemIndex)).get(), 0);
     if (SmartPtr<IDataPersist> persist = stored.object.query<IDataPersist>()) {
         xml->BeginElement(entryName(L"Object").get(), 0, 0);
-        if (xml->BeginObject(stored.object.get(), 0, 0) >= 0) {
+        if (SUCCEEDED(xml->BeginObject(stored.object.get(), 0, 0))) {
             persist->Save(xml, 0);
             xml->EndElement();
         }
@@ -273,7 +273,7 @@ HRESULT InputParameter::loadXml(IXMLStream* xml) {
     }
     SmartPtr<IUnknown> object;
     SmartPtr<IXMLStream> holder;
-    if (xml->OpenElement(6, L"Object", nullptr, holder.put(), 1) >= 0 && holder) {
+    if (SUCCEEDED(xml->OpenElement(6, L"Object", nullptr, holder.put(), 1)) && holder) {
         holder->CreateChildObject(object.put());
     }
     restore(hasIid ? &iid : nullptr, hasItemName ? &itemName : nullptr, itemIndex, object);
@@ -297,20 +297,20 @@ HRESULT InputParameter::Load(IDataStream* stream, int32_t) {
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     IID iid;
-    const bool hasIid = folder->ReadBinary(entryName(L"IID").get(), &iid, sizeof iid, 0) >= 0;
+    const bool hasIid = SUCCEEDED(folder->ReadBinary(entryName(L"IID").get(), &iid, sizeof iid, 0));
     std::wstring itemName;
     bool hasItemName = false;
     SmartPtr<IVariant> value = make<Variant>();
-    if (folder->ReadValue(entryName(L"ItemName").get(), value.get()) >= 0 && value->IsString()) {
+    if (SUCCEEDED(folder->ReadValue(entryName(L"ItemName").get(), value.get())) && value->IsString()) {
         SmartPtr<IString> text;
         value->get_String(text.put());
         itemName = textOf(text.get());
         hasItemName = true;
     }
     int32_t itemIndex = -1;
-    if (folder->ReadScalar(entryName(L"ItemIndex").get(), &itemIndex, 3) < 0) itemIndex = -1;
+    if (FAILED(folder->ReadScalar(entryName(L"ItemIndex").get(), &itemIndex, 3))) itemIndex = -1;
     SmartPtr<IUnknown> object;
-    if (folder->ReadObject(entryName(L"Object").get(), object.put(), 0) < 0) object = nullptr;
+    if (FAILED(folder->ReadObject(entryName(L"Object").get(), object.put(), 0))) object = nullptr;
     restore(hasIid ? &iid : nullptr, hasItemName ? &itemName : nullptr, itemIndex, object);
     return S_OK;
 }
@@ -322,7 +322,7 @@ HRESULT InputParameters::Save(IDataStream* stream, int32_t mode) {
     if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
         for (const SmartPtr<InputParameter>& input : all) {
             IUnknown* binding = static_cast<IInputParameter*>(input.get());
-            if (xml->BeginObject(binding, 0, 0) < 0) continue;
+            if (FAILED(xml->BeginObject(binding, 0, 0))) continue;
             input->Save(xml.get(), mode);
             xml->EndElement();
         }
@@ -344,10 +344,10 @@ HRESULT InputParameters::Load(IDataStream* stream, int32_t mode) {
     if (SmartPtr<IXMLStream> xml = queryInterface<IXMLStream>(stream)) {
         size_t position = 0;
         tagREFString name = {0, nullptr};
-        while (position < all.size() && xml->NextElement(&name) >= 0) {
+        while (position < all.size() && SUCCEEDED(xml->NextElement(&name))) {
             if (textOf(name) != L"InputParameter") continue;
             SmartPtr<IXMLStream> element;
-            if (xml->OpenElement(name.count, name.text, nullptr, element.put(), 1) >= 0 && element) {
+            if (SUCCEEDED(xml->OpenElement(name.count, name.text, nullptr, element.put(), 1)) && element) {
                 all[position]->Load(element.get(), mode);
             }
             ++position;
@@ -383,9 +383,9 @@ HRESULT CollectionMoniker::GetObject(const IID& iid, void** out) {
     }
     if (!collection) return E_FAIL;
     int32_t index = -1;
-    if (collection->get_Index(makeString(name).get(), &index) < 0 || index < 0) return E_FAIL;
+    if (FAILED(collection->get_Index(makeString(name).get(), &index)) || index < 0) return E_FAIL;
     SmartPtr<IUnknown> item;
-    if (collection->get_Item(index, item.put()) < 0 || !item) return E_FAIL;
+    if (FAILED(collection->get_Item(index, item.put())) || !item) return E_FAIL;
     return item->QueryInterface(iid, out);
 }
 
@@ -409,7 +409,7 @@ HRESULT CollectionMoniker::Load(IDataStream* stream, int32_t) {
     SmartPtr<IFolderStream> folder = queryInterface<IFolderStream>(stream);
     if (!folder) return E_NOTIMPL;
     SmartPtr<IVariant> value = make<Variant>();
-    if (folder->ReadValue(entryName(L"Name").get(), value.get()) < 0 || !value->IsString()) return E_FAIL;
+    if (FAILED(folder->ReadValue(entryName(L"Name").get(), value.get())) || !value->IsString()) return E_FAIL;
     SmartPtr<IString> text;
     value->get_String(text.put());
     std::lock_guard<std::mutex> lock(m_Mutex);

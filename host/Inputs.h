@@ -81,7 +81,7 @@ public:
     HRESULT AddInput(IString* name, IID iid, int32_t flags) override;
     // The bound object, or the object a bound moniker names now; no object
     // (and success) when unbound or the moniker names nothing. Only an index
-    // outside the list fails (0x80070057).
+    // outside the list fails (E_INVALIDARG).
     HRESULT get_InputObject(int32_t index, IUnknown** out) override;
 
     HRESULT Save(IDataStream* stream, int32_t mode) override;
@@ -106,7 +106,7 @@ public:
     explicit CollectionMoniker(std::wstring name = std::wstring()) : m_Name(std::move(name)) {}
 
     HRESULT BindToCollection(INamedCollection* collection, int32_t reserved) override;
-    // 0x80004005 when unbound or the name is not in the collection.
+    // E_FAIL when unbound or the name is not in the collection.
     HRESULT GetObject(const IID& iid, void** out) override;
 
     HRESULT Save(IDataStream* stream, int32_t mode) override;

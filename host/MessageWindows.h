@@ -40,13 +40,13 @@ public:
 
     explicit WindowCollection(std::string label = "Windows");
 
-    // The window with a new reference; 0x80070057 outside the collection.
+    // The window with a new reference; E_INVALIDARG outside the collection.
     HRESULT get_Item(int32_t index, IUnknown** out) override;
-    // -1 and 0x80004005 when no window has that name.
+    // -1 and E_FAIL when no window has that name.
     HRESULT get_Index(IString* name, int32_t* index) override;
-    // Opens the window under the name; a null window is refused (0x80004003).
+    // Opens the window under the name; a null window is refused (E_POINTER).
     HRESULT Add(IString* name, IWindow* window) override;
-    // Closes the window at index and lets it go; 0x80070057 outside the collection.
+    // Closes the window at index and lets it go; E_INVALIDARG outside the collection.
     HRESULT Remove(int32_t index) override;
 
     // Puts a window in place without recording it, as a program file does.

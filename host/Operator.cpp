@@ -39,9 +39,9 @@ OperatorQuestion OperatorQuestion::confirmation(const std::wstring& message, int
     question.kind = "confirm";
     question.caption = message;
     question.takes = Takes::Buttons;
-    if (styleWord == 0x2001) {
+    if (styleWord == kConfirmOkCancel) {
         question.buttons = {L"ok", L"cancel"};
-    } else if (styleWord == 0x4001) {
+    } else if (styleWord == kConfirmYesNo) {
         question.buttons = {L"yes", L"no"};
     } else {
         question.buttons = {L"ok"};

@@ -153,7 +153,7 @@ int32_t ConfirmationWindow::responseOf(const std::wstring& reply) {
 
 int32_t ConfirmationWindow::defaultResponse() const {
     std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_Style == 0x4001 ? 6 : 1;
+    return m_Style == kConfirmYesNo ? 6 : 1;
 }
 
 std::wstring ConfirmationWindow::message() const {

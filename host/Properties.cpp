@@ -187,7 +187,7 @@ HRESULT PropertyObject::GetParameters(INamedCollection** out, int32_t) {
 
 HRESULT PropertyObject::SetParameters(INamedCollection* parameters) {
     int32_t count = 0;
-    if (!parameters || parameters->get_Count(&count) < 0) count = 0;
+    if (!parameters || FAILED(parameters->get_Count(&count))) count = 0;
     std::string names;
     for (int32_t i = 0; i < count; ++i) {
         SmartPtr<IString> name;

@@ -15,7 +15,7 @@ public:
     static constexpr char kLedgerName[] = "ScrollableObject";
     using Answered = Answers<IUIScrollableObject>;
     // Axis 0 is horizontal, 1 vertical; any other axis is refused
-    // (0x80070057) and nothing is written.
+    // (E_INVALIDARG) and nothing is written.
     static constexpr int16_t kAxes = 2;
 
     explicit ScrollableObject(std::string label = "Scrollable") { setLabel(std::move(label)); }

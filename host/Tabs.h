@@ -32,12 +32,12 @@ public:
     explicit TabCollection(std::string label = "Tabs") { setLabel(std::move(label)); }
 
     // The tab collection's and the named collection's operations of the
-    // same name are one: an index outside the tabs is refused (0x80070057)
+    // same name are one: an index outside the tabs is refused (E_INVALIDARG)
     // and an out-pointer left null.
     HRESULT get_Count(int32_t* count) override;
     HRESULT get_Item(int32_t index, IUnknown** out) override;
     HRESULT get_ItemName(int32_t index, IString** out) override;
-    // The index of the tab of that exact name; 0x80004005 and `index`
+    // The index of the tab of that exact name; E_FAIL and `index`
     // untouched when no tab bears it.
     HRESULT get_Index(IString* name, int32_t* index) override;
     HRESULT get_Index(IUnknown* key, int32_t* index) override;

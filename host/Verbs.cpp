@@ -268,7 +268,7 @@ HRESULT ParameterList::Copy(IParameters* source) {
         SmartPtr<IVariant> value;
         SmartPtr<IUnknown> descriptor;
         int32_t flags = 0;
-        if (source->Iterate(index, name.put(), value.put(), descriptor.put(), &flags) < 0) break;
+        if (FAILED(source->Iterate(index, name.put(), value.put(), descriptor.put(), &flags))) break;
         Set(name.get(), value.get(), descriptor.get(), flags, 3);
     }
     return S_OK;
@@ -283,7 +283,7 @@ HRESULT ParameterList::Sort(int32_t) {
 
 HRESULT ParameterList::Set(IUnknown* key, IUnknown* value, IUnknown* descriptor, int32_t flags, int16_t) {
     int32_t index = -1;
-    if (get_Index(key, &index) < 0) {
+    if (FAILED(get_Index(key, &index))) {
         SmartPtr<IString> name = queryInterface<IString>(key);
         if (!name) return E_INVALIDARG;
         return Add(name.get(), value, descriptor, flags);
@@ -315,7 +315,8 @@ HRESULT ParameterList::Load(IDataStream* stream, int32_t) {
     for (int32_t index = 0; index < count; ++index) {
         SmartPtr<IString> name;
         SmartPtr<IVariant> value = make<Variant>();
-        if (names->get_ItemName(index, name.put()) < 0 || folder->ReadValue(name.get(), value.get()) < 0) continue;
+        if (FAILED(names->get_ItemName(index, name.put())) || FAILED(folder->ReadValue(name.get(), value.get())))
+            continue;
         Add(name.get(), value.get(), nullptr, 0);
     }
     return S_OK;
@@ -343,10 +344,10 @@ void addVerbComponents(ComponentCollection& components) {
 bool setParametricSetting(IUnknown* object, const std::wstring& name, IUnknown* value) {
     SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(object);
     SmartPtr<INamedCollection> offered;
-    if (!parametric || parametric->GetParameters(offered.put(), 0) < 0) return false;
+    if (!parametric || FAILED(parametric->GetParameters(offered.put(), 0))) return false;
     SmartPtr<IParameters> settings = offered.query<IParameters>();
     int32_t index = -1;
-    if (!settings || settings->get_Index(makeString(name).get(), &index) < 0 || index < 0) return false;
+    if (!settings || FAILED(settings->get_Index(makeString(name).get(), &index)) || index < 0) return false;
     settings->put_Item(index, value);
     parametric->SetParameters(offered.get());
     return true;

@@ -44,7 +44,7 @@ public:
 
     explicit HostWindow(std::string label = "Window", IUnknown* hosted = nullptr);
 
-    // The hosted object, with a new reference; 0x80004005 when it shows none.
+    // The hosted object, with a new reference; E_FAIL when it shows none.
     HRESULT get_HostedObject(IUnknown** out) override;
     HRESULT Show(int32_t a, int32_t b) override;
     HRESULT get_Area(int32_t rect[4]) override;

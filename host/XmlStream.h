@@ -49,21 +49,21 @@ public:
 
     // Names that are not XML names (and a null name, taken as empty) are
     // kept in the "name" attribute of an element "_". Elements nested 96
-    // deep are refused (0x80004005).
+    // deep are refused (E_FAIL).
     HRESULT BeginElement(IString* name, int32_t reserved1, int32_t reserved2) override;
     // The element is named after the object's class; the object then saves
     // itself into the stream, and EndElement closes it. An object without a
-    // class name: 0x80070057; objects nested 64 deep (a cycle of objects
-    // storing each other): 0x80004005. Nothing is opened then.
+    // class name: E_INVALIDARG; objects nested 64 deep (a cycle of objects
+    // storing each other): E_FAIL. Nothing is opened then.
     HRESULT BeginObject(IUnknown* object, int32_t reserved1, int32_t reserved2) override;
     HRESULT WriteElement(IString* name, int32_t reserved1, IString* text, int32_t reserved2) override;
-    // 0x80004005 when this stream has nothing open.
+    // E_FAIL when this stream has nothing open.
     HRESULT EndElement() override;
 
     // The next child element of the element this stream stands on; the name
     // stays valid until the next call on this stream. Negative at the end.
     HRESULT NextElement(tagREFString* name) override;
-    // A stream on the child of that name (see kOpenFromNext); 0x80004005
+    // A stream on the child of that name (see kOpenFromNext); E_FAIL
     // when there is none. value, when given, views the child's text, valid
     // until the next OpenElement on this stream; element may be null.
     HRESULT OpenElement(int32_t length, const wchar_t* name, tagREFString* value, IXMLStream** element,

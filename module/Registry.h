@@ -33,6 +33,6 @@ extern const ModuleClass gGCUIVerbClass;
 constexpr int32_t kModuleClassCount = 14;
 extern const ModuleClass* const gModuleClasses[kModuleClassCount];
 
-// The creator registered under name: 0; 0x80004005 when no class has that
-// name; 0x80004003 when the name matches but creator is null.
+// The creator registered under name: 0; E_FAIL when no class has that
+// name; E_POINTER when the name matches but creator is null.
 HRESULT MODULEFindCreator(tagREFString name, CREATEFUNCTION* creator);

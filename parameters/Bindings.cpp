@@ -8,7 +8,7 @@ void bindMoniker(IUnknown* binding, INamedCollection* collection) {
     SmartPtr<IInputParameter> input = queryInterface<IInputParameter>(binding);
     if (!input) return;
     SmartPtr<IUnknown> bound;
-    if (input->get_Object(bound.put()) < 0) return;
+    if (FAILED(input->get_Object(bound.put()))) return;
     if (SmartPtr<ICollectionMoniker> moniker = bound.query<ICollectionMoniker>()) {
         moniker->BindToCollection(collection, 0);
     }
@@ -24,7 +24,7 @@ HRESULT ParameterBindInputs(IUnknown* inputs, IUnknown* collection) {
     list->get_Count(&count);
     for (int32_t index = 0; index < count; ++index) {
         SmartPtr<IUnknown> item;
-        if (list->get_Item(index, item.put()) < 0) continue;
+        if (FAILED(list->get_Item(index, item.put()))) continue;
         bindMoniker(item.get(), named.get());
     }
     return S_OK;
@@ -36,7 +36,7 @@ HRESULT ParameterBindParameterDescriptors(IUnknown* parameters, IUnknown* collec
     SmartPtr<INamedCollection> named = queryInterface<INamedCollection>(collection);
     for (int32_t index = 0;; ++index) {
         SmartPtr<IUnknown> descriptor;
-        if (list->Iterate(index, nullptr, nullptr, descriptor.put(), nullptr) < 0) break;
+        if (FAILED(list->Iterate(index, nullptr, nullptr, descriptor.put(), nullptr))) break;
         bindMoniker(descriptor.get(), named.get());
     }
     return S_OK;

@@ -12,7 +12,7 @@ SmartPtr<IString> nameString(const wchar_t* text) { return ISCreate(text); }
 
 SmartPtr<IString> stringOf(IVariant* value) {
     SmartPtr<IString> string;
-    if (value && value->get_String(string.put()) < 0) string = nullptr;
+    if (value && FAILED(value->get_String(string.put()))) string = nullptr;
     return string;
 }
 
@@ -36,7 +36,7 @@ SmartPtr<IVariant> portablePath(IVariant* value, int32_t& flags) {
     const bool path = (flags & (PARAMETER_PATH | PARAMETER_PATH_ALTERNATE)) != 0;
     if (!path) {
         SmartPtr<IString> mapped;
-        if (FILENAMEMap(string.get(), mapped.put(), 0) >= 0 && mapped) result = IVCreate(mapped.get());
+        if (SUCCEEDED(FILENAMEMap(string.get(), mapped.put(), 0)) && mapped) result = IVCreate(mapped.get());
     }
     if (path && !(flags & PARAMETER_RELATIVE_PATH)) {
         SmartPtr<IString> install;
@@ -46,9 +46,9 @@ SmartPtr<IVariant> portablePath(IVariant* value, int32_t& flags) {
     if (flags & PARAMETER_RELATIVE_PATH) {
         SmartPtr<IString> relative;
         SmartPtr<IString> mapped;
-        if (FILENAMECreateRelative(string.get(), relative.put(), 0) >= 0 && relative) {
+        if (SUCCEEDED(FILENAMECreateRelative(string.get(), relative.put(), 0)) && relative) {
             result = IVCreate(relative.get());
-        } else if (FILENAMEMap(string.get(), mapped.put(), 0) >= 0 && mapped) {
+        } else if (SUCCEEDED(FILENAMEMap(string.get(), mapped.put(), 0)) && mapped) {
             result = IVCreate(mapped.get());
         }
     }
@@ -61,15 +61,17 @@ void restorePath(IVariant* value, int32_t flags, bool rebuild) {
     if (!string) return;
     const bool path = (flags & (PARAMETER_PATH | PARAMETER_PATH_ALTERNATE)) != 0;
     SmartPtr<IString> restored;
-    if (FILENAMEUnmap(string.get(), restored.put()) >= 0 && restored) {
+    if (SUCCEEDED(FILENAMEUnmap(string.get(), restored.put())) && restored) {
         value->put_String(restored.get());
     } else if (flags & PARAMETER_RELATIVE_PATH) {
-        if (FILENAMECreateAbsolute(string.get(), restored.put(), 0) >= 0 && restored) value->put_String(restored.get());
+        if (SUCCEEDED(FILENAMECreateAbsolute(string.get(), restored.put(), 0)) && restored)
+            value->put_String(restored.get());
     } else if (path && !rebuild) {
-        value->put_String(pathWithForwardSlashes(string.get()).get());
+        value->put_String(FILENAMEWithForwardSlashes(string.get()).get());
     }
     if (path && rebuild) {
-        if (SmartPtr<IString> current = stringOf(value)) value->put_String(pathWithForwardSlashes(current.get()).get());
+        if (SmartPtr<IString> current = stringOf(value))
+            value->put_String(FILENAMEWithForwardSlashes(current.get()).get());
     }
 }
 
@@ -84,21 +86,21 @@ struct FolderEntry {
 bool readFolderEntry(IFolderStream* folder, bool rebuild, FolderEntry& entry) {
     unsigned char bytes[4] = {0, 0, 0, 0};
     entry.flags = 0;
-    if (folder->ReadBinary(nameString(L"Flags").get(), bytes, 4, 0) >= 0) {
+    if (SUCCEEDED(folder->ReadBinary(nameString(L"Flags").get(), bytes, 4, 0))) {
         entry.flags = static_cast<int32_t>(uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 |
                                            uint32_t(bytes[3]) << 24);
     }
     entry.value = CREFString::CreateVariant();
     if (!entry.value) return false;
-    if (folder->ReadValue(nameString(L"Value").get(), entry.value.get()) < 0) {
+    if (FAILED(folder->ReadValue(nameString(L"Value").get(), entry.value.get()))) {
         SmartPtr<IUnknown> object;
-        if (folder->ReadObject(nameString(L"Unknown").get(), object.put(), 0) >= 0 && object) {
+        if (SUCCEEDED(folder->ReadObject(nameString(L"Unknown").get(), object.put(), 0)) && object) {
             entry.value->put_Value(object.get());
         }
     }
     restorePath(entry.value.get(), entry.flags, rebuild);
     SmartPtr<IUnknown> descriptor;
-    if (folder->ReadObject(nameString(L"Descriptor").get(), descriptor.put(), 0) >= 0 && descriptor) {
+    if (SUCCEEDED(folder->ReadObject(nameString(L"Descriptor").get(), descriptor.put(), 0)) && descriptor) {
         entry.descriptor = descriptor;
     }
     return true;
@@ -120,13 +122,16 @@ HRESULT PARAMSSaveFolderStream(ParameterCollection& parameters, IDataStream* str
         if (mode & MODE_COMPACT) {
             // Keep only what the step's own declaration cannot restore.
             bool reduceKind = true;
-            if ((flags & 0xF0) == PARAMETER_CHOICES && !binding) {
+            if ((flags & PARAMETER_MARKERS) == PARAMETER_CHOICES && !binding) {
                 descriptor = nullptr;
                 flags = 0;
                 reduceKind = false;
             }
             const int32_t kind = flags & PARAMETER_KIND_MASK;
-            if (reduceKind && (kind == 3 || kind == 5 || flags == 9)) flags = 0;
+            if (reduceKind &&
+                (kind == PARAMETER_KIND_INTEGER || kind == PARAMETER_KIND_DECIMAL || flags == PARAMETER_KIND_BUTTON)) {
+                flags = 0;
+            }
             if (!descriptor && (flags & PARAMETER_RESULT)) continue;
         }
         if (flags & PARAMETER_NEVER_STORED) continue;
@@ -178,7 +183,8 @@ HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* str
         for (int32_t index = 0; index < count; ++index) {
             SmartPtr<IString> name;
             SmartPtr<IUnknown> item;
-            if (entries->get_ItemName(index, name.put()) < 0 || entries->get_Item(index, item.put()) < 0) continue;
+            if (FAILED(entries->get_ItemName(index, name.put())) || FAILED(entries->get_Item(index, item.put())))
+                continue;
             HRESULT added = S_OK;
             if (SmartPtr<IFolderStream> sub = item.query<IFolderStream>()) {
                 FolderEntry entry;
@@ -186,7 +192,7 @@ HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* str
                 added = read.add(name.get(), entry.value.get(), entry.descriptor.get(), entry.flags);
             } else {
                 SmartPtr<IVariant> value = CREFString::CreateVariant();
-                if (!value || folder->ReadValue(name.get(), value.get()) < 0) continue;
+                if (!value || FAILED(folder->ReadValue(name.get(), value.get()))) continue;
                 added = read.add(name.get(), value.get(), nullptr, 0);
             }
             if (added == E_OUTOFMEMORY) return added;
@@ -198,11 +204,11 @@ HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* str
     parameters.get_Count(&declared);
     for (int32_t index = 0; index < declared; ++index) {
         SmartPtr<IString> name;
-        if (parameters.get_ItemName(index, name.put()) < 0) continue;
+        if (FAILED(parameters.get_ItemName(index, name.put()))) continue;
         int32_t found = -1;
-        if (entries->get_Index(name.get(), &found) < 0 || found < 0) continue;
+        if (FAILED(entries->get_Index(name.get(), &found)) || found < 0) continue;
         SmartPtr<IUnknown> item;
-        if (entries->get_Item(found, item.put()) < 0) continue;
+        if (FAILED(entries->get_Item(found, item.put()))) continue;
         if (SmartPtr<IFolderStream> sub = item.query<IFolderStream>()) {
             FolderEntry entry;
             if (!readFolderEntry(sub.get(), false, entry)) continue;
@@ -211,7 +217,7 @@ HRESULT PARAMSLoadFolderStream(ParameterCollection& parameters, IDataStream* str
         } else {
             // A value entry that cannot be read leaves the declared default.
             SmartPtr<IVariant> value = CREFString::CreateVariant();
-            if (value && folder->ReadValue(name.get(), value.get()) >= 0) parameters.put_Item(index, value.get());
+            if (value && SUCCEEDED(folder->ReadValue(name.get(), value.get()))) parameters.put_Item(index, value.get());
         }
     }
     return S_OK;

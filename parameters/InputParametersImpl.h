@@ -33,9 +33,9 @@ public:
     // The host's input list, or null when the host could not supply one.
     IUnknown* inputList() const { return m_StepInputs.list(); }
     // The object bound to the input at index, or null.
-    SmartPtr<IUnknown> InputObject(int32_t index) const { return m_StepInputs.inputObject(index); }
+    SmartPtr<IUnknown> inputObject(int32_t index) const { return m_StepInputs.inputObject(index); }
     // The input record at index, or null.
-    SmartPtr<IInputParameter> InputRecord(int32_t index) const { return m_StepInputs.inputRecord(index); }
+    SmartPtr<IInputParameter> inputRecord(int32_t index) const { return m_StepInputs.inputRecord(index); }
 
 protected:
     InputParametersImpl() = default;

@@ -90,7 +90,7 @@ void writeCharacters(IDataStream* stream, const wchar_t* text, int32_t length) {
 void writeString(IDataStream* stream, IString* string) {
     const wchar_t* text = nullptr;
     int32_t length = 0;
-    if (string && string->get_Text(&text, &length) >= 0 && text && length > 0 &&
+    if (string && SUCCEEDED(string->get_Text(&text, &length)) && text && length > 0 &&
         length <= INT32_MAX / static_cast<int32_t>(sizeof(wchar_t))) {
         writeCharacters(stream, text, length);
     }
@@ -308,7 +308,7 @@ HRESULT ParameterCollection::Copy(IParameters* source, bool creatable) {
         SmartPtr<IVariant> value;
         SmartPtr<IUnknown> descriptor;
         int32_t flags = 0;
-        if (source->Iterate(index, name.put(), value.put(), descriptor.put(), &flags) < 0) continue;
+        if (FAILED(source->Iterate(index, name.put(), value.put(), descriptor.put(), &flags))) continue;
         if (creatable && !name) continue;
         SmartPtr<IVariant> copy = CREFString::CreateVariant();
         if (!copy) continue;
@@ -360,7 +360,7 @@ HRESULT ParameterCollection::Sort(int32_t mode) {
         if (m_Count > 1) {
             std::qsort(m_Items, static_cast<size_t>(m_Count.load()), sizeof(PARAMETEROBJECT*),
                        &PARAMETERSCompareByName);
-            if (mode & 0x2) {
+            if (mode & SORT_DESCENDING) {
                 for (int32_t i = 0; i < m_Count / 2; ++i) std::swap(*m_Items[i], *m_Items[m_Count - 1 - i]);
             }
         }
@@ -372,12 +372,13 @@ HRESULT ParameterCollection::Set(IUnknown* key, IUnknown* value, IUnknown* descr
     const Held held(*this);
     HRESULT result = S_OK;
     int32_t index = -1;
-    if (get_IndexNOLOCK(key, &index) >= 0) {
+    if (SUCCEEDED(get_IndexNOLOCK(key, &index))) {
         // A numeric key is taken as an index without a range check: refuse
         // rather than write outside the collection.
         if (inRange(index)) {
             put_ItemNOLOCK(index, value);
-            replaceDescriptorAndFlags(index, descriptor, descriptor || (mode & 0x1), flags, flags != 0 || (mode & 0x2));
+            replaceDescriptorAndFlags(index, descriptor, descriptor || (mode & SET_CLEARS_DESCRIPTOR), flags,
+                                      flags != 0 || (mode & SET_REPLACES_FLAGS));
         } else {
             result = E_INVALIDARG;
         }
@@ -423,7 +424,7 @@ HRESULT ParameterCollection::get_ItemNOLOCK(int32_t index, IUnknown** out) {
     if (!snapshot(index, record)) return E_INVALIDARG;
     SmartPtr<IUnknown> value;
     HRESULT result = valueOf(record, value.put());
-    if (result < 0) return result;
+    if (FAILED(result)) return result;
     if (SmartPtr<IVariant> variant = value.query<IVariant>()) {
         if (variant->IsObject()) {
             result = variant->get_Object(out);
@@ -551,7 +552,7 @@ StoredParameter ParameterCollection::stored(int32_t index, bool withValue) {
 SmartPtr<IString> ParameterCollection::entryName(IString* name, int32_t index) {
     const wchar_t* text = nullptr;
     int32_t length = 0;
-    if (name && name->get_Text(&text, &length) >= 0 && text && length > 0) return SmartPtr<IString>(name);
+    if (name && SUCCEEDED(name->get_Text(&text, &length)) && text && length > 0) return SmartPtr<IString>(name);
     wchar_t buffer[256];
     _swprintf(buffer, 256, L"Item%d", index + 1);
     return ISCreate(buffer);
@@ -559,19 +560,19 @@ SmartPtr<IString> ParameterCollection::entryName(IString* name, int32_t index) {
 
 int32_t ParameterCollection::readInteger(int32_t index, int32_t defaultValue) {
     SmartPtr<IVariant> value;
-    if (get_ItemVariant(index, value.put()) < 0 || !value) return defaultValue;
+    if (FAILED(get_ItemVariant(index, value.put())) || !value) return defaultValue;
     return value->get_Long();
 }
 
 double ParameterCollection::readDouble(int32_t index, double defaultValue) {
     SmartPtr<IVariant> value;
-    if (get_ItemVariant(index, value.put()) < 0 || !value) return defaultValue;
+    if (FAILED(get_ItemVariant(index, value.put())) || !value) return defaultValue;
     return value->get_Double();
 }
 
 SmartPtr<IString> ParameterCollection::readText(int32_t index, const wchar_t* defaultText) {
     SmartPtr<IVariant> value;
-    if (get_ItemVariant(index, value.put()) >= 0 && value) {
+    if (SUCCEEDED(get_ItemVariant(index, value.put())) && value) {
         if (SmartPtr<IString> text = ISCreate(value.get())) return text;
     }
     return ISCreate(defaultText ? defaultText : L"");
@@ -627,7 +628,7 @@ HRESULT ParameterCollection::valueOf(const Snapshot& record, IUnknown** out) {
     *out = nullptr;
     if (SmartPtr<IInputParameter> input = record.descriptor.query<IInputParameter>()) {
         SmartPtr<IUnknown> bound;
-        if (input->get_Value(bound.put()) >= 0) {
+        if (SUCCEEDED(input->get_Value(bound.put()))) {
             *out = bound.detach();
             return S_FALSE;
         }
@@ -640,7 +641,7 @@ HRESULT ParameterCollection::valueOf(const Snapshot& record, IUnknown** out) {
 HRESULT ParameterCollection::variantOf(const Snapshot& record, SmartPtr<IVariant>& out) {
     SmartPtr<IUnknown> value;
     const HRESULT result = valueOf(record, value.put());
-    if (result < 0) return result;
+    if (FAILED(result)) return result;
     out = value.query<IVariant>();
     if (!out) {
         out = CREFString::CreateVariant();
@@ -653,7 +654,7 @@ HRESULT ParameterCollection::variantOf(const Snapshot& record, SmartPtr<IVariant
 HRESULT ParameterCollection::findName(IString* key, int32_t* index) {
     const wchar_t* text = nullptr;
     int32_t length = 0;
-    if (key->get_Text(&text, &length) < 0 || !text || length <= 0) {
+    if (FAILED(key->get_Text(&text, &length)) || !text || length <= 0) {
         *index = -1;
         return E_FAIL;
     }
@@ -667,7 +668,7 @@ int32_t ParameterCollection::indexOfNameLocked(const wchar_t* text, int32_t leng
         IString* name = m_Items[i]->name;
         const wchar_t* nameText = nullptr;
         int32_t nameLength = 0;
-        if (!name || name->get_Text(&nameText, &nameLength) < 0) continue;
+        if (!name || FAILED(name->get_Text(&nameText, &nameLength))) continue;
         if (PARAMETERSNamesMatch(text, length, nameText, nameLength)) return i;
     }
     return -1;
@@ -677,7 +678,7 @@ int32_t ParameterCollection::indexOfNameLocked(const wchar_t* text, int32_t leng
 int32_t ParameterCollection::indexOfNameLocked(IString* name) const {
     const wchar_t* text = nullptr;
     int32_t length = 0;
-    if (!name || name->get_Text(&text, &length) < 0 || !text || length <= 0) return -1;
+    if (!name || FAILED(name->get_Text(&text, &length)) || !text || length <= 0) return -1;
     return indexOfNameLocked(text, length);
 }
 

@@ -112,11 +112,11 @@ public:
     // variant passes over a source parameter without a name, as its Set
     // would refuse it. All of them or, without memory, none.
     HRESULT Copy(IParameters* source, bool creatable);
-    // Orders by name; mode bit 0x2 reverses the order.
+    // Orders by name; SORT_DESCENDING reverses the order.
     HRESULT Sort(int32_t mode);
     // Updates the parameter that key designates, or adds one under key's
-    // name. Mode bit 0x1 clears the descriptor when none is given; bit 0x2
-    // stores the flags even when they are 0.
+    // name. SET_CLEARS_DESCRIPTOR clears the descriptor when none is given;
+    // SET_REPLACES_FLAGS stores the flags even when they are 0.
     HRESULT Set(IUnknown* key, IUnknown* value, IUnknown* descriptor, int32_t flags, int16_t mode);
 
     // --- For callers that hold the collection lock ---------------------------

@@ -5,7 +5,7 @@ namespace {
 void textOf(IString* name, const wchar_t*& text, int32_t& length) {
     text = nullptr;
     length = 0;
-    if (!name || name->get_Text(&text, &length) < 0 || !text || length < 0) {
+    if (!name || FAILED(name->get_Text(&text, &length)) || !text || length < 0) {
         text = nullptr;
         length = 0;
     }

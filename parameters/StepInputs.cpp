@@ -14,9 +14,9 @@ SmartPtr<IDataStream> subFolder(IDataStream* stream, const wchar_t* name) {
     SmartPtr<INamedCollection> entries = queryInterface<INamedCollection>(stream);
     if (!entries) return nullptr;
     int32_t index = -1;
-    if (entries->get_Index(ISCreate(name).get(), &index) < 0 || index < 0) return nullptr;
+    if (FAILED(entries->get_Index(ISCreate(name).get(), &index)) || index < 0) return nullptr;
     SmartPtr<IUnknown> entry;
-    if (entries->get_Item(index, entry.put()) < 0) return nullptr;
+    if (FAILED(entries->get_Item(index, entry.put()))) return nullptr;
     return entry.query<IDataStream>();
 }
 
@@ -35,7 +35,7 @@ void copyBoundObject(IInputParameter* source, IInputParameter* target) {
     source->get_Object(object.put());
     target->put_Object(object.get());
     int32_t itemIndex = -1;
-    if (source->get_ItemIndex(&itemIndex) >= 0) target->put_ItemIndex(itemIndex);
+    if (SUCCEEDED(source->get_ItemIndex(&itemIndex))) target->put_ItemIndex(itemIndex);
 }
 
 SmartPtr<IInputParameter> copyBinding(IInputParameter* source) {
@@ -43,7 +43,7 @@ SmartPtr<IInputParameter> copyBinding(IInputParameter* source) {
     if (!copy) return nullptr;
     copyBoundObject(source, copy.get());
     IID required = IID_NULL;
-    if (source->get_IID(&required) >= 0) copy->put_IID(required);
+    if (SUCCEEDED(source->get_IID(&required))) copy->put_IID(required);
     return copy;
 }
 
@@ -60,7 +60,7 @@ HRESULT replicateParameters(ParameterCollection& source, IParameters* target) {
         }
         SmartPtr<IVariant> copied = CREFString::CreateVariant();
         if (copied) copied->put_Value(value.get());
-        if (copied && target->put_Item(index, copied.get()) >= 0) {
+        if (copied && SUCCEEDED(target->put_Item(index, copied.get()))) {
             target->put_ItemDescriptor(index, descriptor.get());
             continue;
         }
@@ -230,7 +230,7 @@ void StepInputs::replicateInputs(IInputParameters* target) {
     for (int32_t index = 0; index < count; ++index) {
         SmartPtr<IUnknown> from;
         SmartPtr<IUnknown> to;
-        if (source->get_Item(index, from.put()) < 0 || target->get_Item(index, to.put()) < 0) continue;
+        if (FAILED(source->get_Item(index, from.put())) || FAILED(target->get_Item(index, to.put()))) continue;
         SmartPtr<IInputParameter> sourceBinding = from.query<IInputParameter>();
         SmartPtr<IInputParameter> targetBinding = to.query<IInputParameter>();
         if (sourceBinding && targetBinding) copyBoundObject(sourceBinding.get(), targetBinding.get());

@@ -52,7 +52,7 @@ public:
     // layout: "Parameters" in full form, then "Inputs". Without
     // `withParameters` the folder stream gets the input list alone. Always 0.
     HRESULT save(ParameterCollection& parameters, IDataStream* stream, int32_t mode, bool withParameters = true);
-    // 0x80004001 for a null stream or one that is neither XML nor a folder;
+    // E_NOTIMPL for a null stream or one that is neither XML nor a folder;
     // E_OUTOFMEMORY, with parameters and inputs as they were, when a rebuilt
     // parameter set finds no memory.
     HRESULT load(ParameterCollection& parameters, IDataStream* stream, int32_t mode);

@@ -20,7 +20,7 @@ bool isNamed(const tagREFString& name, const wchar_t* word) {
 }
 
 void writeObjectElement(IXMLStream* xml, IUnknown* object, IDataPersist* persist, int32_t mode) {
-    if (xml->BeginObject(object, 0, 0) < 0) return;
+    if (FAILED(xml->BeginObject(object, 0, 0))) return;
     persist->Save(xml, mode);
     xml->EndElement();
 }
@@ -29,7 +29,7 @@ bool classMatches(IUnknown* object, const tagREFString& elementName, bool creata
     SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(object);
     if (!info) return true;
     tagREFString className = {0, nullptr};
-    if (info->GetName(0, &className) < 0) return false;
+    if (FAILED(info->GetName(0, &className))) return false;
     const CREFString element(elementName);
     if (creatable) return SUCCEEDED(element.CompareI(className, 1));
     return element.count > 0 && className.count > 0 && SUCCEEDED(element.CompareI(className, 0));
@@ -47,7 +47,7 @@ HRESULT PARAMSSaveXML(ParameterCollection& parameters, IDataStream* stream, int3
         const SmartPtr<IUnknown>& descriptor = stored.descriptor;
         int32_t flags = stored.flags;
         SmartPtr<IDataPersist> object = descriptor.query<IDataPersist>();
-        flags &= ~0x8000000;
+        flags &= ~PARAMETER_UNWRITTEN_XML;
 
         bool full = object || flags != 0;
         if (mode & MODE_COMPACT) {
@@ -57,13 +57,16 @@ HRESULT PARAMSSaveXML(ParameterCollection& parameters, IDataStream* stream, int3
             } else if (flags & PARAMETER_RESULT) {
                 object = nullptr;
             }
-            if (flags == 0x23 && !object && value && value->get_Type() != 0) {
+            if (flags == PARAMETER_COLOR && !object && value && value->get_Type() != 0) {
                 // An integer shown as a colour is written as its colour text.
                 xml->WriteElement(name.get(), 0, ISCreateColor(static_cast<uint32_t>(value->get_Long())).get(), 0);
                 continue;
             }
             const int32_t kind = flags & PARAMETER_KIND_MASK;
-            if (kind == 3 || kind == 5 || kind == 6 || flags == 9) flags = 0;
+            if (kind == PARAMETER_KIND_INTEGER || kind == PARAMETER_KIND_DECIMAL || kind == PARAMETER_KIND_TEXT ||
+                flags == PARAMETER_KIND_BUTTON) {
+                flags = 0;
+            }
             full = object || flags != 0;
         }
         SmartPtr<IString> text = value ? ISCreate(value.get()) : nullptr;
@@ -87,9 +90,9 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
     const bool rebuild = (mode & MODE_REBUILD) != 0;
     ParameterBatch read;  // the rebuilt set, read whole before it replaces the declared one
     tagREFString name = {0, nullptr};
-    while (xml->NextElement(&name) >= 0) {
+    while (SUCCEEDED(xml->NextElement(&name))) {
         SmartPtr<IXMLStream> element;
-        if (xml->OpenElement(name.count, name.text, nullptr, element.put(), 1) < 0 || !element) continue;
+        if (FAILED(xml->OpenElement(name.count, name.text, nullptr, element.put(), 1)) || !element) continue;
         SmartPtr<IString> parameterName = ISCreate(name);
         if (rebuild) {
             // Full-form elements are not taken apart: their whole text is the value.
@@ -99,13 +102,14 @@ HRESULT PARAMSLoadXML(ParameterCollection& parameters, IDataStream* stream, int3
             continue;
         }
         int32_t index = -1;
-        if (parameters.get_Index(parameterName.get(), &index) < 0) continue;
+        if (FAILED(parameters.get_Index(parameterName.get(), &index))) continue;
         bool hasChildren = false;
         tagREFString childName = {0, nullptr};
-        while (element->NextElement(&childName) >= 0) {
+        while (SUCCEEDED(element->NextElement(&childName))) {
             hasChildren = true;
             SmartPtr<IXMLStream> child;
-            if (element->OpenElement(childName.count, childName.text, nullptr, child.put(), 1) < 0 || !child) continue;
+            if (FAILED(element->OpenElement(childName.count, childName.text, nullptr, child.put(), 1)) || !child)
+                continue;
             if (isNamed(childName, L"Value")) {
                 parameters.put_Item(index, convertedText(child.get()).get());
             } else if (isNamed(childName, L"Flags")) {
@@ -126,7 +130,7 @@ HRESULT PARAMSSaveXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
     if (!xml) return S_OK;
     for (int32_t index = 0, count = parameters.count(); index < count; ++index) {
         SmartPtr<IUnknown> item;
-        if (parameters.get_Item(index, item.put()) < 0) continue;
+        if (FAILED(parameters.get_Item(index, item.put()))) continue;
         SmartPtr<IDataPersist> persist = item.query<IDataPersist>();
         if (!persist) continue;
         const StoredParameter stored = parameters.stored(index, false);
@@ -154,24 +158,25 @@ HRESULT PARAMSLoadXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
     const bool rebuild = (mode & MODE_REBUILD) != 0;
     ParameterBatch read;  // the rebuilt set, read whole before it replaces the declared one
     tagREFString name = {0, nullptr};
-    while (xml->NextElement(&name) >= 0) {
+    while (SUCCEEDED(xml->NextElement(&name))) {
         SmartPtr<IString> parameterName = ISCreate(name);
         SmartPtr<IUnknown> current;
         // A rebuilt set starts empty: there is no current item to reuse.
         if ((mode & MODE_REUSE) && !rebuild) {
             int32_t index = -1;
-            if (parameters.get_Index(parameterName.get(), &index) >= 0) parameters.get_Item(index, current.put());
+            if (SUCCEEDED(parameters.get_Index(parameterName.get(), &index))) parameters.get_Item(index, current.put());
         }
         SmartPtr<IXMLStream> element;
-        if (xml->OpenElement(name.count, name.text, nullptr, element.put(), 1) < 0 || !element) continue;
+        if (FAILED(xml->OpenElement(name.count, name.text, nullptr, element.put(), 1)) || !element) continue;
 
         int32_t flags = 0;
         SmartPtr<IUnknown> descriptor;
         SmartPtr<IUnknown> value;
         tagREFString childName = {0, nullptr};
-        while (element->NextElement(&childName) >= 0) {
+        while (SUCCEEDED(element->NextElement(&childName))) {
             SmartPtr<IXMLStream> child;
-            if (element->OpenElement(childName.count, childName.text, nullptr, child.put(), 1) < 0 || !child) continue;
+            if (FAILED(element->OpenElement(childName.count, childName.text, nullptr, child.put(), 1)) || !child)
+                continue;
             if (isNamed(childName, L"Flags")) {
                 flags = _IS2Integer(CREFString(static_cast<IUnknown*>(child.get())), 10);
             } else if (isNamed(childName, L"ItemDescriptor")) {
@@ -186,7 +191,7 @@ HRESULT PARAMSLoadXMLUnk(ParameterCollection& parameters, IDataStream* stream, i
         }
         if (!rebuild) {
             int32_t index = -1;
-            if (parameters.get_Index(parameterName.get(), &index) >= 0) {
+            if (SUCCEEDED(parameters.get_Index(parameterName.get(), &index))) {
                 parameters.put_Item(index, value.get());
                 parameters.put_ItemFlags(index, flags);
                 parameters.put_ItemDescriptor(index, descriptor.get());

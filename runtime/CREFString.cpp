@@ -71,7 +71,7 @@ CREFString::CREFString(IUnknown* object) : tagREFString{0, nullptr} {
     if (!string) return;
     const wchar_t* characters = nullptr;
     int32_t length = 0;
-    if (string->get_Text(&characters, &length) < 0 || !characters || length <= 0) return;
+    if (FAILED(string->get_Text(&characters, &length)) || !characters || length <= 0) return;
     text = characters;
     count = length;
 }

@@ -215,9 +215,9 @@ SmartPtr<IComponentString> GetComponentString(IString* name) {
     SmartPtr<IComponentCollection> collection = GLOBALComponents();
     if (!collection) return nullptr;
     int32_t index = -1;
-    if (collection->get_Index(name, &index) < 0 || index < 0) return nullptr;
+    if (FAILED(collection->get_Index(name, &index)) || index < 0) return nullptr;
     SmartPtr<IUnknown> component;
-    if (collection->get_Item(index, component.put()) < 0) return nullptr;
+    if (FAILED(collection->get_Item(index, component.put()))) return nullptr;
     return component.query<IComponentString>();
 }
 

@@ -1,11 +1,16 @@
 #include "runtime/FileNames.h"
 
+#include <dirent.h>
+#include <limits.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cwctype>
 
 #include "runtime/CREFString.h"
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
+#include "runtime/TextEncoding.h"
 #include "runtime/Values.h"
 
 namespace {
@@ -22,7 +27,7 @@ SmartPtr<IString> readValue(IRegistry* store, const tagREFString& section, const
     SmartPtr<IString> sectionName = ISCreate(section);
     SmartPtr<IString> keyName = ISCreate(key);
     SmartPtr<IString> value;
-    if (store->GetValue(sectionName.get(), keyName.get(), value.put()) < 0) return nullptr;
+    if (FAILED(store->GetValue(sectionName.get(), keyName.get(), value.put()))) return nullptr;
     return value;
 }
 
@@ -49,7 +54,7 @@ SmartPtr<IString> joined(std::initializer_list<tagREFString> parts) {
     return result;
 }
 
-// Hands result to the caller: 0, or 0x80004005 when the host made no string.
+// Hands result to the caller: 0, or E_FAIL when the host made no string.
 HRESULT handOver(SmartPtr<IString> result, IString** out) {
     if (!result) return E_FAIL;
     *out = result.detach();
@@ -108,9 +113,9 @@ HRESULT FILENAMEMap(IString* path, IString** out, int16_t relative) {
     SmartPtr<INamedCollection> mappings;
     SmartPtr<IString> sectionName = ISCreate(L"Mappings");
     const HRESULT found = store->get_Section(sectionName.get(), mappings.put());
-    if (found < 0) return found;
+    if (FAILED(found)) return found;
     int32_t entries = 0;
-    if (!mappings || mappings->get_Count(&entries) < 0 || entries <= 0) return E_FAIL;
+    if (!mappings || FAILED(mappings->get_Count(&entries)) || entries <= 0) return E_FAIL;
     for (int32_t i = 0; i < entries; ++i) {
         SmartPtr<IUnknown> item;
         mappings->get_Item(i, item.put());
@@ -142,7 +147,7 @@ HRESULT FILENAMEUnmap(IString* portable, IString** out) {
     if (!value) return E_FAIL;
     SmartPtr<IString> unmapped = joined({CREFString(value.get()), rest(text, close + 1)});
     if (!unmapped) return E_FAIL;
-    return handOver(pathWithForwardSlashes(unmapped.get()), out);
+    return handOver(FILENAMEWithForwardSlashes(unmapped.get()), out);
 }
 
 HRESULT FILENAMECreateRelative(IString* path, IString** out, int16_t selector) {
@@ -204,7 +209,7 @@ HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector) {
         return S_OK;
     }
     if (text.ContainsChar(CREFString(L":")) >= 0 || text.text[0] == L'/' || text.count <= 2) {
-        return handOver(pathWithForwardSlashes(path), out);
+        return handOver(FILENAMEWithForwardSlashes(path), out);
     }
     int32_t levels = 0;
     while (3 * levels + 2 < text.count && text.text[3 * levels] == L'.' && text.text[3 * levels + 1] == L'.' &&
@@ -226,14 +231,14 @@ HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector) {
     }
     SmartPtr<IString> tail = ISCreate(rest(text, 3 * levels));
     if (!tail) return E_FAIL;
-    tail = pathWithForwardSlashes(tail.get());
+    tail = FILENAMEWithForwardSlashes(tail.get());
     if (!tail) return E_FAIL;
     return handOver(joined({base, CREFString(L"/"), CREFString(tail.get())}), out);
 }
 
 // Copied through a small buffer, so that no length of path needs storage
 // of the module's own.
-SmartPtr<IString> pathWithForwardSlashes(IString* path) {
+SmartPtr<IString> FILENAMEWithForwardSlashes(IString* path) {
     const CREFString text(path);
     const int32_t length = text.empty() ? 0 : text.count;
     if (std::find(text.text, text.text + length, L'\\') == text.text + length) return SmartPtr<IString>(path);
@@ -247,4 +252,18 @@ SmartPtr<IString> pathWithForwardSlashes(IString* path) {
         done += size;
     }
     return result;
+}
+
+bool FILENAMEExists(const CREFString& name) {
+    char path[PATH_MAX];
+    if (encodeUtf8(name.text, name.count, path, sizeof path) >= sizeof path) return false;
+    if (DIR* directory = opendir(path)) {
+        closedir(directory);
+        return true;
+    }
+    if (std::FILE* file = std::fopen(path, "rb")) {
+        std::fclose(file);
+        return true;
+    }
+    return false;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "runtime/CREFString.h"
 #include "runtime/Interfaces.h"
 #include "runtime/SmartPtr.h"
 
@@ -21,4 +22,9 @@ HRESULT FILENAMECreateAbsolute(IString* path, IString** out, int16_t selector);
 
 // The path with every "\" turned into "/": the string itself when it has
 // none, else a new string (null when the host makes none).
-SmartPtr<IString> pathWithForwardSlashes(IString* path);
+SmartPtr<IString> FILENAMEWithForwardSlashes(IString* path);
+
+// The name exists as a directory or as a file that can be read. A name
+// whose UTF-8 form is PATH_MAX bytes or longer names nothing the system can
+// open.
+bool FILENAMEExists(const CREFString& name);

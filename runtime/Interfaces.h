@@ -198,13 +198,15 @@ public:
     virtual HRESULT WriteBinary(IString* name, const void* data, int32_t size, int32_t reserved) = 0;
     virtual HRESULT WriteValue(IString* name, IVariant* value) = 0;
     virtual HRESULT WriteObject(IString* name, IUnknown* object, int32_t reserved) = 0;
-    virtual HRESULT WriteScalar(IString* name, const void* value, int32_t kind) = 0;  // kind 3: 32-bit integer
+    virtual HRESULT WriteScalar(IString* name, const void* value, int32_t kind) = 0;
     virtual HRESULT ReadBinary(IString* name, void* data, int32_t size, int32_t reserved) = 0;
     virtual HRESULT ReadValue(IString* name, IVariant* into) = 0;
     virtual HRESULT ReadObject(IString* name, IUnknown** out, int32_t reserved) = 0;
     virtual HRESULT ReadScalar(IString* name, void* value, int32_t kind) = 0;
 };
 FLUKO_INTERFACE_ID(IFolderStream);
+// WriteScalar and ReadScalar kind of a 32-bit integer.
+constexpr int32_t kScalarInteger = 3;
 
 class IXMLStream : public IDataStream {
 public:
@@ -266,12 +268,19 @@ public:
     virtual HRESULT put_TimeOut(int32_t seconds) = 0;
 };
 FLUKO_INTERFACE_ID(IConfirmationWindow);
+// SetMessage's style word: the buttons the window offers.
+constexpr int32_t kConfirmOk = 0x1001;
+constexpr int32_t kConfirmOkCancel = 0x2001;
+constexpr int32_t kConfirmYesNo = 0x4001;
 
 class IEventSource : public IUnknown {
 public:
     virtual HRESULT Advise(IUnknown* sink, int32_t kind) = 0;
 };
 FLUKO_INTERFACE_ID(IEventSource);
+// Advise's kinds: which of the source's events the sink gets.
+constexpr int32_t kEventsOfWindow = 1;  // a confirmation window's, a keyboard's, a property frame's
+constexpr int32_t kEventsOfFileArchive = 2;
 
 class IHostWindow : public IUnknown {
 public:
@@ -281,6 +290,9 @@ public:
     virtual HRESULT put_Area(const int32_t rect[4]) = 0;
 };
 FLUKO_INTERFACE_ID(IHostWindow);
+// Show's two arguments as the Input step passes them for a file chooser.
+constexpr int32_t kShowChooserA = 1;
+constexpr int32_t kShowChooserB = 2;
 
 class IMessageWindow : public IUnknown {
 public:
@@ -325,6 +337,8 @@ public:
     virtual HRESULT Select(int32_t index, int32_t notify) = 0;
 };
 FLUKO_INTERFACE_ID(ITabCollection);
+// Select's notify argument, as the steps pass it.
+constexpr int32_t kSelectNotify = 1;
 
 class IToolbar : public IUnknown {
 public:
@@ -353,18 +367,32 @@ public:
     virtual HRESULT put_Text(IString* text) = 0;
 };
 FLUKO_INTERFACE_ID(IUIKeyboard);
+// put_Mode's layouts.
+constexpr int32_t kKeyboardText = 0x8000006;
+constexpr int32_t kKeyboardInteger = 0x8000003;
+constexpr int32_t kKeyboardDecimal = 0x8000005;
+constexpr int32_t kKeyboardMaskedText = 0x8080006;
 
 class IUIKeyboardInput : public IUnknown {
 public:
     virtual HRESULT SendKey(int32_t key, int32_t a, int32_t b, int32_t c) = 0;
 };
 FLUKO_INTERFACE_ID(IUIKeyboardInput);
+constexpr int32_t kKeyEnter = 13;
 
 class IUIMouseInput : public IUnknown {
 public:
     virtual HRESULT SendMouse(int32_t button, int32_t state, int32_t modifiers, double x, double y, int32_t* area) = 0;
 };
 FLUKO_INTERFACE_ID(IUIMouseInput);
+// SendMouse's codes.
+constexpr int32_t kMouseLeftButton = 1;
+constexpr int32_t kMouseRightButton = 2;
+constexpr int32_t kMouseOver = 0;
+constexpr int32_t kMouseUp = 2;
+constexpr int32_t kMouseDown = 3;
+constexpr int32_t kMouseNoModifier = 0;
+constexpr int32_t kMouseModifier = 8;
 
 class IUINode : public IUnknown {
 public:
@@ -377,6 +405,9 @@ public:
     virtual HRESULT AdjustArea(int32_t rect[4], int32_t a, int32_t b) = 0;
 };
 FLUKO_INTERFACE_ID(IUIPopupCollection);
+// AdjustArea's two arguments as the Edit step passes them.
+constexpr int32_t kAdjustAreaA = 0;
+constexpr int32_t kAdjustAreaB = 1;
 
 class IUIPropInterrogate : public IUnknown {
 public:
@@ -404,12 +435,29 @@ public:
     virtual HRESULT SetItemSize(int32_t a, int32_t b, int32_t size) = 0;
 };
 FLUKO_INTERFACE_ID(IUIPropertyPageCollection);
+// AddObject's flags: an edited object whose pages the frame's page list
+// gives, one that brings its own pages, and a step edited through its verb.
+constexpr int32_t kFrameObjectListedPages = 0xC0;
+constexpr int32_t kFrameObjectOwnPages = 0xE0;
+constexpr int32_t kFrameObjectStep = 0x60;
+// put_Options's bits: the close button (off, shown, shown and closing on
+// apply), the help button, the save and load buttons.
+constexpr int32_t kFrameCloseOff = 0x1;
+constexpr int32_t kFrameCloseShown = 0x5;
+constexpr int32_t kFrameCloseOnApply = 0x205;
+constexpr int32_t kFrameHelp = 0x2;
+constexpr int32_t kFrameSaveLoad = 0xA0;
+// Close's code when a step stops its editor.
+constexpr int32_t kFrameCloseStopped = 3;
 
 class IUIRefreshableObject : public IUnknown {
 public:
     virtual HRESULT Refresh(int32_t mode) = 0;
 };
 FLUKO_INTERFACE_ID(IUIRefreshableObject);
+// Refresh's modes.
+constexpr int32_t kRefreshOrdinary = 0;
+constexpr int32_t kRefreshImmediate = 9;
 
 class IUIScrollableObject : public IUnknown {
 public:
@@ -427,6 +475,15 @@ public:
                                     int32_t save, int32_t b, int32_t c, IUnknown** result) = 0;
 };
 FLUKO_INTERFACE_ID(IUIUtils);
+// ShowPopup's three numbers, whose meanings are the host's: the one every
+// step passes third, then the last two (called placement and options here),
+// which differ for the keyboard, the editor and a verb's editor.
+constexpr int32_t kPopupKind = 3;
+constexpr int32_t kPopupKeyboardPlacement = 5, kPopupKeyboardOptions = 1;
+constexpr int32_t kPopupEditorPlacement = 4, kPopupEditorOptions = 1;
+constexpr int32_t kPopupVerbEditorPlacement = 4, kPopupVerbEditorOptions = -1;
+// ShowFileArchive's save argument.
+constexpr int32_t kFileArchiveLoad = 0, kFileArchiveSave = 1;
 
 class IUIVerb : public IUnknown {
 public:
@@ -434,6 +491,8 @@ public:
     virtual HRESULT get_Property(int32_t id, int32_t* value) = 0;  // 2: the verb identifier
 };
 FLUKO_INTERFACE_ID(IUIVerb);
+// get_Property's id of the verb identifier.
+constexpr int32_t kVerbIdentifierProperty = 2;
 
 class IUIVerbCollection : public IUnknown {
 public:

@@ -4,10 +4,10 @@ HRESULT OBJECTQueryDirect(IUnknown* object, const IID& iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!object) return E_FAIL;
-    if (object->QueryInterface(iid, out) >= 0 && *out) return S_OK;
+    if (SUCCEEDED(object->QueryInterface(iid, out)) && *out) return S_OK;
     *out = nullptr;
     if (SmartPtr<ICollectionMoniker> moniker = queryInterface<ICollectionMoniker>(object)) {
-        if (moniker->GetObject(iid, out) >= 0 && *out) return S_OK;
+        if (SUCCEEDED(moniker->GetObject(iid, out)) && *out) return S_OK;
         *out = nullptr;
     }
     return E_NOINTERFACE;
@@ -22,8 +22,8 @@ HRESULT OBJECTResolveInterface(IUnknown* object, const IID& iid, void** out) {
     if (!window && moniker) moniker->GetObject(iidOf<IHostWindow>(), window.put_void());
     if (!window) return E_FAIL;
     SmartPtr<IUnknown> hosted;
-    if (window->get_HostedObject(hosted.put()) < 0 || !hosted) return E_FAIL;
-    if (hosted->QueryInterface(iid, out) >= 0 && *out) return S_OK;
+    if (FAILED(window->get_HostedObject(hosted.put())) || !hosted) return E_FAIL;
+    if (SUCCEEDED(hosted->QueryInterface(iid, out)) && *out) return S_OK;
     *out = nullptr;
     return E_FAIL;
 }

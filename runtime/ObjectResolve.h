@@ -25,5 +25,5 @@ SmartPtr<I> OBJECTResolve(IUnknown* object) {
 }
 
 // Registers `sink` for the events of `source` (asked for IEventSource) with
-// the host's event kind. 0x80004002 when the source has no events.
+// the host's event kind. E_NOINTERFACE when the source has no events.
 HRESULT OBJECTAdvise(IUnknown* source, IUnknown* sink, int32_t kind);

@@ -1,6 +1,10 @@
 #include "runtime/PropertyNames.h"
 
+#include <cfloat>
+#include <cmath>
+#include <cstring>
 #include <cwctype>
+#include <limits>
 #include <mutex>
 
 #include "runtime/CREFString.h"
@@ -42,7 +46,7 @@ SmartPtr<INamedCollection> PROPNameSection(IStringTable* table, IComponentString
     path->get_Part(1, className.put());
     if (!className) return nullptr;
     SmartPtr<INamedCollection> section;
-    if (table->GetSection(className.get(), section.put()) < 0) section = nullptr;
+    if (FAILED(table->GetSection(className.get(), section.put()))) section = nullptr;
     return section;
 }
 
@@ -58,7 +62,7 @@ SmartPtr<IString> PROPDisplayName(INamedCollection* section, int32_t id) {
 
 int32_t PROPFindName(INamedCollection* section, IString* name) {
     int32_t count = 0;
-    if (!section || section->get_Count(&count) < 0 || count < 0) return 0;
+    if (!section || FAILED(section->get_Count(&count)) || count < 0) return 0;
     const CREFString wanted(name);
     if (wanted.empty()) return count;
     for (int32_t i = 0; i < count; ++i) {
@@ -81,4 +85,26 @@ int32_t PROPFindName(INamedCollection* section, IString* name) {
 int32_t PROPParseId(IString* text) {
     // One pass over the text; digits past 32 bits wrap instead of overflowing.
     return _IS2Integer(CREFString(text), 10);
+}
+
+int32_t PROPSingleBits(double value) {
+    float single = 0.0f;
+    if (std::isnan(value)) {
+        single = std::numeric_limits<float>::quiet_NaN();
+    } else if (value > FLT_MAX) {
+        single = std::numeric_limits<float>::infinity();
+    } else if (value < -FLT_MAX) {
+        single = -std::numeric_limits<float>::infinity();
+    } else {
+        single = static_cast<float>(value);
+    }
+    int32_t bits = 0;
+    std::memcpy(&bits, &single, sizeof bits);
+    return bits;
+}
+
+float PROPSingleOfBits(int32_t bits) {
+    float single = 0.0f;
+    std::memcpy(&single, &bits, sizeof single);
+    return single;
 }

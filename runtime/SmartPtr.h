@@ -20,31 +20,31 @@ public:
 
     SmartPtr() noexcept = default;
     SmartPtr(std::nullptr_t) noexcept {}
-    SmartPtr(I* pointer) noexcept : m_pointer(pointer) {
-        if (m_pointer) m_pointer->AddRef();
+    SmartPtr(I* pointer) noexcept : m_Pointer(pointer) {
+        if (m_Pointer) m_Pointer->AddRef();
     }
-    SmartPtr(const SmartPtr& other) noexcept : SmartPtr(other.m_pointer) {}
-    SmartPtr(SmartPtr&& other) noexcept : m_pointer(other.m_pointer) { other.m_pointer = nullptr; }
+    SmartPtr(const SmartPtr& other) noexcept : SmartPtr(other.m_Pointer) {}
+    SmartPtr(SmartPtr&& other) noexcept : m_Pointer(other.m_Pointer) { other.m_Pointer = nullptr; }
     template <class J, class = std::enable_if_t<std::is_convertible_v<J*, I*>>>
     SmartPtr(const SmartPtr<J>& other) noexcept : SmartPtr(static_cast<I*>(other.get())) {}
     template <class J, class = std::enable_if_t<std::is_convertible_v<J*, I*>>>
-    SmartPtr(SmartPtr<J>&& other) noexcept : m_pointer(other.detach()) {}
+    SmartPtr(SmartPtr<J>&& other) noexcept : m_Pointer(other.detach()) {}
 
     ~SmartPtr() { reset(); }
 
     SmartPtr& operator=(I* pointer) noexcept {
         if (pointer) pointer->AddRef();
-        I* old = m_pointer;
-        m_pointer = pointer;
+        I* old = m_Pointer;
+        m_Pointer = pointer;
         if (old) old->Release();
         return *this;
     }
-    SmartPtr& operator=(const SmartPtr& other) noexcept { return *this = other.m_pointer; }
+    SmartPtr& operator=(const SmartPtr& other) noexcept { return *this = other.m_Pointer; }
     SmartPtr& operator=(SmartPtr&& other) noexcept {
         if (this != &other) {
-            I* old = m_pointer;
-            m_pointer = other.m_pointer;
-            other.m_pointer = nullptr;
+            I* old = m_Pointer;
+            m_Pointer = other.m_Pointer;
+            other.m_Pointer = nullptr;
             if (old) old->Release();
         }
         return *this;
@@ -57,31 +57,31 @@ public:
     // Takes over a reference that the caller owns.
     static SmartPtr adopt(I* pointer) noexcept {
         SmartPtr result;
-        result.m_pointer = pointer;
+        result.m_Pointer = pointer;
         return result;
     }
 
-    I* get() const noexcept { return m_pointer; }
-    I* operator->() const noexcept { return m_pointer; }
-    explicit operator bool() const noexcept { return m_pointer != nullptr; }
+    I* get() const noexcept { return m_Pointer; }
+    I* operator->() const noexcept { return m_Pointer; }
+    explicit operator bool() const noexcept { return m_Pointer != nullptr; }
 
     // For an out-parameter: the old pointer is released first.
     I** put() noexcept {
         reset();
-        return &m_pointer;
+        return &m_Pointer;
     }
     void** put_void() noexcept { return reinterpret_cast<void**>(put()); }
 
     // Gives the reference to the caller.
     I* detach() noexcept {
-        I* pointer = m_pointer;
-        m_pointer = nullptr;
+        I* pointer = m_Pointer;
+        m_Pointer = nullptr;
         return pointer;
     }
 
     void reset() noexcept {
-        if (I* old = m_pointer) {
-            m_pointer = nullptr;
+        if (I* old = m_Pointer) {
+            m_Pointer = nullptr;
             old->Release();
         }
     }
@@ -89,8 +89,8 @@ public:
     // Stores a new reference in an out-parameter.
     HRESULT copy_to(I** out) const noexcept {
         if (!out) return E_POINTER;
-        *out = m_pointer;
-        if (m_pointer) m_pointer->AddRef();
+        *out = m_Pointer;
+        if (m_Pointer) m_Pointer->AddRef();
         return S_OK;
     }
 
@@ -98,7 +98,7 @@ public:
     template <class J>
     SmartPtr<J> query() const noexcept {
         SmartPtr<J> result;
-        if (m_pointer) m_pointer->QueryInterface(iidOf<J>(), result.put_void());
+        if (m_Pointer) m_Pointer->QueryInterface(iidOf<J>(), result.put_void());
         return result;
     }
 
@@ -108,12 +108,12 @@ public:
     HRESULT query_to(J** out) const noexcept {
         if (!out) return E_POINTER;
         *out = nullptr;
-        if (!m_pointer) return E_NOINTERFACE;
-        return m_pointer->QueryInterface(iidOf<J>(), reinterpret_cast<void**>(out));
+        if (!m_Pointer) return E_NOINTERFACE;
+        return m_Pointer->QueryInterface(iidOf<J>(), reinterpret_cast<void**>(out));
     }
 
 private:
-    I* m_pointer = nullptr;
+    I* m_Pointer = nullptr;
 };
 
 // The object's interface J, or an empty pointer when it is not offered.
@@ -132,17 +132,27 @@ inline bool isSameObject(IUnknown* a, IUnknown* b) noexcept {
     SmartPtr<IUnknown> identityB = queryInterface<IUnknown>(b);
     return identityA.get() == identityB.get();
 }
-
-// Two pointers are equal when they reach the same object, through whichever
-// interfaces they hold.
 template <class A, class B>
-bool operator==(const SmartPtr<A>& a, const SmartPtr<B>& b) noexcept {
+bool isSameObject(const SmartPtr<A>& a, const SmartPtr<B>& b) noexcept {
     return isSameObject(a.get(), b.get());
 }
-template <class A, class B>
-bool operator!=(const SmartPtr<A>& a, const SmartPtr<B>& b) noexcept {
-    return !(a == b);
+
+// Two pointers of one interface are equal when they hold the same pointer;
+// no host call is hidden in a comparison. Whether pointers of two
+// interfaces reach one object is a question for isSameObject, so comparing
+// them does not compile.
+template <class I>
+bool operator==(const SmartPtr<I>& a, const SmartPtr<I>& b) noexcept {
+    return a.get() == b.get();
 }
+template <class I>
+bool operator!=(const SmartPtr<I>& a, const SmartPtr<I>& b) noexcept {
+    return a.get() != b.get();
+}
+template <class A, class B>
+bool operator==(const SmartPtr<A>& a, const SmartPtr<B>& b) = delete;
+template <class A, class B>
+bool operator!=(const SmartPtr<A>& a, const SmartPtr<B>& b) = delete;
 template <class I>
 bool operator==(const SmartPtr<I>& a, std::nullptr_t) noexcept {
     return !a;

@@ -30,19 +30,21 @@ bool decimalNumber(const std::wstring& text) {
 
 // The window kinds of the steps that ask the operator, by what each step
 // declares: the Confirmation step's Style buttons, the Input step's Type.
-int32_t confirmationStyleWord(int32_t style) { return style == 1 ? 0x2001 : style == 2 ? 0x4001 : 0x1001; }
+int32_t confirmationStyleWord(int32_t style) {
+    return style == 1 ? kConfirmOkCancel : style == 2 ? kConfirmYesNo : kConfirmOk;
+}
 
 int32_t keyboardMode(int32_t type) {
     switch (type) {
         case 1:
         case 2:
-            return 0x8080006;
+            return kKeyboardMaskedText;
         case 3:
-            return 0x8000003;
+            return kKeyboardInteger;
         case 4:
-            return 0x8000005;
+            return kKeyboardDecimal;
         default:
-            return 0x8000006;
+            return kKeyboardText;
     }
 }
 
@@ -410,7 +412,7 @@ bool offersInterface(IUnknown* object, const IID& iid) {
     if (object->QueryInterface(iid, answer.put_void()) == S_OK && answer) return true;
     SmartPtr<IHostWindow> window = queryInterface<IHostWindow>(object);
     SmartPtr<IUnknown> hosted;
-    if (!window || window->get_HostedObject(hosted.put()) < 0 || !hosted) return false;
+    if (!window || FAILED(window->get_HostedObject(hosted.put())) || !hosted) return false;
     return hosted->QueryInterface(iid, answer.put_void()) == S_OK && answer;
 }
 

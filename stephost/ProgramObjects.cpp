@@ -31,7 +31,7 @@ SmartPtr<IUnknown> namedObject(const ProgramObject& object, const char* attribut
     if (!name) return nullptr;
     int32_t index = -1;
     SmartPtr<IUnknown> found;
-    if (made && made->get_Index(host::makeString(*name).get(), &index) >= 0) made->get_Item(index, found.put());
+    if (made && SUCCEEDED(made->get_Index(host::makeString(*name).get(), &index))) made->get_Item(index, found.put());
     if (!found) {
         error = programError(object.line, std::string(attribute) + "=\"" + shown(host::narrow(*name)) +
                                               "\" names no object declared before it");

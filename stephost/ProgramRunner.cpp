@@ -27,7 +27,7 @@ std::vector<std::pair<std::string, TraceValue>> parametersOf(IUnknown* step) {
     std::vector<std::pair<std::string, TraceValue>> result;
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     int32_t count = 0;
-    if (!parameters || parameters->get_Count(&count) < 0) return result;
+    if (!parameters || FAILED(parameters->get_Count(&count))) return result;
     for (int32_t i = 0; i < count; ++i) {
         SmartPtr<IString> name;
         parameters->get_ItemName(i, name.put());
@@ -131,13 +131,13 @@ bool parameterText(const TraceValue& value, int32_t flags, IUnknown* descriptor,
 
 void writeParameters(std::string& out, IParameters* parameters) {
     int32_t count = 0;
-    if (!parameters || parameters->get_Count(&count) < 0) return;
+    if (!parameters || FAILED(parameters->get_Count(&count))) return;
     for (int32_t i = 0; i < count; ++i) {
         SmartPtr<IString> name;
         SmartPtr<IVariant> value;
         SmartPtr<IUnknown> descriptor;
         int32_t flags = 0;
-        if (parameters->Iterate(i, name.put(), value.put(), descriptor.put(), &flags) < 0) continue;
+        if (FAILED(parameters->Iterate(i, name.put(), value.put(), descriptor.put(), &flags))) continue;
         std::string text;
         if (!parameterText(traceValueOf(value.get()), flags, descriptor.get(), text)) continue;
         out += "      <parameter" + attributeText("name", host::textOf(name.get())) + ">" + escaped(text, false) +
@@ -170,9 +170,10 @@ void ProgramRunner::setParameter(IUnknown* step, const ProgramSetting& setting) 
     SmartPtr<IParameters> parameters = queryInterface<IParameters>(step);
     // A step whose parameters the user defines takes the ones the file gives.
     SmartPtr<IParametersCreatable> creatable = queryInterface<IParametersCreatable>(step);
-    if (creatable && (creatable->get_Index(host::makeString(setting.name).get(), &index) < 0 || index < 0)) {
+    if (creatable && (FAILED(creatable->get_Index(host::makeString(setting.name).get(), &index)) || index < 0)) {
         creatable->Add(host::makeString(setting.name).get(), value.get(), nullptr, 0);
-    } else if (parameters && parameters->get_Index(host::makeString(setting.name).get(), &index) >= 0 && index >= 0) {
+    } else if (parameters && SUCCEEDED(parameters->get_Index(host::makeString(setting.name).get(), &index)) &&
+               index >= 0) {
         parameters->put_Item(index, value.get());
     }
 }
@@ -359,7 +360,7 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
         }
         double milliseconds = 0;
         runnable->get_ExecutionTime(&milliseconds);
-        failures += result < 0;
+        failures += FAILED(result);
         // A confirmation whose step has ended is not recorded any more: nobody
         // is to answer it.
         host::Operator::current().closeQuestions(static_cast<int>(number), "confirm",
@@ -368,7 +369,7 @@ size_t ProgramRunner::run(const std::atomic<bool>& interrupted) {
             traceCalls();
             traceWrites(number, before);
             traceLateWrites(number);
-            m_Trace->stepEnds(number, result, milliseconds, stopped, result < 0 ? whyFailed(step) : "");
+            m_Trace->stepEnds(number, result, milliseconds, stopped, FAILED(result) ? whyFailed(step) : "");
             if (m_Trace->wantsScreens()) m_Trace->screenAfter(number, screenState());
         }
         host::Recorder::setCause(0);
@@ -410,7 +411,7 @@ std::string ProgramRunner::saveXml() const {
         SmartPtr<IDataPersist> persist = queryInterface<IDataPersist>(step.object.get());
         if (!persist) continue;
         document->BeginElement(stepElement.get(), 0, 0);
-        if (document->BeginObject(step.object.get(), 0, 0) >= 0) {
+        if (SUCCEEDED(document->BeginObject(step.object.get(), 0, 0))) {
             persist->Save(document.get(), 0);
             document->EndElement();
         }
@@ -451,7 +452,7 @@ std::string ProgramRunner::saveProgram(const ProgramFile& program) const {
         writeParameters(out, queryInterface<IParameters>(step.object.get()).get());
         if (SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(step.object.get())) {
             SmartPtr<INamedCollection> offered;
-            if (parametric->GetParameters(offered.put(), 0) >= 0) {
+            if (SUCCEEDED(parametric->GetParameters(offered.put(), 0))) {
                 writeParameters(out, offered.query<IParameters>().get());
             }
         }
@@ -465,7 +466,7 @@ std::string ProgramRunner::saveProgram(const ProgramFile& program) const {
                 if (!named) continue;
                 out += "      <input" + attributeText("name", input->name()) + attributeText("object", named->name());
                 SmartPtr<IString> item;
-                if (input->get_ItemName(item.put()) >= 0 && item) {
+                if (SUCCEEDED(input->get_ItemName(item.put())) && item) {
                     out += attributeText("item", host::textOf(item.get()));
                 }
                 int32_t index = -1;
@@ -490,16 +491,16 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
     if (!document) return false;
     std::vector<Step> loaded;
     tagREFString name = {0, nullptr};
-    while (document->NextElement(&name) >= 0) {
+    while (SUCCEEDED(document->NextElement(&name))) {
         SmartPtr<IXMLStream> holder;
-        if (document->OpenElement(name.count, name.text, nullptr, holder.put(), 1) < 0 || !holder) continue;
+        if (FAILED(document->OpenElement(name.count, name.text, nullptr, holder.put(), 1)) || !holder) continue;
         // The first child is the step, named after its class; "Inputs" follows.
         tagREFString className = {0, nullptr};
         SmartPtr<IXMLStream> element;
         SmartPtr<IUnknown> step;
-        if (holder->NextElement(&className) < 0 ||
-            holder->OpenElement(className.count, className.text, nullptr, element.put(), 1) < 0 ||
-            element->CreateElementObject(className.count, className.text, step.put()) < 0 || !step) {
+        if (FAILED(holder->NextElement(&className)) ||
+            FAILED(holder->OpenElement(className.count, className.text, nullptr, element.put(), 1)) ||
+            FAILED(element->CreateElementObject(className.count, className.text, step.put())) || !step) {
             error =
                 "cannot re-create a step of class " +
                 host::narrow(std::wstring(className.text ? className.text : L"", static_cast<size_t>(className.count)));
@@ -507,7 +508,7 @@ bool ProgramRunner::loadXml(const std::string& text, std::string& error) {
         }
         const std::wstring stepClass(className.text, static_cast<size_t>(className.count));
         SmartPtr<IXMLStream> inputs;
-        if (holder->OpenElement(6, L"Inputs", nullptr, inputs.put(), 0) >= 0 && inputs) {
+        if (SUCCEEDED(holder->OpenElement(6, L"Inputs", nullptr, inputs.put(), 0)) && inputs) {
             if (SmartPtr<IDataPersist> list =
                     queryInterface<IDataPersist>(queryInterface<IInputParameters>(step.get()).get())) {
                 list->Load(inputs.get(), 0);
@@ -554,7 +555,7 @@ bool ProgramRunner::forEachStoredStep(const std::string& text, std::string& erro
                 error = "the name \"" + host::narrow(name) + "\" appears twice";
                 return false;
             }
-            if (root->ReadObject(host::makeString(name).get(), step.put(), 0) < 0 || !step) {
+            if (FAILED(root->ReadObject(host::makeString(name).get(), step.put(), 0)) || !step) {
                 error = "cannot re-create the step stored as " + host::narrow(name) + " (" +
                         host::narrow(root->classOf(name)) + ")";
                 return false;

@@ -66,9 +66,9 @@ public:
         }
     }
     void stepEnds(size_t number, HRESULT result, double milliseconds, bool turnedOff, const std::string& why) override {
-        line(number,
-             format("%s (%s), %.3f ms", result >= 0 ? "done" : "failed", resultCode(result).c_str(), milliseconds) +
-                 (why.empty() ? "" : ": " + why));
+        line(number, format("%s (%s), %.3f ms", SUCCEEDED(result) ? "done" : "failed", resultCode(result).c_str(),
+                            milliseconds) +
+                         (why.empty() ? "" : ": " + why));
         if (turnedOff) line(number, "turned off");
         setStep(0);
     }
@@ -170,7 +170,7 @@ public:
         JsonObject line = event("step-end", number).text("result", resultCode(result));
         const std::string name = resultName(result);
         name.empty() ? line.null("name") : line.text("name", name);
-        line.boolean("succeeded", result >= 0).number("ms", milliseconds).boolean("turned-off", turnedOff);
+        line.boolean("succeeded", SUCCEEDED(result)).number("ms", milliseconds).boolean("turned-off", turnedOff);
         why.empty() ? line.null("why") : line.text("why", why);
         emit(line);
     }

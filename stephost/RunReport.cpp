@@ -476,7 +476,7 @@ std::string timeline(const RunRecord::Run& run) {
     for (size_t i = 0; i < run.steps.size(); ++i) {
         const RunRecord::Step& step = run.steps[i];
         const double x = at(step.startAt), w = std::max(2.0, at(step.endAt) - x);
-        const bool failed = step.ended && step.result < 0;
+        const bool failed = step.ended && FAILED(step.result);
         svg += "<a href=\"#step-" + std::to_string(i + 1) + "\"><rect class=\"bar" + (failed ? " failed" : "") +
                "\" x=\"" + fixed(x, 1) + "\" y=\"12\" width=\"" + fixed(w, 1) + "\" height=\"22\"><title>" +
                std::to_string(i + 1) + " " + escaped(stepName(step)) + ": " + outcome(step) + ", " +
@@ -510,7 +510,7 @@ std::string valueTable(const std::vector<std::pair<std::string, std::string>>& v
 
 std::string stepEntry(const RunRecord::Run& run, size_t index) {
     const RunRecord::Step& step = run.steps[index];
-    const bool failed = !step.ended || step.result < 0;
+    const bool failed = !step.ended || FAILED(step.result);
     const std::string number = std::to_string(index + 1);
     std::string html =
         "<section class=\"step " + std::string(failed ? "failed" : "ok") + "\" id=\"step-" + number +
@@ -581,7 +581,7 @@ std::string stepStory(const RunRecord::Run& run, size_t index) {
         }
     }
     for (const auto& [name, value] : step.written) text += "  wrote " + name + " = " + value + "\n";
-    return text + "  " + (step.ended && step.result >= 0 ? "done " : "failed ") + outcome(step) + ", " +
+    return text + "  " + (step.ended && SUCCEEDED(step.result) ? "done " : "failed ") + outcome(step) + ", " +
            fixed(step.milliseconds, 3) + " ms" + (step.why.empty() ? "" : ": " + step.why) + "\n";
 }
 
@@ -759,7 +759,7 @@ std::string junitXml(const RunRecord::Run& run) {
         const RunRecord::Step& step = run.steps[i];
         xml += "    <testcase name=\"" + escaped(stepName(step)) + "\" classname=\"" + escaped(step.className) +
                "\" time=\"" + fixed(step.milliseconds / 1000.0, 6) + "\">\n";
-        if (!step.ended || step.result < 0) {
+        if (!step.ended || FAILED(step.result)) {
             const std::string message = outcome(step) + (step.why.empty() ? "" : ": " + step.why);
             xml += "      <failure message=\"" + escaped(message) + "\" type=\"" + resultCode(step.result) + "\">" +
                    escaped(message) + "</failure>\n";

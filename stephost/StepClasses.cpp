@@ -158,13 +158,13 @@ std::vector<std::string> choicesOf(IUnknown* descriptor) {
 
 void readParameters(IParameters* parameters, bool parametric, std::vector<DeclaredParameter>& into) {
     int32_t count = 0;
-    if (!parameters || parameters->get_Count(&count) < 0) return;
+    if (!parameters || FAILED(parameters->get_Count(&count))) return;
     for (int32_t i = 0; i < count; ++i) {
         SmartPtr<IString> name;
         SmartPtr<IVariant> value;
         SmartPtr<IUnknown> descriptor;
         DeclaredParameter parameter;
-        if (parameters->Iterate(i, name.put(), value.put(), descriptor.put(), &parameter.flags) < 0) continue;
+        if (FAILED(parameters->Iterate(i, name.put(), value.put(), descriptor.put(), &parameter.flags))) continue;
         parameter.name = text(name.get());
         parameter.value = traceValueOf(value.get());
         if (parameter.flags & 0x40) parameter.choices = choicesOf(descriptor.get());
@@ -221,7 +221,8 @@ bool describeStepClass(CREATEFUNCTIONFUNCTION create, const std::wstring& classN
     described = StepClass();
     tagREFString name = {0, nullptr};
     SmartPtr<IObjectInfo> info = queryInterface<IObjectInfo>(step.get());
-    described.name = info && info->GetName(0, &name) >= 0 ? host::narrow(host::textOf(name)) : host::narrow(className);
+    described.name =
+        info && SUCCEEDED(info->GetName(0, &name)) ? host::narrow(host::textOf(name)) : host::narrow(className);
     for (const char* face : kStepFaces) {
         SmartPtr<IUnknown> answer;
         if (step->QueryInterface(*iidNamed(face), answer.put_void()) == S_OK) described.interfaces.push_back(face);
@@ -243,13 +244,13 @@ bool describeStepClass(CREATEFUNCTIONFUNCTION create, const std::wstring& classN
     readParameters(parameters.get(), false, described.parameters);
     if (SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(step.get())) {
         SmartPtr<INamedCollection> offered;
-        if (parametric->GetParameters(offered.put(), 0) >= 0) {
+        if (SUCCEEDED(parametric->GetParameters(offered.put(), 0))) {
             readParameters(offered.query<IParameters>().get(), true, described.parameters);
         }
     }
     SmartPtr<IUIPropertyPageSpecify> specify = queryInterface<IUIPropertyPageSpecify>(step.get());
     SmartPtr<INamedCollection> pages;
-    if (specify && specify->GetPages(0, pages.put(), nullptr) >= 0) {
+    if (specify && SUCCEEDED(specify->GetPages(0, pages.put(), nullptr))) {
         if (auto* list = dynamic_cast<host::SuperCollection*>(pages.get())) {
             for (const host::SuperCollection::Entry& entry : list->entries()) {
                 described.pages.push_back({text(queryInterface<IString>(entry.item.get()).get()), entry.hasName,

@@ -111,7 +111,7 @@ const Meaning kMeanings[] = {
      "still writes Input"},
     {"GCUIInput", "ReturnCode",
      "1 when an answer was applied, 0 while none was (or the window closed without one), -1 when the file chooser "
-     "could not be opened (the step then returns 0x80004005)"},
+     "could not be opened (the step then returns E_FAIL)"},
 
     {"GCUIMessage", "",
      "Shows a short text in the host's message window, in place of any message a Message step showed, or clears "
@@ -120,7 +120,7 @@ const Meaning kMeanings[] = {
 
     {"GCUIPointer", "",
      "Sends one pointer event to a window of the active workspace, or to the whole workspace, at a point given in "
-     "percent of its area; returns the event's result, 0x80004005 when nothing takes pointer events."},
+     "percent of its area; returns the event's result, E_FAIL when nothing takes pointer events."},
     {"GCUIPointer", "Window Name",
      "the workspace window to point into; fewer than two characters: the whole workspace"},
     {"GCUIPointer", "%X",
@@ -145,13 +145,12 @@ const Meaning kMeanings[] = {
      "returns), else into its parameters of the same names; 0 otherwise"},
 
     {"GCUIRefresh", "", "Makes one displayed object redraw itself."},
-    {"GCUIRefresh", "RefreshableObject",
-     "the object to redraw; unbound or not refreshable, the step returns 0x80004005"},
+    {"GCUIRefresh", "RefreshableObject", "the object to redraw; unbound or not refreshable, the step returns E_FAIL"},
     {"GCUIRefresh", "Immediate", "nonzero: redraw at once (Refresh(9)); 0: the ordinary way (Refresh(0))"},
 
     {"GCUIScroll", "", "Reads or sets the scroll position and page size of one axis of a scrollable object."},
     {"GCUIScroll", "ScrollableObject",
-     "the object to scroll, itself (no window in between); unbound or not scrollable, the step returns 0x80004005"},
+     "the object to scroll, itself (no window in between); unbound or not scrollable, the step returns E_FAIL"},
     {"GCUIScroll", "Operation",
      "0 Read copies the position and page size into Pos and PageSize; 1 SetPos, 2 SetSize and 3 SetPosAndSize set "
      "them from those parameters"},

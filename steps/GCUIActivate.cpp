@@ -12,7 +12,7 @@ const InputDeclaration kInputs[] = {
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"Activate", Integer(1), 0x13},
+    {L"Activate", Integer(1), kSwitchFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -33,7 +33,7 @@ public:
     // nonzero "Activate" activates, an unreadable one deactivates, and the
     // object's own answer is the step's result.
     HRESULT Execute(CStopEvent*) {
-        auto activatable = ResolvedInput<IActivatableObject>(kActivateObject);
+        auto activatable = resolvedInput<IActivatableObject>(kActivateObject);
         if (!activatable) return S_OK;
         return activatable->Activate(readInteger(kActivate) != 0 ? 1 : 0);
     }

@@ -11,9 +11,9 @@ const InputDeclaration kInputs[] = {
     {L"Buttons", &IID_IButtonCollection, 0},
 };
 
-const ParameterDeclaration kParameters[] = {
-    {L"Button", Integer(0), 9},
-    {L"Select", Integer(0), 0x13},
+const ParameterDeclaration PARAMETER_[] = {
+    {L"Button", Integer(0), PARAMETER_KIND_BUTTON},
+    {L"Select", Integer(0), kSwitchFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -32,7 +32,7 @@ constexpr int32_t kPushButton = 1;  // springs back after its command
 class CGCUIButtonSelect final : public StepBase<CGCUIButtonSelect, IParameters, IStepImplSynchronous> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIButtonSelect";
-    static constexpr StepTables kTables{kInputs, kParameters, kPages};
+    static constexpr StepTables kTables{kInputs, PARAMETER_, kPages};
     using Interfaces = StepInterfaces<>;
 
     // The step never fails and tests none of the host's answers: whatever
@@ -41,7 +41,7 @@ public:
     HRESULT Execute(CStopEvent*) {
         // The binding itself, not the object it resolves to now: a moniker
         // may lead to the buttons through a host window.
-        SmartPtr<IInputParameter> record = InputRecord(kButtons);
+        SmartPtr<IInputParameter> record = inputRecord(kButtons);
         SmartPtr<IVariant> key = readVariant(kButton);
         SmartPtr<IUnknown> bound;
         if (record) {
@@ -62,7 +62,7 @@ public:
             workButton(button, toolbar.get(), toolbarHost.get());
         }
 
-        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(0);
+        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(kRefreshOrdinary);
         return S_OK;
     }
 

@@ -8,13 +8,12 @@
 namespace {
 
 enum { kMessage, kStyle, kTimeOut, kWait, kResponse };  // parameters, in declaration order
+enum { kStyleOk, kStyleOkCancel, kStyleYesNo };         // "Style" choices
 
 const ParameterDeclaration kParameters[] = {
-    {L"Message", Text(L"Stop Program?"), 6},
-    {L"Style", Integer(0), 0x43, L"OK|OK Cancel|Yes No"},
-    {L"TimeOut", Integer(0), 3},
-    {L"Wait", Integer(0), 0x13},
-    {L"Response", Integer(0), 0x40003},
+    {L"Message", Text(L"Stop Program?"), kTextFlags}, {L"Style", Integer(0), kChoiceFlags, L"OK|OK Cancel|Yes No"},
+    {L"TimeOut", Integer(0), kIntegerFlags},          {L"Wait", Integer(0), kSwitchFlags},
+    {L"Response", Integer(0), kIntegerResultFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -22,17 +21,16 @@ const PageDeclaration kPages[] = {
 };
 
 constexpr int32_t kLookMilliseconds = 50;
-constexpr int32_t kEnterKey = 13;
 
 // The window's style word for the "Style" choice; anything else offers OK.
 int32_t styleWord(int32_t style) {
     switch (style) {
-        case 1:
-            return 0x2001;  // OK Cancel
-        case 2:
-            return 0x4001;  // Yes No
+        case kStyleOkCancel:
+            return kConfirmOkCancel;
+        case kStyleYesNo:
+            return kConfirmYesNo;
         default:
-            return 0x1001;  // OK
+            return kConfirmOk;
     }
 }
 
@@ -66,7 +64,7 @@ public:
         // answer, so it is not waited for; a registration it refuses is not
         // noticed.
         SmartPtr<IEventSource> events = window.query<IEventSource>();
-        if (events) events->Advise(Identity(), 1);
+        if (events) events->Advise(identity(), kEventsOfWindow);
         window->Show();
         if (!events) return S_OK;
 
@@ -105,7 +103,7 @@ private:
     void waitWithLimit(CStopEvent* stop, IConfirmationWindow* window, double limit) {
         SmartPtr<IUIKeyboardInput> keyboard = queryInterface<IUIKeyboardInput>(window);
         for (;;) {
-            if (stop && stop->IsSet()) return;
+            if (stop && stop->isSet()) return;
             m_Worker.waitUntil(stop, kLookMilliseconds, answered());
             m_Worker.updateExecutionTime();
             double elapsed = 0.0;
@@ -114,12 +112,12 @@ private:
                 // An answer or a stop that came during the look wins over a
                 // time-out that falls due in the same look.
                 std::lock_guard<Mutex> lock(m_AnswerMutex);
-                if ((stop && stop->IsSet()) || m_Worker.runningFlag() == 0) return;
+                if ((stop && stop->isSet()) || m_Worker.runningFlag() == 0) return;
                 if (!(limit < elapsed)) continue;
                 m_Worker.clearRunningFlag();
                 writeInteger(kResponse, -1);
             }
-            if (keyboard) keyboard->SendKey(kEnterKey, 0, 0, 0);
+            if (keyboard) keyboard->SendKey(kKeyEnter, 0, 0, 0);
             return;
         }
     }

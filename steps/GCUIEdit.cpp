@@ -25,6 +25,7 @@ enum {                                         // parameters, in declaration ord
     kHelpFile,
     kPageName1,  // then "Page1", "Arg1", "Flags1", and so on for five pages
 };
+enum { kShowCloseOff, kShowCloseShow, kShowCloseAndCloseOnApply };  // "ShowClose" choices
 enum { kPageName, kPageClass, kPageArgument, kPageFlags, kPageFields, kPageCount = 5 };
 
 constexpr int32_t kReturnOpen = 0, kReturnApplied = 1, kReturnCancelled = -1;
@@ -64,39 +65,39 @@ const InputDeclaration kInputs[] = {
     {L"OptionalViewer", &IID_NULL, 1},
 };
 
-const ParameterDeclaration kParameters[] = {
-    {L"AccessLevel", Integer(0), 0x3},
-    {L"Caption", Text(L"Edit..."), 0x6},
-    {L"SetPages", Integer(0), 0x13},
-    {L"ItemSize", Integer(18), 0x3},
-    {L"SaveLocation", Integer(0), 0x13},
-    {L"ShowClose", Integer(1), 0x43, L"Off|Show|ShowAndCloseOnApply"},
-    {L"ShowHelp", Integer(1), 0x13},
-    {L"ShowSaveLoad", Integer(3), 0x43, L"Off|Save|Load|Both"},
-    {L"WindowLess", Integer(1), 0x13},
-    {L"Wait", Integer(0), 0x13},
-    {L"ReturnCode", Integer(0), 0x40003},
-    {L"HelpFile", Text(L""), 0x416},
-    {L"PageName1", Text(L"Parameters"), 0x6},
-    {L"Page1", Text(L"UIParametersPropPage"), 0x6},
-    {L"Arg1", Text(L""), 0x6},
-    {L"Flags1", Integer(1), 0x3},
-    {L"PageName2", Text(L"Preferences"), 0x6},
-    {L"Page2", Text(L"UIParametricObjectPropPage"), 0x6},
-    {L"Arg2", Text(L""), 0x6},
-    {L"Flags2", Integer(0), 0x3},
-    {L"PageName3", Text(L""), 0x6},
-    {L"Page3", Text(L"UIPropInterrogatePropPage"), 0x6},
-    {L"Arg3", Text(L""), 0x6},
-    {L"Flags3", Integer(0), 0x3},
-    {L"PageName4", Text(L""), 0x6},
-    {L"Page4", Text(L""), 0x6},
-    {L"Arg4", Text(L""), 0x6},
-    {L"Flags4", Integer(0), 0x3},
-    {L"PageName5", Text(L""), 0x6},
-    {L"Page5", Text(L""), 0x6},
-    {L"Arg5", Text(L""), 0x6},
-    {L"Flags5", Integer(0), 0x3},
+const ParameterDeclaration PARAMETER_[] = {
+    {L"AccessLevel", Integer(0), kIntegerFlags},
+    {L"Caption", Text(L"Edit..."), kTextFlags},
+    {L"SetPages", Integer(0), kSwitchFlags},
+    {L"ItemSize", Integer(18), kIntegerFlags},
+    {L"SaveLocation", Integer(0), kSwitchFlags},
+    {L"ShowClose", Integer(1), kChoiceFlags, L"Off|Show|ShowAndCloseOnApply"},
+    {L"ShowHelp", Integer(1), kSwitchFlags},
+    {L"ShowSaveLoad", Integer(3), kChoiceFlags, L"Off|Save|Load|Both"},
+    {L"WindowLess", Integer(1), kSwitchFlags},
+    {L"Wait", Integer(0), kSwitchFlags},
+    {L"ReturnCode", Integer(0), kIntegerResultFlags},
+    {L"HelpFile", Text(L""), kTextFlags | PARAMETER_PATH | PARAMETER_CARRIED},
+    {L"PageName1", Text(L"Parameters"), kTextFlags},
+    {L"Page1", Text(L"UIParametersPropPage"), kTextFlags},
+    {L"Arg1", Text(L""), kTextFlags},
+    {L"Flags1", Integer(1), kIntegerFlags},
+    {L"PageName2", Text(L"Preferences"), kTextFlags},
+    {L"Page2", Text(L"UIParametricObjectPropPage"), kTextFlags},
+    {L"Arg2", Text(L""), kTextFlags},
+    {L"Flags2", Integer(0), kIntegerFlags},
+    {L"PageName3", Text(L""), kTextFlags},
+    {L"Page3", Text(L"UIPropInterrogatePropPage"), kTextFlags},
+    {L"Arg3", Text(L""), kTextFlags},
+    {L"Flags3", Integer(0), kIntegerFlags},
+    {L"PageName4", Text(L""), kTextFlags},
+    {L"Page4", Text(L""), kTextFlags},
+    {L"Arg4", Text(L""), kTextFlags},
+    {L"Flags4", Integer(0), kIntegerFlags},
+    {L"PageName5", Text(L""), kTextFlags},
+    {L"Page5", Text(L""), kTextFlags},
+    {L"Arg5", Text(L""), kTextFlags},
+    {L"Flags5", Integer(0), kIntegerFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -109,7 +110,7 @@ const PageDeclaration kPages[] = {
 class CGCUIEdit final : public StepBase<CGCUIEdit, IParameters, IStepImplAsynchronous, _IUIPropFrameEvents> {
 public:
     static constexpr wchar_t kRegisteredName[] = L"GCUIEdit";
-    static constexpr StepTables kTables{kInputs, kParameters, kPages};
+    static constexpr StepTables kTables{kInputs, PARAMETER_, kPages};
     using Interfaces = StepInterfaces<_IUIPropFrameEvents>;
 
     // "Wait" decides where the run happens. A step that waits for the
@@ -118,13 +119,13 @@ public:
     // caller's thread. ("WindowLess" and "ShowSaveLoad" have nothing to do
     // with where the step runs.) A run on the caller's thread is refused
     // while a worker still opens an editor: two runs would share the window.
-    HRESULT TurnOn() override { return readInteger(kWait) != 0 ? StartWorker() : RunHere(); }
+    HRESULT TurnOn() override { return readInteger(kWait) != 0 ? startWorker() : runHere(); }
 
     // Closes an open editor (its rectangle is not remembered), then stops
     // the worker. The wait ends when the frame reports the close.
     HRESULT TurnOff() override {
         closeEditor();
-        return StopWorker();
+        return stopWorker();
     }
 
     // A worker exists, or the operator's answer is awaited.
@@ -140,7 +141,7 @@ public:
         if (!frame) return S_OK;  // nothing to fill or show
 
         const bool setPages = readInteger(kSetPages) != 0;
-        addEditedObjects(frame.get(), setPages ? 0xC0 : 0xE0);
+        addEditedObjects(frame.get(), setPages ? kFrameObjectListedPages : kFrameObjectOwnPages);
         if (setPages) addPages(frame.get());
         frame->put_HelpFile(readText(kHelpFile).get(), 0);
         const SmartPtr<IString> caption = readText(kCaption, L"Edit...");
@@ -149,9 +150,9 @@ public:
         frame->AddObject(nullptr, 0);
         frame->put_Options(options());
 
-        if (auto viewer = InputObject(kOptionalViewer).query<ISmartViewer>()) {
+        if (auto viewer = inputObject(kOptionalViewer).query<ISmartViewer>()) {
             viewer->ShowObject(0, frame.get(), 0);
-            if (auto refreshable = viewer.query<IUIRefreshableObject>()) refreshable->Refresh(0);
+            if (auto refreshable = viewer.query<IUIRefreshableObject>()) refreshable->Refresh(kRefreshOrdinary);
             return S_OK;
         }
 
@@ -171,7 +172,7 @@ public:
         writeInteger(kReturnCode, kReturnCancelled);
         m_EditDone = readInteger(kWait) != 0 ? 0 : 1;
         writeInteger(kReturnCode, kReturnOpen);
-        AdviseEvents(frame.get(), 1);
+        adviseEvents(frame.get(), kEventsOfWindow);
         // A stop that closed the frame while the step was registering: the
         // frame may have told its close to nobody, and no later stop finds
         // a window to close. The stop ends the wait as the close would.
@@ -209,7 +210,7 @@ public:
         const HRESULT loaded = m_StepInputs.loadPlain(m_Parameters, stream, mode);
         if (FAILED(loaded)) return loaded;
         int32_t area[4] = {0, 0, 0, 0};
-        if (folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0) >= 0) {
+        if (SUCCEEDED(folder->ReadBinary(ISCreate(L"Rect").get(), area, sizeof area, 0))) {
             std::lock_guard<Mutex> lock(m_EditMutex);
             for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
         }
@@ -242,7 +243,7 @@ private:
         SmartPtr<IInputParameters> inputs = queryInterface<IInputParameters>(inputList());
         for (int32_t input = kEdit1; inputs && input <= kEdit8; ++input) {
             SmartPtr<IUnknown> bound;
-            if (inputs->get_InputObject(input, bound.put()) < 0) break;
+            if (FAILED(inputs->get_InputObject(input, bound.put()))) break;
             frame->AddObject(editedObject(bound).get(), flags);
         }
     }
@@ -270,19 +271,19 @@ private:
     }
 
     int32_t options() {
-        int32_t options = 0x1;  // Off, also for a value that cannot be read or is out of the list
+        int32_t options = kFrameCloseOff;  // also for a value that cannot be read or is out of the list
         switch (readInteger(kShowClose)) {
-            case 1:
-                options = 0x5;
+            case kShowCloseShow:
+                options = kFrameCloseShown;
                 break;
-            case 2:
-                options = 0x205;
+            case kShowCloseAndCloseOnApply:
+                options = kFrameCloseOnApply;
                 break;
             default:
                 break;
         }
-        if (readInteger(kShowHelp) != 0) options |= 0x2;
-        if (readInteger(kShowSaveLoad) != 0) options |= 0xA0;
+        if (readInteger(kShowHelp) != 0) options |= kFrameHelp;
+        if (readInteger(kShowSaveLoad) != 0) options |= kFrameSaveLoad;
         return options;
     }
 
@@ -291,12 +292,14 @@ private:
         auto utils = CreateObject<IUIUtils>(L"UIUtils");
         if (!utils) return nullptr;
         SmartPtr<IUnknown> shown;
-        utils->ShowPopup(caption, Identity(), 3, frame, shown.put(), 4, 1);
+        utils->ShowPopup(caption, identity(), kPopupKind, frame, shown.put(), kPopupEditorPlacement,
+                         kPopupEditorOptions);
         SmartPtr<IHostWindow> window = shown.query<IHostWindow>();
         int32_t area[4];
         rememberedArea(area);
         if (window && readInteger(kSaveLocation) != 0 && area[2] > 0) {
-            if (auto popups = CreateObject<IUIPopupCollection>(L"UIPopupCollection")) popups->AdjustArea(area, 0, 1);
+            if (auto popups = CreateObject<IUIPopupCollection>(L"UIPopupCollection"))
+                popups->AdjustArea(area, kAdjustAreaA, kAdjustAreaB);
             window->put_Area(area);
         }
         return window;
@@ -318,7 +321,7 @@ private:
     void endEdit() {
         if (SmartPtr<IHostWindow> window = takeWindow()) {
             int32_t area[4] = {0, 0, 0, 0};
-            if (window->get_Area(area) >= 0) {
+            if (SUCCEEDED(window->get_Area(area))) {
                 std::lock_guard<Mutex> lock(m_EditMutex);
                 for (int side = 0; side < 4; ++side) m_Rect[side] = area[side];
             }
@@ -338,7 +341,7 @@ private:
         if (window) {
             SmartPtr<IUnknown> hosted;
             window->get_HostedObject(hosted.put());
-            if (auto frame = hosted.query<IUIPropertyPageCollection>()) frame->Close(3);
+            if (auto frame = hosted.query<IUIPropertyPageCollection>()) frame->Close(kFrameCloseStopped);
         }
     }
 

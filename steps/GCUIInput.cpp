@@ -1,14 +1,11 @@
 // The Input step: asks the operator for a text, a number, a password or a
 // file name through the host's keyboard or file chooser.
-#include <dirent.h>
-#include <limits.h>
-
 #include <atomic>
 #include <cstdio>
 #include <cwchar>
 
 #include "module/Registry.h"
-#include "runtime/TextEncoding.h"
+#include "runtime/FileNames.h"
 #include "steps/StepBase.h"
 
 namespace {
@@ -17,13 +14,14 @@ enum { kCaption, kType, kExtIfFile, kInput, kTimeOut, kWait, kReturnCode };  // 
 enum { kString, kPassword, kSystemPassword, kInteger, kDouble, kFileLoad, kFileSave, kSetRecentFileOnly };
 
 const ParameterDeclaration kParameters[] = {
-    {L"Caption", Text(L"Please enter ???"), 0x6},
-    {L"Type", Integer(0), 0x43, L"String|Password|SystemPassword|Integer|Double|FileLoad|FileSave|SetRecentFileOnly"},
-    {L"ExtIfFile", Text(L"Images|*.jpg;*.png;*.bmp|All Files|*.*||"), 0x6},
-    {L"Input", Integer(0), 0x6},
-    {L"TimeOut", Integer(0), 0x3},
-    {L"Wait", Integer(0), 0x13},
-    {L"ReturnCode", Integer(0), 0x40003},
+    {L"Caption", Text(L"Please enter ???"), kTextFlags},
+    {L"Type", Integer(0), kChoiceFlags,
+     L"String|Password|SystemPassword|Integer|Double|FileLoad|FileSave|SetRecentFileOnly"},
+    {L"ExtIfFile", Text(L"Images|*.jpg;*.png;*.bmp|All Files|*.*||"), kTextFlags},
+    {L"Input", Integer(0), kTextFlags},
+    {L"TimeOut", Integer(0), kIntegerFlags},
+    {L"Wait", Integer(0), kSwitchFlags},
+    {L"ReturnCode", Integer(0), kIntegerResultFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -38,31 +36,14 @@ int32_t keyboardMode(int32_t type) {
     switch (type) {
         case kPassword:
         case kSystemPassword:
-            return 0x8080006;
+            return kKeyboardMaskedText;
         case kInteger:
-            return 0x8000003;
+            return kKeyboardInteger;
         case kDouble:
-            return 0x8000005;
+            return kKeyboardDecimal;
         default:
-            return 0x8000006;
+            return kKeyboardText;
     }
-}
-
-// The name exists as a directory or as a file that can be read. A name
-// whose UTF-8 form is PATH_MAX bytes or longer names nothing the system can
-// open, so it needs no storage beyond a buffer of that size.
-bool exists(const CREFString& name) {
-    char path[PATH_MAX];
-    if (encodeUtf8(name.text, name.count, path, sizeof path) >= sizeof path) return false;
-    if (DIR* directory = opendir(path)) {
-        closedir(directory);
-        return true;
-    }
-    if (std::FILE* file = std::fopen(path, "rb")) {
-        std::fclose(file);
-        return true;
-    }
-    return false;
 }
 
 // The name a save proposes when the wanted one is taken: the number that
@@ -71,7 +52,7 @@ bool exists(const CREFString& name) {
 // whose base is a single character, is proposed as it is. A name with no
 // usable dot keeps no extension and is proposed as it is.
 CREFString nextFreeName(const CREFString& name, wchar_t (&advanced)[kNameCapacity]) {
-    if (name.empty() || !exists(name)) return name;
+    if (name.empty() || !FILENAMEExists(name)) return name;
     int32_t dot = name.count - 1;
     while (dot >= 0 && name.text[dot] != L'.') --dot;
     if (dot <= 0) return name;
@@ -125,14 +106,16 @@ public:
             keyboard->put_Text(proposed.get());
         }
         SmartPtr<IUnknown> window;
-        if (utils) utils->ShowPopup(caption.get(), Identity(), 3, keyboard.get(), window.put(), 5, 1);
+        if (utils)
+            utils->ShowPopup(caption.get(), identity(), kPopupKind, keyboard.get(), window.put(),
+                             kPopupKeyboardPlacement, kPopupKeyboardOptions);
         writeInteger(kReturnCode, -1);
         // The wait and "no answer yet" are marked before the keyboard can
         // tell of an apply or a close, so that an operator faster than this
         // thread still ends the wait and keeps the answer.
         m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
         writeInteger(kReturnCode, 0);
-        AdviseEvents(keyboard.get(), 1);
+        adviseEvents(keyboard.get(), kEventsOfWindow);
         return S_OK;
     }
 
@@ -184,9 +167,9 @@ private:
         const CREFString captionText(static_cast<IUnknown*>(caption));
         const CREFString filterText(static_cast<IUnknown*>(filter.get()));
         SmartPtr<IUnknown> chosen;
-        if (!utils ||
-            utils->ShowFileArchive(name.count, name.text, captionText.count, captionText.text, filterText.count,
-                                   filterText.text, 0, type == kFileLoad ? 0 : 1, 0, -1, chosen.put()) < 0) {
+        if (!utils || FAILED(utils->ShowFileArchive(
+                          name.count, name.text, captionText.count, captionText.text, filterText.count, filterText.text,
+                          0, type == kFileLoad ? kFileArchiveLoad : kFileArchiveSave, 0, -1, chosen.put()))) {
             writeInteger(kReturnCode, -1);
             return E_FAIL;
         }
@@ -200,9 +183,9 @@ private:
             // Marked before the chooser can close; a chooser the step cannot
             // listen to still leaves the wait to a close.
             m_InputDone = readInteger(kWait) == 0 ? 1 : 0;
-            AdviseEvents(chooser.get(), 2);
-            window->Show(1, 2);
-            return 1;
+            adviseEvents(chooser.get(), kEventsOfFileArchive);
+            window->Show(kShowChooserA, kShowChooserB);
+            return S_FALSE;
         }
         // The chooser answered at once.
         FileArchiveApply(answer.get(), nullptr);

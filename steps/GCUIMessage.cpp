@@ -7,7 +7,7 @@ namespace {
 enum { kMessage };  // parameters, in declaration order
 
 const ParameterDeclaration kParameters[] = {
-    {L"Message", Text(L"Running"), 6},
+    {L"Message", Text(L"Running"), kTextFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -49,7 +49,7 @@ private:
     // open under the name is not an error.
     static void closeMessageWindow(IWindowCollection* windows, IString* name) {
         int32_t index = -1;
-        if (windows->get_Index(name, &index) < 0) return;
+        if (FAILED(windows->get_Index(name, &index))) return;
         SmartPtr<IUnknown> window;
         windows->get_Item(index, window.put());
         windows->Remove(index);

@@ -7,17 +7,31 @@ namespace {
 enum { kWindowName, kX, kY, kButton, kState, kModifier };  // parameters, in declaration order
 
 const ParameterDeclaration kParameters[] = {
-    {L"Window Name", Text(L""), 6},
-    {L"%X", Integer(0), 5},
-    {L"%Y", Integer(0), 5},
-    {L"Button", Integer(0), 0x43, L"Left|Right"},
-    {L"State", Integer(0), 0x43, L"OVER|UP|DOWN"},
-    {L"Modifier", Integer(0), 0x13},
+    {L"Window Name", Text(L""), kTextFlags},
+    {L"%X", Integer(0), kDecimalFlags},
+    {L"%Y", Integer(0), kDecimalFlags},
+    {L"Button", Integer(0), kChoiceFlags, L"Left|Right"},
+    {L"State", Integer(0), kChoiceFlags, L"OVER|UP|DOWN"},
+    {L"Modifier", Integer(0), kSwitchFlags},
 };
 
 const PageDeclaration kPages[] = {
     {L"UIPropPages.UIParametersPropPage", true},
 };
+
+enum { kStateOver, kStateUp, kStateDown };  // "State" choices
+
+// The host's event code for a "State" choice; anything else moves over.
+int32_t mouseState(int32_t state) {
+    switch (state) {
+        case kStateUp:
+            return kMouseUp;
+        case kStateDown:
+            return kMouseDown;
+        default:
+            return kMouseOver;
+    }
+}
 
 }  // namespace
 
@@ -32,7 +46,7 @@ public:
     HRESULT Execute(CStopEvent*) {
         auto workspace = CreateObject<IWorkspace>(L"ActiveWorkspace");
         SmartPtr<IUnknown> window;
-        const SmartPtr<IString> name = StoredValue(kWindowName).query<IString>();
+        const SmartPtr<IString> name = storedValue(kWindowName).query<IString>();
         if (workspace && CREFString(name.get()).count > 1) window = windowNamed(workspace.get(), name.get());
 
         int32_t area[4] = {0, 0, 0, 0};  // left, top, width, height
@@ -52,9 +66,9 @@ public:
 
         const double x = originLeft + area[2] * (readDouble(kX) * 0.01);
         const double y = originTop + area[3] * (readDouble(kY) * 0.01);
-        const int32_t button = readInteger(kButton) != 0 ? 2 : 1;
-        const int32_t state = readInteger(kState) == 2 ? 3 : readInteger(kState) == 1 ? 2 : 0;
-        const int32_t modifiers = readInteger(kModifier) != 0 ? 8 : 0;
+        const int32_t button = readInteger(kButton) != 0 ? kMouseRightButton : kMouseLeftButton;
+        const int32_t state = mouseState(readInteger(kState));
+        const int32_t modifiers = readInteger(kModifier) != 0 ? kMouseModifier : kMouseNoModifier;
         return target->SendMouse(button, state, modifiers, x, y, area);
     }
 
@@ -67,7 +81,7 @@ private:
         auto collection = windows.query<IWindowCollection>();
         int32_t index = -1;
         SmartPtr<IUnknown> window;
-        if (collection && collection->get_Index(name, &index) >= 0) collection->get_Item(index, window.put());
+        if (collection && SUCCEEDED(collection->get_Index(name, &index))) collection->get_Item(index, window.put());
         return window;
     }
 };

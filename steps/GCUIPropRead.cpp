@@ -1,7 +1,6 @@
 // The Property read step: makes the properties of an object the step's own
 // parameters.
 #include <algorithm>
-#include <cstring>
 
 #include "module/Registry.h"
 #include "runtime/CREFString.h"
@@ -21,18 +20,9 @@ const PageDeclaration kPages[] = {
     {L"UIPropPages.UIParametersPropPage", true},
 };
 
-// The id under which an object answers for all of its properties.
-constexpr int32_t kAllProperties = 0x2000000;
-// A property kind: the value type in the low four bits, the sub-kind above.
-constexpr int32_t kValueType = 0x0F;
-constexpr int32_t kSubKind = 0xF0;
-constexpr int32_t kHasChoices = 0x40;
 // Objects of the host have at most a few thousand properties; a wider range
 // is a broken answer, of which only this many ids are read.
 constexpr int64_t kMostIds = 0x10000;
-
-bool isInteger(int32_t valueType) { return valueType <= 3; }
-bool isFloat(int32_t valueType) { return valueType == 4 || valueType == 5; }
 
 }  // namespace
 
@@ -47,7 +37,7 @@ public:
     // read. Nothing that the host answers is a failure of the step; a set
     // that finds no memory is E_OUTOFMEMORY and leaves the last one.
     HRESULT Execute(CStopEvent*) {
-        SmartPtr<IUnknown> object = InputObject(kObject);
+        SmartPtr<IUnknown> object = inputObject(kObject);
         auto interrogate = PROPQuery<IUIPropInterrogate>(object.get());
         auto extended = PROPQuery<IUIPropInterrogateEx>(object.get());
         auto parametric = PROPQuery<IParametricObject>(object.get());
@@ -84,7 +74,7 @@ private:
     // One parameter per item, under the item's name, flags 0.
     static HRESULT copyNamed(ParameterBatch& read, INamedCollection* collection) {
         int32_t count = 0;
-        if (!collection || collection->get_Count(&count) < 0) return S_OK;
+        if (!collection || FAILED(collection->get_Count(&count))) return S_OK;
         for (int32_t i = 0; i < count; ++i) {
             SmartPtr<IUnknown> item;
             SmartPtr<IString> name;
@@ -103,7 +93,7 @@ private:
         interrogate->GetProperty(kAllProperties, &unused);
         int32_t first = 0;
         int32_t last = -1;
-        if (interrogate->GetPropertyRange(kAllProperties, &first, &last) < 0) return S_OK;
+        if (FAILED(interrogate->GetPropertyRange(kAllProperties, &first, &last))) return S_OK;
         const int64_t end = std::min<int64_t>(last, int64_t{first} + kMostIds - 1);
         for (int64_t id = first; id <= end; ++id) {
             if (readProperty(read, interrogate, extended, section.get(), static_cast<int32_t>(id)) == E_OUTOFMEMORY) {
@@ -121,22 +111,24 @@ private:
         if (kind < 0 && extended) kind = extended->GetPropertyObject(id, object.put());
         if (kind < 0) return S_OK;
 
-        const int32_t valueType = kind & kValueType;
+        const int32_t valueType = kind & kPropertyValueType;
         SmartPtr<IUnknown> value = object;
-        if (isInteger(valueType)) {
+        if (PROPIsInteger(valueType)) {
             value = IVCreate(bits).query<IUnknown>();
-        } else if (isFloat(valueType)) {
-            float single = 0.0f;
-            std::memcpy(&single, &bits, sizeof single);
+        } else if (PROPIsSingle(valueType)) {
             SmartPtr<IVariant> variant = CREFString::CreateVariant();
-            if (variant) variant->put_Double(single);
+            if (variant) variant->put_Double(PROPSingleOfBits(bits));
             value = variant.query<IUnknown>();
         }
         SmartPtr<IString> choices;
-        if ((isInteger(valueType) || valueType == 6) && (kind & kSubKind) == kHasChoices) {
+        if ((PROPIsInteger(valueType) || valueType == kPropertyText) &&
+            (kind & kPropertySubKind) == kPropertyHasChoices) {
             interrogate->GetPropertyChoices(id, choices.put());
         }
-        const int32_t flags = valueType == 0 ? (kind & kSubKind) | 3 : kind & 0xFF;
+        // A kind without a value type keeps its sub-kind as an integer's;
+        // the host's bits above the kind are not a parameter's.
+        const int32_t flags = valueType == 0 ? (kind & kPropertySubKind) | PARAMETER_KIND_INTEGER
+                                             : kind & (kPropertySubKind | kPropertyValueType);
         return read.add(PROPDisplayName(section, id).get(), value.get(), choices.get(), flags);
     }
 

@@ -1,9 +1,4 @@
 // The Property write step: writes the step's parameters into another object's properties.
-#include <cfloat>
-#include <cmath>
-#include <cstring>
-#include <limits>
-
 #include "module/Registry.h"
 #include "runtime/CREFString.h"
 #include "runtime/PropertyNames.h"
@@ -22,30 +17,6 @@ const PageDeclaration kPages[] = {
     {L"UIPropPages.UIParametersPropPage", true},
 };
 
-// Property kinds: the value type in the low four bits.
-constexpr int32_t kValueType = 0x0F;
-constexpr int32_t kText = 6;
-constexpr int32_t kObjectValue = 7;
-
-// The bits of the single-precision value nearest to value. Beyond the
-// largest single the value is an infinity of its sign, as the hardware
-// would round it, without a conversion the language leaves undefined.
-int32_t singleBits(double value) {
-    float single = 0.0f;
-    if (std::isnan(value)) {
-        single = std::numeric_limits<float>::quiet_NaN();
-    } else if (value > FLT_MAX) {
-        single = std::numeric_limits<float>::infinity();
-    } else if (value < -FLT_MAX) {
-        single = -std::numeric_limits<float>::infinity();
-    } else {
-        single = static_cast<float>(value);
-    }
-    int32_t bits = 0;
-    std::memcpy(&bits, &single, sizeof bits);
-    return bits;
-}
-
 }  // namespace
 
 class CGCUIPropWrite final : public StepBase<CGCUIPropWrite, IParametersCreatable, IStepImplSynchronous> {
@@ -59,7 +30,7 @@ public:
     // table, else through the object's parameters. Only a failure of
     // SetParameters is a failure of the step.
     HRESULT Execute(CStopEvent*) {
-        SmartPtr<IUnknown> object = InputObject(kObject);
+        SmartPtr<IUnknown> object = inputObject(kObject);
         if (auto entity = queryInterface<IRenderableObjectEntity>(object.get())) {
             SmartPtr<IUnknown> rendered;
             entity->get_RenderableObject(rendered.put());
@@ -88,7 +59,7 @@ private:
     void writeProperties(INamedCollection* section, IUIPropInterrogate* interrogate, IUIPropInterrogateEx* extended) {
         SmartPtr<IString> name;
         SmartPtr<IVariant> value;
-        for (int32_t i = 0; m_Parameters.Iterate(i, name.put(), value.put(), nullptr, nullptr) >= 0; ++i) {
+        for (int32_t i = 0; SUCCEEDED(m_Parameters.Iterate(i, name.put(), value.put(), nullptr, nullptr)); ++i) {
             SmartPtr<IString> idText;
             section->get_ItemName(PROPFindName(section, name.get()), idText.put());
             if (!idText || !value) continue;
@@ -103,26 +74,20 @@ private:
         int32_t kind = interrogate->GetProperty(id, &bits);
         if (kind < 0 && extended) kind = extended->GetPropertyObject(id, current.put());
         if (kind < 0) return;
-        switch (kind & kValueType) {
-            case 4:
-            case 5:
-                interrogate->SetProperty(id, singleBits(value->get_Double()));
-                break;
-            case kText:
-                if (extended) extended->PutPropertyObject(id, ISCreate(value).get());
-                break;
-            case kObjectValue: {
-                // Only a renderable object replaces a renderable object.
-                SmartPtr<IUnknown> replacement;
-                value->get_Object(replacement.put());
-                if (extended && current.query<IRenderableObject>() && replacement.query<IRenderableObject>()) {
-                    extended->PutPropertyObject(id, replacement.get());
-                }
-                break;
+        const int32_t valueType = kind & kPropertyValueType;
+        if (PROPIsSingle(valueType)) {
+            interrogate->SetProperty(id, PROPSingleBits(value->get_Double()));
+        } else if (valueType == kPropertyText) {
+            if (extended) extended->PutPropertyObject(id, ISCreate(value).get());
+        } else if (valueType == kPropertyObject) {
+            // Only a renderable object replaces a renderable object.
+            SmartPtr<IUnknown> replacement;
+            value->get_Object(replacement.put());
+            if (extended && current.query<IRenderableObject>() && replacement.query<IRenderableObject>()) {
+                extended->PutPropertyObject(id, replacement.get());
             }
-            default:
-                interrogate->SetProperty(id, value->get_Long());
-                break;
+        } else {
+            interrogate->SetProperty(id, value->get_Long());
         }
     }
 
@@ -137,7 +102,7 @@ private:
             m_Parameters.get_ItemName(i, name.put());
             m_Parameters.get_ItemVariant(i, value.put());
             int32_t index = -1;
-            if (!name || target->get_Index(name.get(), &index) < 0 || index < 0) continue;
+            if (!name || FAILED(target->get_Index(name.get(), &index)) || index < 0) continue;
             SmartPtr<IVariant> copy = CREFString::CreateVariant();
             if (!copy) continue;
             copy->put_Value(value.get());

@@ -12,7 +12,7 @@ const InputDeclaration kInputs[] = {
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"Immediate", Integer(0), 0x13},
+    {L"Immediate", Integer(0), kSwitchFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -31,9 +31,9 @@ public:
     // Mode 9 asks for an immediate refresh, 0 for an ordinary one; an
     // unreadable "Immediate" counts as 0. Refresh's own result is not ours.
     HRESULT Execute(CStopEvent*) {
-        auto refreshable = InputObject(kRefreshableObject).query<IUIRefreshableObject>();
+        auto refreshable = inputObject(kRefreshableObject).query<IUIRefreshableObject>();
         if (!refreshable) return E_FAIL;
-        refreshable->Refresh(readInteger(kImmediate) != 0 ? 9 : 0);
+        refreshable->Refresh(readInteger(kImmediate) != 0 ? kRefreshImmediate : kRefreshOrdinary);
         return S_OK;
     }
 };

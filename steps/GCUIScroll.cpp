@@ -4,19 +4,19 @@
 
 namespace {
 
-enum { kScrollableObject };                     // inputs
-enum { kOperation, kAxis, kPos, kPageSize };    // parameters, in declaration order
-enum { kSetsPosition = 1, kSetsPageSize = 2 };  // bits of "Operation"; none: Read
+enum { kScrollableObject };                                // inputs
+enum { kOperation, kAxis, kPos, kPageSize };               // parameters, in declaration order
+enum { kRead = 0, kSetsPosition = 1, kSetsPageSize = 2 };  // bits of "Operation"
 
 const InputDeclaration kInputs[] = {
     {L"ScrollableObject", &IID_IUIScrollableObject, 0},
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"Operation", Integer(0), 0x43, L"Read|SetPos|SetSize|SetPosAndSize"},
-    {L"Axis", Integer(0), 3},
-    {L"Pos", Integer(0), 5},
-    {L"PageSize", Integer(0), 5},
+    {L"Operation", Integer(0), kChoiceFlags, L"Read|SetPos|SetSize|SetPosAndSize"},
+    {L"Axis", Integer(0), kIntegerFlags},
+    {L"Pos", Integer(0), kDecimalFlags},
+    {L"PageSize", Integer(0), kDecimalFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -37,13 +37,13 @@ public:
     // read, so SetPos keeps the page size and SetSize the position. The
     // object's own results are not ours to judge.
     HRESULT Execute(CStopEvent*) {
-        auto scrollable = InputObject(kScrollableObject).query<IUIScrollableObject>();
+        auto scrollable = inputObject(kScrollableObject).query<IUIScrollableObject>();
         if (!scrollable) return E_FAIL;
         const int32_t operation = readInteger(kOperation);
         double position = 0.0;
         double pageSize = 0.0;
         scrollable->get_Scroll(axis(), &position, &pageSize);
-        if (operation == 0) {
+        if (operation == kRead) {
             writeDouble(kPos, position);
             writeDouble(kPageSize, pageSize);
             return S_OK;

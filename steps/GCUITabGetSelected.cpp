@@ -12,9 +12,9 @@ const InputDeclaration kInputs[] = {
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"Index", Integer(0), 0x40003},
-    {L"Name", Text(L""), 0x40006},
-    {L"Item", Integer(0), 0x40007},
+    {L"Index", Integer(0), kIntegerResultFlags},
+    {L"Name", Text(L""), kTextResultFlags},
+    {L"Item", Integer(0), kObjectResultFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -37,7 +37,7 @@ public:
     HRESULT Execute(CStopEvent*) {
         int32_t index = -1;
         SmartPtr<IString> name;
-        SmartPtr<IUnknown> item = InputObject(kTabbedWindows);
+        SmartPtr<IUnknown> item = inputObject(kTabbedWindows);
         if (auto tabs = item.query<ITabCollection>()) {
             tabs->get_Selected(&index);
             tabs->get_ItemName(index, name.put());

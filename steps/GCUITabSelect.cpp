@@ -12,7 +12,7 @@ const InputDeclaration kInputs[] = {
 };
 
 const ParameterDeclaration kParameters[] = {
-    {L"SubTab", Integer(0), 0x53},
+    {L"SubTab", Integer(0), kSwitchChoiceFlags},
 };
 
 const PageDeclaration kPages[] = {
@@ -34,7 +34,7 @@ public:
     // tabs of its own, "SubTab" selects one of those as it is: the tab
     // collection judges the range. The step never fails.
     HRESULT Execute(CStopEvent*) {
-        SmartPtr<IInputParameter> binding = InputRecord(kTabbedWindows);
+        SmartPtr<IInputParameter> binding = inputRecord(kTabbedWindows);
         if (!binding) return S_OK;
         int32_t index = -1;
         SmartPtr<IString> name;
@@ -46,15 +46,15 @@ public:
         SmartPtr<ITabCollection> inner;
         if (auto tabs = OBJECTResolve<ITabCollection>(bound.get())) {
             tabs->get_Index(name.get(), &index);
-            tabs->Select(index, 1);
+            tabs->Select(index, kSelectNotify);
             SmartPtr<IUnknown> tab;
             tabs->get_Item(index, tab.put());
             inner = tab.query<ITabCollection>();
         }
-        if (inner) inner->Select(readInteger(kSubTab), 1);
+        if (inner) inner->Select(readInteger(kSubTab), kSelectNotify);
 
-        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(0);
-        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(inner.get())) refreshable->Refresh(0);
+        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(bound.get())) refreshable->Refresh(kRefreshOrdinary);
+        if (auto refreshable = OBJECTResolve<IUIRefreshableObject>(inner.get())) refreshable->Refresh(kRefreshOrdinary);
         return S_OK;
     }
 };

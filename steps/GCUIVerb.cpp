@@ -21,10 +21,7 @@ constexpr int32_t kEditVerb = 3;
 constexpr int32_t kRunVerb = 8;
 constexpr int32_t kStopVerb = 9;
 
-constexpr int32_t kVerbIdentifier = 2;  // IUIVerb property
-constexpr int32_t kActionFlags = 0x43;  // an integer chosen from a list
-constexpr int32_t kEditedObjectFlags = 0x60;
-constexpr int32_t kScalarInteger = 3;  // folder-stream scalar kind
+constexpr int32_t kActionFlags = kChoiceFlags;
 
 // Parameter collections and verb collections are made by components found
 // once and kept for the life of the module.
@@ -74,7 +71,7 @@ public:
     HRESULT Execute(CStopEvent*) {
         if (m_Running) return S_OK;
         m_Running = true;
-        const SmartPtr<IUnknown> target = InputObject(kVerbObject);
+        const SmartPtr<IUnknown> target = inputObject(kVerbObject);
         if (auto verbs = target.query<IUIVerbCollectionSpecify>()) {
             switch (verbs->DoAction(m_Action, nullptr)) {
                 case kRunVerb:
@@ -117,11 +114,11 @@ public:
         *out = nullptr;
         SmartPtr<IParametersCreatable> parameters = BASEObjectCreateParameters();
         if (!parameters) return E_FAIL;
-        const auto target = InputObject(kVerbObject).query<IUIVerbCollectionSpecify>();
+        const auto target = inputObject(kVerbObject).query<IUIVerbCollectionSpecify>();
         SmartPtr<ISuperCollection> choices = CREFString::CreateCollection();
         SmartPtr<IUIVerbCollection> verbs;
         int32_t count = 0;
-        if (target && target->GetVerbs(0, nullptr, verbs.put()) >= 0 && verbs) verbs->get_Count(&count);
+        if (target && SUCCEEDED(target->GetVerbs(0, nullptr, verbs.put())) && verbs) verbs->get_Count(&count);
         bool found = false;
         int32_t last = 0;
         for (int32_t index = 0; index < count; ++index) {
@@ -133,7 +130,7 @@ public:
             verb->get_Name(name.put());
             if (CREFString(name.get()).empty()) name = ISCreate(L"------");  // a separator line
             int32_t identifier = 0;
-            verb->get_Property(kVerbIdentifier, &identifier);
+            verb->get_Property(kVerbIdentifierProperty, &identifier);
             found = found || identifier == m_Action;
             last = identifier;
             if (choices) choices->Add(name.get(), IVCreate(identifier).get(), nullptr, 0);
@@ -148,7 +145,7 @@ public:
     // all-blank text and a collection without "Action" change nothing.
     HRESULT setParameters(INamedCollection* parameters) {
         int32_t index = -1;
-        if (!parameters || parameters->get_Index(ISCreate(L"Action").get(), &index) < 0 || index < 0) return S_OK;
+        if (!parameters || FAILED(parameters->get_Index(ISCreate(L"Action").get(), &index)) || index < 0) return S_OK;
         SmartPtr<IUnknown> entry;
         parameters->get_Item(index, entry.put());
         if (auto number = entry.query<IVariant>()) {
@@ -178,7 +175,7 @@ public:
         loadInputList(folder.get());
         folder->ReadScalar(ISCreate(L"STEPUIVerbRunAction").get(), &m_Action, kScalarInteger);
         SmartPtr<IUnknown> stored;
-        if (folder->ReadObject(ISCreate(L"Parameters").get(), stored.put(), 0) >= 0) {
+        if (SUCCEEDED(folder->ReadObject(ISCreate(L"Parameters").get(), stored.put(), 0))) {
             if (auto parameters = stored.query<IParameters>()) setParameters(parameters.get());
         }
         return S_OK;
@@ -202,9 +199,10 @@ private:
         if (!target.query<IUIPropertyPageSpecify>()) return;
         auto frame = CreateObject<IUIPropertyPageCollection>(L"UIPropertyPageCollection");
         if (!frame) return;  // no frame, nothing to show
-        frame->AddObject(target.get(), kEditedObjectFlags);
+        frame->AddObject(target.get(), kFrameObjectStep);
         if (auto utils = CreateObject<IUIUtils>(L"UIUtils")) {
-            utils->ShowPopup(nullptr, frame.get(), 3, frame.get(), nullptr, 4, -1);
+            utils->ShowPopup(nullptr, frame.get(), kPopupKind, frame.get(), nullptr, kPopupVerbEditorPlacement,
+                             kPopupVerbEditorOptions);
         }
     }
 

@@ -57,8 +57,7 @@ public:
                           T::kTables.pagesNameTheStep ? IObjectInfoImpl<T>::m_ObjectName.text : nullptr, pages);
     }
 
-    // A step whose work is not built yet says so.
-    HRESULT Execute(CStopEvent* /*stop*/) { return E_NOTIMPL; }
+    // No Execute here: each step class writes its own (callExecute checks).
 
     // Who answers IInputParameters for the step.
     IUnknown* queryDelegate() const { return this->inputList(); }
@@ -82,7 +81,7 @@ protected:
     // cannot be read.
     SmartPtr<IVariant> readVariant(int32_t index) {
         SmartPtr<IVariant> value;
-        if (this->m_Parameters.get_ItemVariant(index, value.put()) < 0) value = nullptr;
+        if (FAILED(this->m_Parameters.get_ItemVariant(index, value.put()))) value = nullptr;
         return value;
     }
     // The string the parameter holds, or null when it holds a number, an
@@ -90,14 +89,14 @@ protected:
     SmartPtr<IString> readString(int32_t index) {
         SmartPtr<IVariant> value;
         SmartPtr<IString> string;
-        if (this->m_Parameters.get_ItemVariant(index, value.put()) >= 0 && value && value->IsString()) {
+        if (SUCCEEDED(this->m_Parameters.get_ItemVariant(index, value.put())) && value && value->IsString()) {
             value->get_String(string.put());
         }
         return string;
     }
     // The parameter's stored value object as get_Item gives it: the string
     // or object it holds, else the variant itself.
-    SmartPtr<IUnknown> StoredValue(int32_t index) {
+    SmartPtr<IUnknown> storedValue(int32_t index) {
         SmartPtr<IUnknown> value;
         this->m_Parameters.get_Item(index, value.put());
         return value;
@@ -112,15 +111,15 @@ protected:
     // The object bound to an input, resolved to the wanted interface
     // directly, through a moniker or through a host window.
     template <class I>
-    SmartPtr<I> ResolvedInput(int32_t index) {
-        return OBJECTResolve<I>(this->InputObject(index).get());
+    SmartPtr<I> resolvedInput(int32_t index) {
+        return OBJECTResolve<I>(this->inputObject(index).get());
     }
 
     // The step's identity (its IUnknown), without a reference: what it
     // registers as the sink of a window's events.
-    IUnknown* Identity() { return IUnknownImpl<T>::primary(static_cast<T*>(this)); }
-    HRESULT AdviseEvents(IUnknown* source, int32_t kind) { return OBJECTAdvise(source, Identity(), kind); }
+    IUnknown* identity() { return IUnknownImpl<T>::primary(static_cast<T*>(this)); }
+    HRESULT adviseEvents(IUnknown* source, int32_t kind) { return OBJECTAdvise(source, identity(), kind); }
 
     // Holds the step's collection lock for a scope.
-    CollectionLockHolder LockCollection() { return CollectionLockHolder(static_cast<IParameters*>(this)); }
+    CollectionLockHolder lockCollection() { return CollectionLockHolder(static_cast<IParameters*>(this)); }
 };

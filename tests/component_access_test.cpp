@@ -193,15 +193,23 @@ TEST_F(ComponentAccess, SmartPointersCompareObjectsAndAskForOptionalInterfaces) 
     SmartPtr<IParameters> asParameters = step.query<IParameters>();
     ASSERT_TRUE(asStep && asParameters);
     ASSERT_NE(static_cast<void*>(asStep.get()), static_cast<void*>(asParameters.get())) << "two interface pointers";
-    EXPECT_TRUE(asStep == asParameters);
-    EXPECT_TRUE(step == asStep);
-    EXPECT_FALSE(asStep != asParameters);
+    EXPECT_TRUE(isSameObject(asStep, asParameters));
+    EXPECT_TRUE(isSameObject(step, asStep));
+    // == compares the pointers and asks the object nothing: the step's
+    // IStep face seen as an IUnknown is the same object, not the same pointer.
+    const SmartPtr<IUnknown> stepFace(asStep.get());
+    ASSERT_NE(static_cast<void*>(stepFace.get()), static_cast<void*>(step.get()));
+    EXPECT_FALSE(stepFace == step);
+    EXPECT_TRUE(stepFace != step);
+    EXPECT_TRUE(stepFace == SmartPtr<IUnknown>(asStep.get()));
 
     SmartPtr<IStep> other = createStep<IStep>(L"GCUIRefresh");
     SmartPtr<IStep> none;
     EXPECT_TRUE(asStep != other);
+    EXPECT_FALSE(isSameObject(asStep, other));
     EXPECT_TRUE(asStep != none);
-    EXPECT_TRUE(none == SmartPtr<IParameters>());
+    EXPECT_FALSE(isSameObject(asStep, none));
+    EXPECT_TRUE(isSameObject(none, SmartPtr<IParameters>()));
     EXPECT_TRUE(none == nullptr);
     EXPECT_TRUE(asStep != nullptr);
 
@@ -213,7 +221,7 @@ TEST_F(ComponentAccess, SmartPointersCompareObjectsAndAskForOptionalInterfaces) 
     EXPECT_FALSE(parametric);
     SmartPtr<IParameters> filled;
     EXPECT_EQ(asStep.query_to(filled.put()), S_OK);
-    EXPECT_TRUE(filled == step);
+    EXPECT_TRUE(isSameObject(filled, step));
     EXPECT_EQ(none.query_to(filled.put()), E_NOINTERFACE);
     EXPECT_FALSE(filled);
     EXPECT_EQ(step.query_to<IStep>(nullptr), E_POINTER);

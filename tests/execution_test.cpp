@@ -85,14 +85,14 @@ public:
             std::lock_guard<std::mutex> lock(gScript.mutex);
             ++gScript.executions;
             gScript.context = context;
-            gScript.stopSetAtStart = stop->IsSet();
+            gScript.stopSetAtStart = stop->isSet();
             turnOff = gScript.turnOffInside;
             gScript.changed.notify_all();
         }
         if (turnOff) TurnOff();
         std::unique_lock<std::mutex> lock(gScript.mutex);
-        while (!gScript.finish && !stop->IsSet()) gScript.changed.wait_for(lock, 1ms);
-        gScript.sawStop = stop->IsSet();
+        while (!gScript.finish && !stop->isSet()) gScript.changed.wait_for(lock, 1ms);
+        gScript.sawStop = stop->isSet();
         return gScript.result;
     }
     void FinalRelease() override {
@@ -149,7 +149,7 @@ TEST(ExecutionTime, MillisecondsFromSecondsAndMicroseconds) {
         {{7, 250}, {7, 250}, 0.0},      {{100, 0}, {99, 999000}, -1.0},  // a clock that went back
     };
     for (const Case& c : cases) {
-        EXPECT_NEAR(CTimer::MillisecondsBetween(c.start, c.end), c.milliseconds, 1e-9)
+        EXPECT_NEAR(CTimer::millisecondsBetween(c.start, c.end), c.milliseconds, 1e-9)
             << c.start.tv_sec << "." << c.start.tv_usec << " to " << c.end.tv_sec << "." << c.end.tv_usec;
     }
 }

@@ -69,7 +69,7 @@ public:
 
     HRESULT Execute(CStopEvent* stop) {
         gSlowStepEnded = false;
-        while (!stop->IsSet()) std::this_thread::sleep_for(100us);
+        while (!stop->isSet()) std::this_thread::sleep_for(100us);
         std::this_thread::sleep_for(20ms);
         gSlowStepEnded = true;
         return S_OK;

@@ -90,7 +90,7 @@ public:
     static constexpr StepTables kTables{{}, kParameters, {}};
     using Interfaces = StepInterfaces<>;
     using Base = TestStep<CToolkitStep, IParameters, IStepImplSynchronous>;
-    using Base::LockCollection;
+    using Base::lockCollection;
     using Base::readDouble;
     using Base::readInteger;
     using Base::readText;
@@ -157,7 +157,7 @@ TEST_F(Toolkit, TheScopedLockHoldsTheCollectionLockUntilItsScopeEnds) {
     SmartPtr<ToolkitStep> step = make<ToolkitStep>();
     ASSERT_TRUE(step);
     {
-        auto lock = step->LockCollection();
+        auto lock = step->lockCollection();
         EXPECT_EQ(step->IsCollectionLocked(), 1);
     }
     EXPECT_EQ(step->IsCollectionLocked(), 0);
@@ -191,7 +191,7 @@ TEST(StepWorkerWait, AnAnswerOrAStopEndsTheWaitAtOnce) {
 
     answered = 0;
     CStopEvent stop;
-    stop.Set();
+    stop.set();
     const auto stoppedAt = std::chrono::steady_clock::now();
     EXPECT_FALSE(waitFor(&stop, 20000)) << "a stop ends the wait without an answer";
     EXPECT_LT(std::chrono::steady_clock::now() - stoppedAt, 5s);
