@@ -10,6 +10,8 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <iterator>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -361,31 +363,45 @@ constexpr int32_t kRaceCheckerStride = 1;
 #endif
 
 // One failure alone at each lookup a step's whole life makes, one after the
-// other: every failure path of every step, each in a run of its own.
-TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
+// other: every failure path of every step, each in a run of its own. The
+// classes are walked in two halves for each kind of failure, four tests that
+// a parallel run spreads over the cores.
+struct LookupWalk {
+    Hostile kind;
+    size_t firstClass;
+    size_t endClass;
+};
+
+void PrintTo(const LookupWalk& walk, std::ostream* out) {
+    *out << "classes " << walk.firstClass << " to " << walk.endClass - 1;
+}
+
+class HostileLookups : public HostileHost, public testing::WithParamInterface<LookupWalk> {};
+
+TEST_P(HostileLookups, EachFailingAloneInTurn) {
+    const LookupWalk walk = GetParam();
     restartModule();
     const int32_t live = host::Ledger::live();
-    for (Hostile kind : {Hostile::FailFactories, Hostile::NullOut}) {
-        for (const wchar_t* className : kRegisteredNames) {
+    for (size_t index = walk.firstClass; index < walk.endClass; ++index) {
+        const wchar_t* className = kRegisteredNames[index];
+        restartModule();
+        const int64_t lookups = everyOperation(className, Mode{"counting", walk.kind, {INT_MAX, 0}});
+        EXPECT_GT(lookups, 0);
+        // Under the memory checker (FLUKO_STRESS_DIVISOR), in an emulated
+        // build and under the race checker (which looks for races, not
+        // failure paths: the other builds walk every one), every n-th
+        // lookup only.
+        const char* divisor = std::getenv("FLUKO_STRESS_DIVISOR");
+        const int32_t stride =
+            (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * kRaceCheckerStride * (divisor ? std::max(1, std::atoi(divisor)) : 1);
+        for (int32_t at = 0; at < lookups; at += stride) {
+            SCOPED_TRACE(host::narrow(className) + " lookup " + std::to_string(at));
             restartModule();
-            const int64_t lookups = everyOperation(className, Mode{"counting", kind, {INT_MAX, 0}});
-            EXPECT_GT(lookups, 0);
-            // Under the memory checker (FLUKO_STRESS_DIVISOR), in an emulated
-            // build and under the race checker (which looks for races, not
-            // failure paths: the other builds walk every one), every n-th
-            // lookup only.
-            const char* divisor = std::getenv("FLUKO_STRESS_DIVISOR");
-            const int32_t stride = (sizeof(FLUKO_EMULATOR) > 1 ? 5 : 1) * kRaceCheckerStride *
-                                   (divisor ? std::max(1, std::atoi(divisor)) : 1);
-            for (int32_t at = 0; at < lookups; at += stride) {
-                SCOPED_TRACE(host::narrow(className) + " lookup " + std::to_string(at));
-                restartModule();
-                everyOperation(className, Mode{"one", kind, {at, 0}});
-                // The operator finishes with this run's windows before the
-                // next run's script is set.
-                waitForTheOperator();
-                if (HasFailure()) return;
-            }
+            everyOperation(className, Mode{"one", walk.kind, {at, 0}});
+            // The operator finishes with this run's windows before the
+            // next run's script is set.
+            waitForTheOperator();
+            if (HasFailure()) return;
         }
     }
     // Steps let go during their last runs end with them.
@@ -393,6 +409,17 @@ TEST_F(HostileHost, EachLookupFailingAloneInTurn) {
     restartModule();
     EXPECT_TRUE(settlesAt(live)) << host::Ledger::report();
 }
+
+constexpr size_t kClasses = std::size(kRegisteredNames);
+INSTANTIATE_TEST_SUITE_P(Walks, HostileLookups,
+                         testing::Values(LookupWalk{Hostile::FailFactories, 0, kClasses / 2},
+                                         LookupWalk{Hostile::FailFactories, kClasses / 2, kClasses},
+                                         LookupWalk{Hostile::NullOut, 0, kClasses / 2},
+                                         LookupWalk{Hostile::NullOut, kClasses / 2, kClasses}),
+                         [](const testing::TestParamInfo<LookupWalk>& info) {
+                             return std::string(info.param.kind == Hostile::NullOut ? "Empty" : "Failing") +
+                                    (info.param.firstClass == 0 ? "FirstHalf" : "SecondHalf");
+                         });
 
 // The program of every step, with its objects, built, run, saved and
 // reloaded in both stream kinds under each mode, the operator answering at
