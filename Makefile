@@ -77,7 +77,8 @@ valgrind: build-native
 	    --leak-check=full --suppressions=../../cmake/valgrind.supp ./tests/flukokzad_tests
 
 # libFuzzer targets (fuzz/, clang): each runs FUZZ_SECONDS from its seeds in
-# fuzz/corpus/<target> into a work corpus under build/fuzz/corpus/.
+# fuzz/corpus/<target> into a work corpus under build/fuzz/corpus/, one target
+# per core at a time (FUZZ_JOBS).
 FUZZ_SECONDS ?= 600
 FUZZ_TARGETS ?= text persist filenames propwrite program
 

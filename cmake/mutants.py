@@ -7,6 +7,13 @@ the suite until its first failure and records whether the mutant was killed.
 A mutant that does not compile is drawn again and not counted.
 
     cmake/mutants.py --count 150 --seed 1 [--build build/mutants] [--out build/mutants.txt]
+    cmake/mutants.py --count 150 --seed 1 --again OLD.txt --base REV
+
+With --again, a sample taken at REV is taken again after changes to the
+tests alone: the same seed draws the same mutants, a mutant killed before by
+a test whose file (and the support headers it includes) is unchanged since
+REV keeps its verdict, and every other mutant (survivors, crashes, time-outs,
+kills by changed or removed tests) is built and run again.
 
 Operators: a comparison flipped, && and || swapped, a success code made a
 failure, true and false swapped, an off-by-one (a bound or a number), a
@@ -170,6 +177,58 @@ def run_suite(build_dir, shards, timeout):
     return killed, why
 
 
+def test_files_changed(base):
+    """The test files changed since base, a support header counting as a
+    change of every file that includes it."""
+    def git(*arguments):
+        return subprocess.run(["git"] + list(arguments), cwd=ROOT, stdout=subprocess.PIPE, text=True,
+                              check=True).stdout
+    if git("diff", "--name-only", base, "--", *FOLDERS).strip():
+        sys.exit("the module's sources changed since %s: take the sample anew" % base)
+    changed = set(git("diff", "--name-only", base, "--", "tests").split())
+    headers = [path for path in changed if path.startswith("tests/support/")]
+    for path in git("ls-files", "tests").split():
+        if path.endswith(".cpp") and any('"support/%s"' % os.path.basename(h) in open(os.path.join(ROOT, path)).read()
+                                         for h in headers):
+            changed.add(path)
+    return changed
+
+
+def defining_file(test):
+    """The test file that defines a test gtest names "Suite.Name", also in
+    its typed ("Suite/Type.Name") and parameterised ("Prefix/Suite.Name/0")
+    forms, or None."""
+    if "." not in test:
+        return None
+    left, right = test.split(".", 1)
+    suites = [part for part in left.split("/") if re.match(r"^\w+$", part)]
+    name = right.split("/")[0]
+    if not suites or not re.match(r"^\w+$", name):
+        return None
+    pattern = re.compile(r"\b(?:%s)\s*,\s*%s\s*\)" % ("|".join(suites), name))
+    for folder, _, names in os.walk(os.path.join(ROOT, "tests")):
+        for file_name in names:
+            path = os.path.join(folder, file_name)
+            if file_name.endswith(".cpp") and pattern.search(open(path, encoding="utf-8").read()):
+                return os.path.relpath(path, ROOT)
+    return None
+
+
+def earlier_verdicts(record, changed):
+    """From an earlier record: change description -> its line, for the kills
+    that stand (killed by a test defined in an unchanged file)."""
+    kept = {}
+    for line in open(record, encoding="utf-8"):
+        found = re.match(r"killed\s+(\S+)\s+(.*)  by (\S+)  \(\d+ s\)$", line.rstrip("\n"))
+        if not found:
+            continue
+        where, change, test = found.groups()
+        path = defining_file(test.rstrip(","))
+        if path and path not in changed:
+            kept[(where, change)] = line.rstrip("\n")
+    return kept
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--count", type=int, default=150, help="mutants to run (default 150)")
@@ -178,6 +237,8 @@ def main():
     parser.add_argument("--out", default=os.path.join(ROOT, "build", "mutants.txt"), help="the record")
     parser.add_argument("--shards", type=int, default=2, help="test processes at once (default 2)")
     parser.add_argument("--files", nargs="*", help="only these sources (paths from the project root)")
+    parser.add_argument("--again", help="an earlier record of the same seed and count, taken at --base")
+    parser.add_argument("--base", help="with --again: the commit the earlier record was taken at")
     args = parser.parse_args()
 
     files = args.files or sorted(
@@ -200,6 +261,12 @@ def main():
     if killed:
         sys.exit("the unmutated suite fails (%s); fix that first" % why)
     timeout = int(baseline * 3 + 60)
+
+    kept = {}
+    if args.again:
+        if not args.base:
+            sys.exit("--again needs --base, the commit the earlier sample was taken at")
+        kept = earlier_verdicts(args.again, test_files_changed(args.base))
 
     rng = random.Random(args.seed)
     sites = mutation_sites(files)
@@ -226,6 +293,14 @@ def main():
         if mutated == lines[index]:
             continue
         lines[index] = mutated
+        before = kept.get(("%s:%d" % (path, index + 1), change))
+        if before:
+            counted += 1
+            killed_count += 1
+            record.write(before + "  (as at %s)\n" % args.base[:12])
+            record.flush()
+            print("[%d/%d] %s  (as at %s)" % (counted, args.count, before, args.base[:12]), flush=True)
+            continue
         try:
             with open(full, "w", encoding="utf-8") as f:
                 f.write("\n".join(lines))

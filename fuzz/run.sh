@@ -13,7 +13,9 @@ targets=${*:-"text persist filenames propwrite program"}
 bin=build/fuzz/fuzz
 failed=0
 
-for target in $targets; do
+# One target's run: its summary line to the log, a finding as a failure.
+fuzz_one() {
+    target=$1
     work=build/fuzz/corpus/$target
     artifacts=build/fuzz/artifacts/$target
     log=build/fuzz/logs/$target.log
@@ -27,7 +29,6 @@ for target in $targets; do
         status=ok
     else
         status=FINDING
-        failed=1
     fi
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
     cov=$(grep -o 'cov: [0-9]*' "$log" | tail -n 1 | sed 's/cov: //')
@@ -36,6 +37,23 @@ for target in $targets; do
     if [ "$status" != ok ]; then
         grep -E "^(==[0-9]+==ERROR|SUMMARY|fuzz:)|runtime error" "$log" | head -n 5 >&2 || true
         echo "input and log: $artifacts/ $log" >&2
+        return 1
+    fi
+}
+
+# FUZZ_JOBS targets at a time (one per core by default); each runs on one core.
+jobs=${FUZZ_JOBS:-$(nproc)}
+running=0
+pids=""
+for target in $targets; do
+    fuzz_one "$target" &
+    pids="$pids $!"
+    running=$((running + 1))
+    if [ "$running" -ge "$jobs" ]; then
+        for pid in $pids; do wait "$pid" || failed=1; done
+        pids=""
+        running=0
     fi
 done
+for pid in $pids; do wait "$pid" || failed=1; done
 exit $failed
