@@ -82,10 +82,12 @@ TEST_F(Collection, LooksUpByNameNumberObjectAndDescriptor) {
     SmartPtr<IUnknown> descriptor = host::make<host::SuperCollection>();
     step->Add(makeString(L"Object").get(), object.get(), nullptr, 7);
     step->Add(makeString(L"Choice").get(), makeVariant(0).get(), descriptor.get(), 0x43);
+    addInteger(step.get(), L"Zz", 5);
 
     HRESULT result = S_OK;
     EXPECT_EQ(indexOf(step.get(), makeString(L"Wait").get()), 0) << "the first of two";
     EXPECT_EQ(indexOf(step.get(), makeString(L"WAIT").get()), 0) << "A to Z fold";
+    EXPECT_EQ(indexOf(step.get(), makeString(L"zZ").get()), 5) << "Z folds on either side";
     EXPECT_EQ(indexOf(step.get(), makeVariant(std::wstring(L"wait")).get()), 0) << "a variant holding a name";
     EXPECT_EQ(indexOf(step.get(), makeString(L"\u00e9tat").get(), &result), -1) << "only ASCII folds";
     EXPECT_EQ(result, E_FAIL);
