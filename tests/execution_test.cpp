@@ -37,6 +37,8 @@ struct Script {
     bool turnOffInside = false;  // Execute turns its own step off
     bool stopSetAtStart = false;
     bool sawStop = false;
+    bool here = false;        // TurnOn runs Execute on the caller's thread
+    bool ignoreStop = false;  // the asynchronous Execute goes on when stopped
     void* context = reinterpret_cast<void*>(0x1);
     HRESULT result = S_OK;
     std::chrono::milliseconds duration{0};
@@ -44,7 +46,7 @@ struct Script {
     void reset() {
         std::lock_guard<std::mutex> lock(mutex);
         executions = finalReleases = 0;
-        finish = turnOffInside = stopSetAtStart = sawStop = false;
+        finish = turnOffInside = stopSetAtStart = sawStop = here = ignoreStop = false;
         context = reinterpret_cast<void*>(0x1);
         result = S_OK;
         duration = 0ms;
@@ -78,12 +80,17 @@ public:
     static constexpr wchar_t kRegisteredName[] = L"TestAsyncStep";
     using Interfaces = StepInterfaces<>;
 
+    HRESULT TurnOn() override {
+        return gScript.with([] { return gScript.here; }) ? runHere() : startWorker();
+    }
+
     HRESULT Execute(CStopEvent* context) {
         CStopEvent* stop = context;
         bool turnOff = false;
         {
             std::lock_guard<std::mutex> lock(gScript.mutex);
             ++gScript.executions;
+            if (!stop) return gScript.result;  // run here
             gScript.context = context;
             gScript.stopSetAtStart = stop->isSet();
             turnOff = gScript.turnOffInside;
@@ -91,7 +98,7 @@ public:
         }
         if (turnOff) TurnOff();
         std::unique_lock<std::mutex> lock(gScript.mutex);
-        while (!gScript.finish && !stop->isSet()) gScript.changed.wait_for(lock, 1ms);
+        while (!gScript.finish && !(stop->isSet() && !gScript.ignoreStop)) gScript.changed.wait_for(lock, 1ms);
         gScript.sawStop = stop->isSet();
         return gScript.result;
     }
@@ -252,6 +259,25 @@ TEST_F(Execution, TurnOffFromSeveralThreadsAndFromInsideTheRun) {
     EXPECT_TRUE(gScript.with([] { return gScript.sawStop; }));
     ASSERT_EQ(step->TurnOn(), S_OK) << "and the step can run again";
     EXPECT_EQ(step->TurnOff(), S_OK);
+}
+
+// A run on the caller's thread waits for the worker's run to end, also for
+// one that a TurnOff on another thread is still stopping.
+TEST_F(Execution, NoRunHereWhileTheWorkersRunIsBeingStopped) {
+    SmartPtr<IStep> step = makeStep<CTestAsyncStep>();
+    gScript.with([] { return gScript.ignoreStop = true; });
+    ASSERT_EQ(step->TurnOn(), S_OK);
+    ASSERT_TRUE(eventually([] { return gScript.with([] { return gScript.executions == 1; }); }));
+    gScript.with([] { return gScript.here = true; });
+    EXPECT_EQ(step->TurnOn(), E_FAIL) << "running on the worker";
+    std::thread stopping([&] { EXPECT_EQ(step->TurnOff(), S_OK); });
+    auto* stop = static_cast<CStopEvent*>(gScript.with([] { return gScript.context; }));
+    ASSERT_TRUE(eventually([&] { return stop->isSet(); }));
+    EXPECT_EQ(step->TurnOn(), E_FAIL) << "still stopping";
+    gScript.with([] { return gScript.finish = true; });
+    stopping.join();
+    EXPECT_EQ(step->TurnOn(), S_OK) << "ended";
+    EXPECT_EQ(gScript.with([] { return gScript.executions; }), 2);
 }
 
 TEST_F(Execution, AFailedThreadCreationLeavesTheStepAbleToRunAgain) {
