@@ -137,22 +137,6 @@ TEST_F(StepObject, InputParametersArePassedToTheHostsInputList) {
     EXPECT_EQ(out, nullptr);
 }
 
-TEST_F(StepObject, ReferenceCountsAndTeardown) {
-    // The first step warms the module's cached string and variant factories,
-    // which stay alive until the module lets its components go.
-    createStep(L"GCUIRefresh");
-    const int32_t liveBefore = host::Ledger::live();
-    SmartPtr<IUnknown> step = createStep(L"GCUIRefresh");
-    ASSERT_TRUE(step);
-    EXPECT_GT(host::Ledger::live(), liveBefore) << "the step holds its input list, names and values";
-
-    IUnknown* raw = step.detach();
-    EXPECT_EQ(raw->AddRef(), 2u);
-    EXPECT_EQ(raw->Release(), 1u);
-    EXPECT_EQ(raw->Release(), 0u);
-    EXPECT_EQ(host::Ledger::live(), liveBefore) << "teardown released the input list";
-}
-
 TEST_F(StepObject, NamesAreTheRegisteredNames) {
     for (const wchar_t* registered : kRegisteredNames) {
         SmartPtr<IObjectInfo> info = createStep<IObjectInfo>(registered);

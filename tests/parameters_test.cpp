@@ -3,11 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <climits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/ClassFactory.h"
@@ -214,35 +211,6 @@ TEST_F(Collection, LockFlagReportsOnlyTheLastCall) {
         parameters->CollectionUnlock();
         EXPECT_EQ(parameters->IsCollectionLocked(), 0) << host::narrow(registered);
     }
-}
-
-TEST_F(Collection, ThePropertyReadLockIsARealMutex) {
-    SmartPtr<IParameters> holder = createStep<IParameters>(L"GCUIPropRead");
-    ASSERT_TRUE(holder);
-    std::atomic<int> stage{0};
-    holder->CollectionLock();
-    std::thread other([&] {
-        stage = 1;
-        holder->CollectionLock();  // blocks until the first thread unlocks
-        stage = 2;
-        holder->CollectionUnlock();
-    });
-    while (stage.load() == 0) std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    EXPECT_EQ(stage.load(), 1) << "the second thread waits";
-    holder->CollectionUnlock();
-    other.join();
-    EXPECT_EQ(stage.load(), 2);
-
-    // On the other classes the collection lock is no mutex at all.
-    SmartPtr<IParameters> free = createStep<IParameters>(L"GCUIPropWrite");
-    free->CollectionLock();
-    std::thread passes([&] {
-        free->CollectionLock();
-        free->CollectionUnlock();
-    });
-    passes.join();
-    free->CollectionUnlock();
 }
 
 TEST_F(Collection, SetUpdatesOrAddsByMode) {

@@ -8,7 +8,6 @@
 #include "host/Inputs.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
-#include "host/Windows.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
 
@@ -138,22 +137,6 @@ TEST_F(ButtonSelectStepTest, AToolbarHostPressesRunsAndReleasesPushButtonsOnly) 
     }
     EXPECT_EQ(bar->commands(), (std::vector<int32_t>{101, 102}));
     for (int32_t i = 0; i < 3; ++i) EXPECT_EQ(bar->button(i)->property(host::kButtonSelected), 1) << "never selected";
-}
-
-TEST_F(ButtonSelectStepTest, TheBindingIsFollowedThroughAMonikerAndAWindow) {
-    SmartPtr<host::ButtonSet> bar = buttonBar(Role::ToolbarHost);
-    SmartPtr<host::HostWindow> window = host::make<host::HostWindow>("Window", unknown(bar.get()));
-    SmartPtr<host::SuperCollection> objects = host::make<host::SuperCollection>();
-    objects->Add(host::makeString(L"Window").get(), static_cast<IHostWindow*>(window.get()), nullptr, 0);
-    ButtonSelectStep select = make(host::make<host::CollectionMoniker>(L"Window").query<IUnknown>().get());
-    select.step.query<IBindableObject>()->Bind(static_cast<INamedCollection*>(objects.get()), nullptr);
-
-    Calls barCalls;
-    for (const std::string& call : run(select, text(L"Stop"), number(1))) {
-        if (call.rfind("Bar.", 0) == 0) barCalls.push_back(call);
-    }
-    EXPECT_EQ(barCalls, (Calls{"Bar.Stop.Press", "Bar.RunCommand(103, 0)", "Bar.Stop.Unpress", "Bar.Refresh(0)"}));
-    EXPECT_EQ(bar->refreshes(), 1);
 }
 
 TEST_F(ButtonSelectStepTest, BadInputWorksNoButtonAndStillSucceeds) {

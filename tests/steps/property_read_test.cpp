@@ -1,15 +1,12 @@
 // The Property read step: one parameter per property of the bound object,
 // named from the string table, typed and flagged by the property's kind;
 // the parametric-object and parameter-collection fallbacks; a run that
-// always starts empty; the collection's lock shared with other threads.
+// always starts empty (the collection shared with other threads is
+// stress_test's).
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <climits>
-#include <thread>
 
-#include "host/Collections.h"
-#include "host/Inputs.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
 #include "support/PropertyObjects.h"
@@ -92,17 +89,6 @@ TEST_F(PropertyReadStepTest, ObjectsWithoutInterrogationAreCopiedByName) {
     }
 }
 
-TEST_F(PropertyReadStepTest, AnObjectBehindAMonikerIsReadLikeTheObject) {
-    SmartPtr<host::PropertyObject> cam = camera();
-    SmartPtr<host::SuperCollection> objects = host::make<host::SuperCollection>();
-    objects->Add(host::makeString(L"Cam").get(), cam.query<IUnknown>().get(), nullptr, 0);
-    SmartPtr<host::CollectionMoniker> moniker = host::make<host::CollectionMoniker>(L"Cam");
-    moniker->BindToCollection(objects.get(), 0);
-    EXPECT_EQ(readObject(moniker.query<IUnknown>().get()),
-              (Lines{"Exposure=20 0x3", "Mode=1 0x43 \"Auto;Manual\"", "Gain=2.5 0x4"}));
-    moniker->BindToCollection(nullptr, 0);
-}
-
 TEST_F(PropertyReadStepTest, EveryRunStartsEmpty) {
     SmartPtr<host::PropertyObject> cam = camera();
     SmartPtr<host::PropertyObject> small = host::make<host::PropertyObject>("Small", L"Camera", Face::kInterrogate);
@@ -155,39 +141,4 @@ TEST_F(PropertyReadStepTest, MissingHostComponentsLeaveParametersUnnamed) {
     components->remove(L"ComponentString");
     SmartPtr<host::PropertyObject> cam = camera();
     EXPECT_EQ(readObject(cam.query<IUnknown>().get()), (Lines{"=20 0x3", "=1 0x43 \"Auto;Manual\"", "=2.5 0x4"}));
-}
-
-// The step's collection lock is a real mutex: a host thread that takes it
-// and reads through the NOLOCK-free public operations sees whole runs.
-TEST_F(PropertyReadStepTest, AnotherThreadReadsTheCollectionWhileRunsReplaceIt) {
-    SmartPtr<host::PropertyObject> cam = camera();
-    read.input->put_Object(cam.query<IUnknown>().get());
-    host::Recorder::setEnabled(false);
-    std::atomic<bool> done{false};
-    std::atomic<int32_t> reads{0};
-    std::thread reader([&] {
-        SmartPtr<IParameters> parameters = read.parameters;
-        while (!done.load()) {
-            int32_t count = 0;
-            parameters->get_Count(&count);
-            EXPECT_TRUE(count >= 0 && count <= 3);
-            for (int32_t i = 0; i < count; ++i) {
-                SmartPtr<IString> name;
-                SmartPtr<IVariant> value;
-                parameters->Iterate(i, name.put(), value.put(), nullptr, nullptr);
-                SmartPtr<IUnknown> item;
-                parameters->get_Item(i, item.put());
-            }
-            parameters->CollectionLock();
-            parameters->IsCollectionLocked();
-            parameters->CollectionUnlock();
-            reads.fetch_add(1);
-        }
-    });
-    for (int run = 0; run < 300; ++run) EXPECT_EQ(read.step->TurnOn(), S_OK);
-    while (reads.load() == 0) std::this_thread::yield();
-    done = true;
-    reader.join();
-    host::Recorder::setEnabled(true);
-    EXPECT_EQ(parameterLines(read.step.get()).size(), 3u);
 }

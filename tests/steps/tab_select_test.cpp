@@ -5,12 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "host/Collections.h"
-#include "host/Inputs.h"
 #include "host/Tabs.h"
 #include "host/UserInterface.h"
 #include "host/Variants.h"
-#include "host/Windows.h"
 #include "support/Bindings.h"
 #include "support/HostTest.h"
 
@@ -119,28 +116,6 @@ TEST_F(TabSelectStepTest, SubTabSelectsInsideTheTabInFrontAsItIs) {
         ASSERT_EQ(calls.size(), 6u) << c.call;
         EXPECT_EQ(calls[3], c.call);
         EXPECT_EQ(calls[5], "Main.Results.Refresh(0)") << "refreshed also when the selection was refused";
-    }
-}
-
-TEST_F(TabSelectStepTest, TheWindowIsFoundThroughAMonikerOrTheHostWindowShowingIt) {
-    SmartPtr<host::TabCollection> tabs = mainWindow();
-    SmartPtr<host::SuperCollection> program = host::make<host::SuperCollection>();
-    program->Add(host::makeString(L"Main").get(), static_cast<ITabCollection*>(tabs.get()), nullptr, 0);
-    SmartPtr<host::CollectionMoniker> moniker = host::make<host::CollectionMoniker>(L"Main");
-    moniker->BindToCollection(program.get(), 0);
-    SmartPtr<host::HostWindow> window = host::make<host::HostWindow>("Frame", static_cast<ITabCollection*>(tabs.get()));
-
-    const SmartPtr<IUnknown> bindings[] = {moniker.query<IUnknown>(), window.query<IUnknown>()};
-    for (const SmartPtr<IUnknown>& bound : bindings) {
-        DrivenStep select = make();
-        tabs->bringToFront(0);
-        bind(select, bound.get(), L"Log", 0);
-        host::Recorder::clear();
-        EXPECT_EQ(select.step->TurnOn(), S_OK);
-        EXPECT_EQ(tabs->selectedName(), L"Log");
-        const Calls calls = takeCallsOn({"Main"});
-        ASSERT_FALSE(calls.empty());
-        EXPECT_EQ(calls.back(), "Main.Refresh(0)") << "the window refreshed through the same binding";
     }
 }
 
