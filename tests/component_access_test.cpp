@@ -37,11 +37,6 @@ namespace {
 constexpr char kMessagePrefix[] = "Module not available ./_binlinux/";
 constexpr char kCollectionsExPath[] = "./_binlinux/CollectionsEx.so";
 
-uint32_t referencesOf(IUnknown* object) {
-    object->AddRef();
-    return object->Release();
-}
-
 size_t countOf(const std::vector<std::string>& calls, const std::string& call) {
     return static_cast<size_t>(std::count(calls.begin(), calls.end(), call));
 }

@@ -20,11 +20,6 @@ std::wstring nameOf(IUnknown* object) {
     return std::wstring(name.text, static_cast<size_t>(name.count));
 }
 
-uint32_t referencesOf(IUnknown* object) {
-    object->AddRef();
-    return object->Release();
-}
-
 }  // namespace
 
 TEST_F(ModuleEntry, RegistryHoldsTheFourteenClassesInLookupOrder) {

@@ -43,11 +43,6 @@ const Face kNeverAnswered[] = {FACE(INamedCollection), FACE(ISimpleCollection), 
                                FACE(IInputParameter)};
 #undef FACE
 
-uint32_t referencesOf(IUnknown* object) {
-    object->AddRef();
-    return object->Release();
-}
-
 SmartPtr<IUnknown> identityOf(IUnknown* face) {
     SmartPtr<IUnknown> identity;
     face->QueryInterface(IID_IUnknown, identity.put_void());

@@ -108,7 +108,7 @@ SmartPtr<T> make() {
     return SmartPtr<T>(static_cast<T*>(static_cast<CObject<T>*>(object.get())));
 }
 
-std::wstring textOf(IString* string) {
+std::wstring textOrNone(IString* string) {
     const wchar_t* characters = nullptr;
     int32_t length = 0;
     if (!string || string->get_Text(&characters, &length) < 0 || !characters) return L"<none>";
@@ -123,16 +123,16 @@ TEST_F(Toolkit, TypedReadsGiveTheDefaultForWhatCannotBeReadAndWritesReplaceTheVa
     EXPECT_EQ(step->readInteger(-1, -4), -4);
     EXPECT_DOUBLE_EQ(step->readDouble(0), 7.0);
     EXPECT_DOUBLE_EQ(step->readDouble(9, 2.5), 2.5);
-    EXPECT_EQ(textOf(step->readText(1).get()), L"abc");
-    EXPECT_EQ(textOf(step->readText(0).get()), L"7") << "a number's text";
-    EXPECT_EQ(textOf(step->readText(9, L"none").get()), L"none");
+    EXPECT_EQ(textOrNone(step->readText(1).get()), L"abc");
+    EXPECT_EQ(textOrNone(step->readText(0).get()), L"7") << "a number's text";
+    EXPECT_EQ(textOrNone(step->readText(9, L"none").get()), L"none");
 
     EXPECT_EQ(step->writeInteger(2, 42), S_OK);
     EXPECT_EQ(step->readInteger(2), 42);
     EXPECT_EQ(step->writeDouble(2, 0.25), S_OK);
     EXPECT_DOUBLE_EQ(step->readDouble(2), 0.25);
     EXPECT_EQ(step->writeText(1, L"written"), S_OK);
-    EXPECT_EQ(textOf(step->readText(1).get()), L"written");
+    EXPECT_EQ(textOrNone(step->readText(1).get()), L"written");
     EXPECT_EQ(step->writeInteger(3, 1), E_INVALIDARG) << "no parameter there: nothing written";
 
     // An object is held by a new variant and handed out unwrapped; a variant

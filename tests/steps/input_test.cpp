@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-enum { kCaption, kType, kExtIfFile, kInput, kTimeOut, kWait, kReturnCode };
+enum { kCaption, kType, kExtIfFile, kInput, kInputTimeOut, kInputWait, kReturnCode };
 
 std::wstring textOfVariant(IVariant* value) {
     SmartPtr<IString> text = value ? ISCreate(value) : nullptr;
@@ -76,7 +76,7 @@ protected:
         DrivenStep step = driven(createStep<IStep>(L"GCUIInput"), L"");
         step.set(kType, host::makeVariant(type).get());
         step.set(kInput, host::makeString(input).get());
-        step.set(kWait, host::makeVariant(wait).get());
+        step.set(kInputWait, host::makeVariant(wait).get());
         return step;
     }
 

@@ -18,6 +18,12 @@
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
 
+// The object's reference count, as an AddRef and a Release tell it.
+inline uint32_t referencesOf(IUnknown* object) {
+    object->AddRef();
+    return object->Release();
+}
+
 inline tagREFString refText(const wchar_t* text) { return {static_cast<int32_t>(std::wcslen(text)), text}; }
 
 // The calls recorded since the last take on the objects with these labels
