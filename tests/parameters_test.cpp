@@ -40,6 +40,30 @@ SmartPtr<T> makeCollection() {
     return SmartPtr<T>(static_cast<T*>(static_cast<CObject<T>*>(object.get())));
 }
 
+// A host's variant that says it holds a string and gives none.
+class StringlessVariant final : public host::Object<StringlessVariant, IVariant> {
+public:
+    static constexpr char kLedgerName[] = "StringlessVariant";
+    using Answered = host::Answers<IVariant>;
+    int32_t get_Type() override { return 0; }
+    double get_Double() override { return 0.0; }
+    int32_t get_Long() override { return 0; }
+    HRESULT put_Long(int32_t) override { return S_OK; }
+    HRESULT put_Double(double) override { return S_OK; }
+    int32_t IsObject() override { return 0; }
+    HRESULT get_Object(IUnknown** out) override {
+        *out = nullptr;
+        return E_FAIL;
+    }
+    HRESULT put_Value(IUnknown*) override { return S_OK; }
+    int32_t IsString() override { return 1; }
+    HRESULT get_String(IString** out) override {
+        *out = nullptr;
+        return S_OK;
+    }
+    HRESULT put_String(IString*) override { return S_OK; }
+};
+
 int32_t integerAt(IParameters* parameters, int32_t index) {
     SmartPtr<IVariant> value;
     if (parameters->get_ItemVariant(index, value.put()) < 0 || !value) return INT32_MIN;
@@ -391,6 +415,12 @@ TEST_F(Collection, BadIndexesAndPointersGetTheirCodes) {
     EXPECT_FALSE(descriptor);
     EXPECT_EQ(step->Rename(1, makeString(L"Renamed").get()), S_OK);
     EXPECT_EQ(nameAt(step.get(), 1), L"Renamed");
+
+    // A value whose variant gives nothing is no item.
+    ASSERT_EQ(step->Add(makeString(L"Lying").get(), host::make<StringlessVariant>().get(), nullptr, 6), S_OK);
+    SmartPtr<IUnknown> item;
+    EXPECT_EQ(step->get_Item(2, item.put()), E_FAIL);
+    EXPECT_FALSE(item);
 }
 
 TEST_F(Collection, WithoutAVariantFactoryNothingIsStored) {
