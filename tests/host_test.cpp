@@ -14,6 +14,12 @@ using host::makeString;
 using host::makeVariant;
 using host::textOf;
 
+TEST_F(StandInHost, StringsTakeAnEmptyTextWithoutCharacters) {
+    SmartPtr<IString> string = makeString(L"abc");
+    EXPECT_EQ(string->put_Text(0, nullptr), S_OK);
+    EXPECT_EQ(textOf(string.get()), L"");
+}
+
 // What the module relies on of a host's variants beyond what its own tests
 // show: a real read as an integer is cut toward zero and clamped (NaN is 0),
 // a string's number is read, and a copy shares no string with its source.
@@ -32,6 +38,9 @@ TEST_F(StandInHost, VariantsReadNumbersAndCopyWithoutSharing) {
         EXPECT_EQ(variant->get_Type(), 2);
         EXPECT_EQ(variant->get_Long(), real.integer) << real.value;
     }
+    SmartPtr<IString> none;
+    EXPECT_LT(variant->get_String(none.put()), 0) << "a number is no string";
+    EXPECT_FALSE(none);
     variant->put_String(makeString(L"41").get());
     EXPECT_EQ(variant->get_Type(), 0);
     EXPECT_EQ(variant->get_Long(), 41);
@@ -60,6 +69,30 @@ TEST_F(StandInHost, VariantsReadNumbersAndCopyWithoutSharing) {
     EXPECT_FALSE(got);
 }
 
+// The host's collection as steps find their objects in it: by name, exactly,
+// by a variant's string or number, and entries added without a name.
+TEST_F(StandInHost, CollectionsFindItemsByNameOrNumber) {
+    SmartPtr<host::SuperCollection> collection = host::make<host::SuperCollection>();
+    collection->Add(makeString(L"first").get(), makeVariant(1).get(), nullptr, 0);
+    collection->Add(makeString(L"second").get(), makeVariant(2).get(), nullptr, 0);
+    collection->Add(nullptr, makeVariant(3).get(), nullptr, 0);
+    const struct {
+        SmartPtr<IUnknown> key;
+        int32_t index;
+    } cases[] = {{SmartPtr<IUnknown>(makeString(L"second").get()), 1},
+                 {SmartPtr<IUnknown>(makeString(L"SECOND").get()), -1},
+                 {SmartPtr<IUnknown>(makeVariant(2).get()), 2},
+                 {SmartPtr<IUnknown>(makeVariant(3).get()), -1},
+                 {SmartPtr<IUnknown>(makeVariant(std::wstring(L"first")).get()), 0}};
+    for (const auto& c : cases) {
+        int32_t index = 99;
+        EXPECT_EQ(collection->get_Index(c.key.get(), &index) >= 0, c.index >= 0) << &c - cases;
+        EXPECT_EQ(index, c.index) << &c - cases;
+    }
+    SmartPtr<IString> name;
+    EXPECT_LT(collection->get_ItemName(2, name.put()), 0) << "an entry added without a name";
+}
+
 // Components the module asks for by name (its own tests ask for classes):
 // an object is handed out as it is, and listed among the classes.
 TEST_F(StandInHost, ComponentsAreObjectsOrClasses) {
@@ -79,6 +112,9 @@ TEST_F(StandInHost, ComponentsAreObjectsOrClasses) {
     EXPECT_TRUE(got.query<IComponentString>()) << "a class component is its component path";
     EXPECT_LT(components->get_Index(makeString(L"Missing").get(), &index), 0);
     EXPECT_EQ(index, -1);
+    SmartPtr<IComponentString> path = host::make<host::ComponentString>(L"Collections", L"Unknown");
+    EXPECT_EQ(path->CreateInstance(&IID_IUnknown, got.put_void()), E_FAIL) << "a path to no class makes nothing";
+    EXPECT_FALSE(got);
 }
 
 TEST_F(StandInHost, LedgerCountsLiveObjectsAndRecorderKeepsCalls) {
