@@ -1,11 +1,15 @@
-// The simulated host's objects as program files declare them: what each kind
-// holds beyond what the example programs show when stephost runs them, and
-// bad declarations refused with their line.
+// The simulated host's objects as program files declare them: what the
+// example runs of stephost do not show, the tab and setting rules steps rely
+// on, and bad declarations refused with their line.
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "host/Activation.h"
+#include "host/Buttons.h"
+#include "host/FolderStream.h"
 #include "host/Properties.h"
+#include "host/Tabs.h"
 #include "host/Variants.h"
 #include "host/Verbs.h"
 #include "stephost/ProgramObjects.h"
@@ -83,6 +87,29 @@ TEST_F(ProgramObjects, BadDeclarationsAreRefusedWithTheirLine) {
     }
 }
 
+// What the example runs do not tell apart: a toolbar host's buttons are
+// pressed alike whether or not they were declared its items, and a panel's
+// activation is the same whether it was declared active or not.
+TEST_F(ProgramObjects, ToolbarItemsAndActivePanelsAreDeclared) {
+    std::string error;
+    SmartPtr<IUnknown> made = declare(
+        "<buttons name=\"Bar\" as=\"toolbarhost\">\n<button name=\"Go\" item=\"1\"/>\n<button name=\"Mode\"/>\n"
+        "</buttons>\n",
+        error);
+    ASSERT_TRUE(made) << error;
+    auto* bar = dynamic_cast<host::ButtonSet*>(made.query<IButtonCollection>().get());
+    ASSERT_NE(bar, nullptr);
+    EXPECT_TRUE(SmartPtr<IButton>(bar->button(0).get()).query<IToolbarItem>());
+    EXPECT_FALSE(SmartPtr<IButton>(bar->button(1).get()).query<IToolbarItem>());
+
+    SmartPtr<IUnknown> panel = declare("<activatable name=\"Panel\" active=\"1\"/>\n", error);
+    auto* activatable = dynamic_cast<host::ActivatableObject*>(panel.query<IActivatableObject>().get());
+    ASSERT_NE(activatable, nullptr);
+    EXPECT_TRUE(activatable->active());
+    EXPECT_EQ(activatable->Activate(2), E_INVALIDARG) << "only 0 and 1";
+    EXPECT_TRUE(activatable->active());
+}
+
 TEST_F(ProgramObjects, PropertiesKeepKindsValuesNamesAndSettings) {
     std::string error;
     SmartPtr<IUnknown> made = declare(
@@ -139,6 +166,39 @@ TEST_F(ProgramObjects, AVerbSetHandsOutItsMenuInOrder) {
     }
     SmartPtr<IUnknown> outside;
     EXPECT_EQ(verbs->get_Item(3, outside.put()), E_INVALIDARG);
+}
+
+// Indexes outside the tabs are refused and leave the tab in front as it was.
+TEST_F(ProgramObjects, TabsRefuseIndexesOutsideThem) {
+    SmartPtr<host::TabCollection> tabs = host::make<host::TabCollection>("Main");
+    for (const wchar_t* name : {L"A", L"B"}) tabs->addTab(name);
+    ASSERT_EQ(tabs->Select(1, 1), S_OK);
+    for (int32_t outside : {-1, 2}) {
+        EXPECT_EQ(tabs->Select(outside, 1), E_INVALIDARG);
+        SmartPtr<IUnknown> tab;
+        EXPECT_EQ(tabs->get_Item(outside, tab.put()), E_INVALIDARG);
+        EXPECT_FALSE(tab);
+    }
+    EXPECT_EQ(tabs->selectedName(), L"B");
+    int32_t index = 7;
+    EXPECT_EQ(tabs->get_Index(host::makeString(L"D").get(), &index), E_FAIL);
+    EXPECT_EQ(index, 7) << "a failed lookup writes no index";
+}
+
+TEST_F(ProgramObjects, AParametricSettingIsSetThroughTheOfferedCollection) {
+    SmartPtr<IUnknown> step = createStep(L"GCUIVerb");
+    EXPECT_TRUE(host::setParametricSetting(step.get(), L"Action", host::makeString(L" 12").get()));
+    // Read back from the step's stored folder: asking the unbound step for
+    // its parameters again would offer no verbs and reset the action.
+    SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
+    step.query<IDataPersist>()->Save(stream.get(), 0);
+    int32_t action = 0;
+    EXPECT_EQ(stream->ReadScalar(host::makeString(L"STEPUIVerbRunAction").get(), &action, 3), S_OK);
+    EXPECT_EQ(action, 12);
+
+    EXPECT_FALSE(host::setParametricSetting(step.get(), L"Speed", host::makeVariant(int32_t{1}).get()));
+    SmartPtr<IUnknown> plain = createStep(L"GCUIRefresh");
+    EXPECT_FALSE(host::setParametricSetting(plain.get(), L"Immediate", host::makeVariant(int32_t{1}).get()));
 }
 
 }  // namespace
