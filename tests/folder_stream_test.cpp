@@ -6,12 +6,10 @@
 
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "host/ClassFactory.h"
 #include "host/Collections.h"
 #include "host/FolderStream.h"
 #include "host/Inputs.h"
@@ -19,7 +17,6 @@
 #include "support/Bindings.h"
 #include "support/Damage.h"
 #include "support/HostTest.h"
-#include "support/Parameters.h"
 #include "support/StepClasses.h"
 
 namespace {
@@ -203,35 +200,6 @@ TEST_F(FolderStream, ObjectsAreStoredByClassAndLoadedAnewOrInPlace) {
     SmartPtr<host::FolderStream> back = host::make<host::FolderStream>();
     std::string error;
     EXPECT_TRUE(back->load(stream->save(), &error)) << "what was written reads back: " << error;
-}
-
-TEST_F(FolderStream, StepsStoredAsObjectsAreMadeAgainByTheModule) {
-    StepClassesResolved resolved;
-    SmartPtr<host::FolderStream> program = host::make<host::FolderStream>();
-    std::vector<std::vector<std::wstring>> values;
-    for (const wchar_t* registered : kRegisteredNames) {
-        SmartPtr<IUnknown> step = createStep(registered);
-        ASSERT_EQ(program->WriteObject(name(registered).get(), step.get(), 0), S_OK) << host::narrow(registered);
-        values.push_back(parameterTexts(step.get()));
-    }
-    const std::string text = program->save();
-
-    SmartPtr<host::FolderStream> reread = host::make<host::FolderStream>();
-    std::string error;
-    ASSERT_TRUE(reread->load(text, &error)) << error;
-    for (size_t i = 0; i < std::size(kRegisteredNames); ++i) {
-        SCOPED_TRACE(host::narrow(kRegisteredNames[i]));
-        EXPECT_EQ(reread->classOf(kRegisteredNames[i]), kRegisteredNames[i]);
-        SmartPtr<IUnknown> step;
-        ASSERT_EQ(reread->ReadObject(name(kRegisteredNames[i]).get(), step.put(), 0), S_OK);
-        SmartPtr<IObjectInfo> info = step.query<IObjectInfo>();
-        ASSERT_TRUE(info) << "a step, made through CreateFunction";
-        EXPECT_EQ(parameterTexts(step.get()), values[i]);
-    }
-    host::setObjectResolver(nullptr);
-    SmartPtr<IUnknown> unknown;
-    EXPECT_LT(reread->ReadObject(name(L"GCUIRefresh").get(), unknown.put(), 0), 0) << "without the module, no step";
-    EXPECT_FALSE(unknown);
 }
 
 TEST_F(FolderStream, TheTextFormIsExactAndSurvivesAFile) {
