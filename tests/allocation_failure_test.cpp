@@ -54,21 +54,7 @@ bool asynchronous(const std::wstring& className) {
 
 // What an operation may answer: success, or a failure code. A code outside
 // the failures cannot have come from an exception turned into a code either.
-bool isResultCode(HRESULT code) {
-    switch (static_cast<uint32_t>(code)) {
-        case 0:
-        case 1:
-        case 0x80004001:
-        case 0x80004002:
-        case 0x80004003:
-        case 0x80004005:
-        case 0x80070057:
-        case 0x8007000E:
-            return true;
-        default:
-            return false;
-    }
-}
+bool isResultCode(HRESULT code) { return documented(code) || code == E_OUTOFMEMORY; }
 
 // The step as a host sees it: every parameter (name, value, flags,
 // descriptor), then every input's binding.
@@ -426,15 +412,13 @@ protected:
     // The host's objects back where they were, type by type: an
     // asynchronous step's windows answered or closed by the operator, the
     // host's pop-ups forgotten, a worker's last reference let go.
-    void forgetPopups() {
+    void forgetPopupsAfterTheOperator() {
         host::OperatorThreads::wait();
-        SmartPtr<IUIUtils> utils;
-        components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
-        if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
+        forgetPopups();
     }
     bool settlesAt(const std::string& live) {
         for (int i = 0; i < 5000 && host::Ledger::report() != live; ++i) {
-            forgetPopups();
+            forgetPopupsAfterTheOperator();
             std::this_thread::sleep_for(1ms);
         }
         return host::Ledger::report() == live;
@@ -443,7 +427,7 @@ protected:
     void quietDown() {
         std::string last;
         for (int i = 0, still = 0; i < 3000 && still < 5; ++i) {
-            forgetPopups();
+            forgetPopupsAfterTheOperator();
             const std::string now = host::Ledger::report();
             still = now == last ? still + 1 : 0;
             last = now;

@@ -63,23 +63,6 @@ const Mode kModes[] = {
      {1, 4}},
 };
 
-// Codes an operation may give: success, success from a bound input, and the
-// documented failures.
-bool documented(HRESULT code) {
-    switch (static_cast<uint32_t>(code)) {
-        case 0:
-        case 1:
-        case 0x80004005:
-        case 0x80004002:
-        case 0x80004001:
-        case 0x80004003:
-        case 0x80070057:
-            return true;
-        default:
-            return false;
-    }
-}
-
 #define EXPECT_DOCUMENTED(call)                                                     \
     do {                                                                            \
         const HRESULT code_ = (call);                                               \
@@ -281,11 +264,6 @@ protected:
             std::this_thread::sleep_for(1ms);
         }
         waitForTheOperator();
-    }
-    void forgetPopups() {
-        SmartPtr<IUIUtils> utils;
-        components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
-        if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
     }
     // After a restart, whether the host's objects come back to `live`
     // (slowly under a memory checker, where a let-go step's run takes long).

@@ -97,14 +97,6 @@ protected:
         host::Operator::current().script(answers);
     }
 
-    // The pop-ups the host's utilities keep a record of (each holds its
-    // window's listener, the step) are forgotten.
-    void forgetPopups() {
-        SmartPtr<IUIUtils> utils;
-        components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
-        if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
-    }
-
     // Until the host's objects stop changing: steps let go during a run end
     // with it, and answers under way arrive.
     void settle(int stableMs = 100) {

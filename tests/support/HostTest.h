@@ -14,6 +14,7 @@
 
 #include "host/Components.h"
 #include "host/HostObject.h"
+#include "host/UIUtilities.h"
 #include "module/Flukokzad.h"
 #include "runtime/ComponentAccess.h"
 #include "runtime/SmartPtr.h"
@@ -22,6 +23,23 @@
 inline uint32_t referencesOf(IUnknown* object) {
     object->AddRef();
     return object->Release();
+}
+
+// Codes an operation may give whatever the host does: success, success from
+// a bound input, and the documented failures.
+inline bool documented(HRESULT code) {
+    switch (static_cast<uint32_t>(code)) {
+        case 0:
+        case 1:
+        case 0x80004001:
+        case 0x80004002:
+        case 0x80004003:
+        case 0x80004005:
+        case 0x80070057:
+            return true;
+        default:
+            return false;
+    }
 }
 
 inline tagREFString refText(const wchar_t* text) { return {static_cast<int32_t>(std::wcslen(text)), text}; }
@@ -75,6 +93,14 @@ protected:
         SmartPtr<I> step;
         creator(nullptr, &iidOf<I>(), step.put_void());
         return step;
+    }
+
+    // The pop-ups the host's utilities keep a record of (each holds its
+    // window's listener, the step) are forgotten.
+    void forgetPopups() {
+        SmartPtr<IUIUtils> utils;
+        components->GetComponent(7, L"UIUtils", &iidOf<IUIUtils>(), utils.put_void());
+        if (auto* kept = dynamic_cast<host::UIUtils*>(utils.get())) kept->forget();
     }
 
     SmartPtr<host::ComponentCollection> components;
