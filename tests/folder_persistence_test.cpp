@@ -192,6 +192,7 @@ TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
     EXPECT_EQ(parameters->folder(L"Setup")->bytes(L"Flags"), (std::vector<uint8_t>{0x16, 0x01, 0, 0}));
     EXPECT_EQ(storedText(L"Picture"), L"[Images]/1.bmp") << "a text that is no path is mapped";
     EXPECT_EQ(storedText(L"Elsewhere"), L"/srv/x.cfg") << "a path outside the installation as it is";
+    EXPECT_EQ(parameters->folder(L"Elsewhere")->bytes(L"Flags"), (std::vector<uint8_t>{0x16, 0, 0, 0}));
 
     SmartPtr<IUnknown> copy = createStep(L"GCUIPropWrite");
     queryInterface<IDataPersist>(copy.get())->Load(stream.get(), 0);

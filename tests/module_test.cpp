@@ -48,6 +48,7 @@ TEST_F(ModuleEntry, NamesAreMatchedExactlyWithTheirCount) {
         tagREFString name;
         HRESULT expected;
     };
+    const std::wstring longest(63, L'G');  // the longest count the lookup indexes
     const Case cases[] = {
         {{11, L"GCUIRefresh"}, S_OK},
         {{11, L"gcuirefresh"}, E_FAIL},
@@ -62,6 +63,7 @@ TEST_F(ModuleEntry, NamesAreMatchedExactlyWithTheirCount) {
         {{-11, L"GCUIRefresh"}, E_FAIL},
         {{11, nullptr}, E_FAIL},  // a count with no text: no class, no read
         {{2147483647, L"GCUIRefresh"}, E_FAIL},
+        {{63, longest.c_str()}, E_FAIL},
     };
     for (const Case& c : cases) {
         CREATEFUNCTION creator = reinterpret_cast<CREATEFUNCTION>(0x1234);

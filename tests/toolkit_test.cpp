@@ -61,7 +61,9 @@ TEST_F(Toolkit, ABoundObjectIsResolvedDirectlyThroughAMonikerOrThroughAHostWindo
         {"no object", nullptr, false},
     };
     for (const Case& c : cases) {
-        SmartPtr<IUIRefreshableObject> resolved = OBJECTResolve<IUIRefreshableObject>(c.bound);
+        SmartPtr<IUIRefreshableObject> resolved;
+        const HRESULT result = OBJECTResolveInterface(c.bound, IID_IUIRefreshableObject, resolved.put_void());
+        EXPECT_EQ(SUCCEEDED(result), c.found) << c.what;
         EXPECT_EQ(static_cast<bool>(resolved), c.found) << c.what;
         if (resolved) {
             EXPECT_TRUE(isSameObject(resolved.get(), viewObject)) << c.what;
