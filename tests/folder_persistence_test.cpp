@@ -3,6 +3,7 @@
 // must come back unchanged, and the entry layouts hosts rely on must hold.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -200,6 +201,15 @@ TEST_F(FolderPersistence, PathsAreStoredPortablyAndComeBackWhole) {
               (std::vector<std::wstring>{L"Setup=/opt/inspect/data/a.png", L"Picture=/media/img/1.bmp",
                                          L"Elsewhere=/srv/x.cfg"}));
     components->remove(L"Registry");
+
+    // A declared path kept with backslashes comes back with forward ones.
+    SmartPtr<IUnknown> edit = createStep(L"GCUIEdit");
+    SmartPtr<IParameters> editParameters = queryInterface<IParameters>(edit.get());
+    int32_t helpFile = -1;
+    editParameters->get_Index(host::makeString(L"HelpFile").get(), &helpFile);
+    editParameters->put_Item(helpFile, host::makeString(L"docs\\help.chm").get());
+    const std::vector<std::wstring> texts = parameterTexts(reloaded(L"GCUIEdit", saved(edit.get())).get());
+    EXPECT_NE(std::find(texts.begin(), texts.end(), L"HelpFile=docs/help.chm"), texts.end());
 }
 
 TEST_F(FolderPersistence, SplitLayoutLoadRebuildsAndSkipsWhatIsMissing) {
