@@ -173,6 +173,7 @@ TEST_F(Strings, SplitAndGetWordStopAtTheFirstSeparator) {
         {L"ab\tc", L"=", 1, S_OK, L"ab", L"\tc"},
         {L"ab\tc", L"=", 0, kFail, L"ab\tc", L""},
         {L"ab\tc", L"", 1, kFail, L"ab\tc", L""},  // an empty set splits nothing, not even at controls
+        {L"x", L"=", 0, kFail, L"x", L""},
         {L"", L"=", 1, kFail, L"", L""},
     };
     for (const SplitCase& c : splits) {
