@@ -243,6 +243,8 @@ def main():
     parser.add_argument("--files", nargs="*", help="only these sources (paths from the project root)")
     parser.add_argument("--again", help="an earlier record of the same seed and count, taken at --base")
     parser.add_argument("--base", help="with --again: the commit the earlier record was taken at")
+    parser.add_argument("--equivalent", default=os.path.join(ROOT, "cmake", "mutants-equivalent.txt"),
+                        help="mutants known to change nothing a test can see: recorded, not run, not counted")
     args = parser.parse_args()
 
     files = args.files or sorted(
@@ -272,6 +274,13 @@ def main():
             sys.exit("--again needs --base, the commit the earlier sample was taken at")
         kept = earlier_verdicts(args.again, test_files_changed(args.base))
 
+    equivalent = set()
+    if os.path.exists(args.equivalent):
+        for line in open(args.equivalent, encoding="utf-8"):
+            found = re.match(r"(\S+:\d+)  (.*)$", line.rstrip("\n"))
+            if found and not line.startswith("#"):
+                equivalent.add(found.groups())
+
     rng = random.Random(args.seed)
     sites = mutation_sites(files)
     record = open(args.out, "w")
@@ -285,7 +294,7 @@ def main():
         by_operator.setdefault(site[2], []).append(site)
     for group in by_operator.values():
         rng.shuffle(group)
-    counted = killed_count = not_compiling = 0
+    counted = killed_count = not_compiling = same = 0
     while counted < args.count and any(by_operator.values()):
         group = by_operator[rng.choice(sorted(key for key, left in by_operator.items() if left))]
         path, index, op_index, start = group.pop()
@@ -297,6 +306,11 @@ def main():
         if mutated == lines[index]:
             continue
         lines[index] = mutated
+        if ("%s:%d" % (path, index + 1), change) in equivalent:
+            record.write("%-8s %s:%d  %s\n" % ("same", path, index + 1, change))
+            record.flush()
+            same += 1
+            continue
         before = kept.get(("%s:%d" % (path, index + 1), change))
         if before:
             counted += 1
@@ -324,8 +338,9 @@ def main():
         record.write(line)
         record.flush()
         print("[%d/%d] %s" % (counted, args.count, line), end="", flush=True)
-    summary = "# %d of %d killed (%.1f %%); %d mutants did not compile and were drawn again\n" % (
-        killed_count, counted, 100.0 * killed_count / max(counted, 1), not_compiling)
+    summary = ("# %d of %d killed (%.1f %%); %d equivalent mutants listed, not counted; %d mutants did not compile "
+               "and were drawn again\n" % (killed_count, counted, 100.0 * killed_count / max(counted, 1), same,
+                                            not_compiling))
     record.write(summary)
     print(summary, end="")
     build(args.build)  # the restored sources, so the folder is left as the tree is
