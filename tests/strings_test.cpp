@@ -241,6 +241,9 @@ TEST_F(Strings, GetFirstWordReadsQuotedTextNumbersPunctuationAndWords) {
         EXPECT_EQ(untouched.GetFirstWord(nullptr, false), c.result);
         EXPECT_EQ(untouched.count, static_cast<int32_t>(c.text.size())) << "without consume the view stays";
     }
+    CREFString word, cut(L"123", 2);  // a number ends with its view, whatever follows
+    EXPECT_EQ(cut.GetFirstWord(&word, false), S_OK);
+    EXPECT_EQ(str(word), L"12");
 }
 
 TEST_F(Strings, ContainsCompareIAndContainsCharFindTexts) {
