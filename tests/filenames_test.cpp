@@ -92,6 +92,10 @@ TEST_F(FileNames, MapGivesThePortableForm) {
         if (call.rfind("Registry.", 0) == 0) storeCalls.push_back(call);
     }
     EXPECT_EQ(storeCalls, std::vector<std::string>{"Registry.GetValue(Workspace,InstallPath)"});
+    // A "//" prefix is kept when no more than two characters are left.
+    registry->set(L"Workspace", L"InstallPath", L"/");
+    EXPECT_EQ(FILENAMEMap(text(L"//").get(), mapped.put(), 0), S_OK);
+    EXPECT_EQ(textOf(mapped), L"[InstallPath]/");
 }
 
 TEST_F(FileNames, UnmapTurnsThePortableFormBack) {
