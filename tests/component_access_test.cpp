@@ -205,8 +205,9 @@ TEST_F(ComponentAccess, SmartPointersCompareObjectsAndAskForOptionalInterfaces) 
     EXPECT_TRUE(asStep != none);
     EXPECT_FALSE(isSameObject(asStep, none));
     EXPECT_TRUE(isSameObject(none, SmartPtr<IParameters>()));
-    EXPECT_TRUE(none == nullptr);
-    EXPECT_TRUE(asStep != nullptr);
+    EXPECT_TRUE(none == nullptr && nullptr == none);
+    EXPECT_TRUE(asStep != nullptr && nullptr != asStep);
+    EXPECT_FALSE(asStep == nullptr || nullptr == asStep || none != nullptr || nullptr != none);
 
     // An interface the object does not offer is an empty pointer, not an error.
     EXPECT_FALSE(step.query<IParametricObject>());
