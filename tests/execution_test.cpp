@@ -274,6 +274,9 @@ TEST_F(Execution, NoRunHereWhileTheWorkersRunIsBeingStopped) {
     auto* stop = static_cast<CStopEvent*>(gScript.with([] { return gScript.context; }));
     ASSERT_TRUE(eventually([&] { return stop->isSet(); }));
     EXPECT_EQ(step->TurnOn(), E_FAIL) << "still stopping";
+    gScript.with([] { return gScript.here = false; });
+    EXPECT_EQ(step->TurnOn(), E_FAIL) << "nor on a new worker";
+    gScript.with([] { return gScript.here = true; });
     gScript.with([] { return gScript.finish = true; });
     stopping.join();
     EXPECT_EQ(step->TurnOn(), S_OK) << "ended";
