@@ -223,13 +223,15 @@ def earlier_verdicts(record, changed):
     that stand (killed by a test defined in an unchanged file)."""
     kept = {}
     for line in open(record, encoding="utf-8"):
-        found = re.match(r"killed\s+(\S+)\s+(.*)  by (\S+)  \(\d+ s\)$", line.rstrip("\n"))
+        # A kill kept from a sample before that one ends "(as at REV)": it
+        # stands as long as its test file is unchanged since this base too.
+        found = re.match(r"killed\s+(\S+)\s+(.*)  by (\S+)  \(\d+ s\)(?:  \(as at \w+\))?$", line.rstrip("\n"))
         if not found:
             continue
         where, change, test = found.groups()
         path = defining_file(test.rstrip(","))
         if path and path not in changed:
-            kept[(where, change)] = line.rstrip("\n")
+            kept[(where, change)] = re.sub(r"  \(as at \w+\)$", "", line.rstrip("\n"))
     return kept
 
 
