@@ -433,8 +433,12 @@ TEST_F(Collection, WithoutAVariantFactoryNothingIsStored) {
     SmartPtr<IUnknown> item;
     ASSERT_EQ(step->get_Item(0, item.put()), S_OK);
     EXPECT_EQ(textOf(item.query<IString>().get()), L"kept") << "the old value stays";
-    EXPECT_EQ(step->Add(makeString(L"Shared").get(), makeVariant(2).get(), nullptr, 3), S_OK)
+    SmartPtr<IUnknown> object = host::make<host::SuperCollection>();
+    EXPECT_EQ(step->Add(makeString(L"Shared").get(), makeVariant(2).get(), bindingTo(object.get()).get(), 3), S_OK)
         << "a caller's own variant needs no factory";
+    SmartPtr<IVariant> wrapped;
+    EXPECT_EQ(step->get_ItemVariant(1, wrapped.put()), E_FAIL) << "nor is a bound object wrapped";
+    EXPECT_FALSE(wrapped);
     int32_t count = 0;
     step->get_Count(&count);
     EXPECT_EQ(count, 2);
