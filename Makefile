@@ -103,3 +103,10 @@ SEED ?= 1
 mutants: deps
 	python3 cmake/mutants.py --count $(MUTANTS) --seed $(SEED)
 
+# A second sampler with faults of other kinds and its own draw (cmake/faults.py),
+# built in build/faults; caught or missed goes to build/faults.txt.
+FAULT_SEED ?= 7
+.PHONY: faults
+faults: deps
+	python3 cmake/faults.py --count $(MUTANTS) --seed $(FAULT_SEED)
+
