@@ -260,8 +260,7 @@ TEST_F(XmlPersistence, ObjectValuesSaveThemselves) {
 }
 
 // An object value that tells its class loads in place only from an element of
-// that class: the same name, which the comparison answers with S_OK (0), in
-// either kind of set; another class's element leaves it as it was.
+// that class; another class's element leaves it as it was.
 TEST_F(XmlPersistence, AnObjectValueLoadsInPlaceOnlyFromItsOwnClass) {
     const auto loaded = [this](auto collection, const std::string& element) {
         SmartPtr<IUnknown> message = createStep(L"GCUIMessage");
@@ -274,6 +273,10 @@ TEST_F(XmlPersistence, AnObjectValueLoadsInPlaceOnlyFromItsOwnClass) {
     EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMessage"), L"Message=Loaded");
     EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "gcuimessage"), L"Message=Loaded");
     EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIScroll"), L"Message=Running");
+    // Over the shorter name in a fixed set; a creatable set's element must begin with the class name.
+    EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "GCUIMess"), L"Message=Loaded");
+    EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMess"), L"Message=Running");
+    EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMessages"), L"Message=Loaded");
     EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "GCUIScroll"), L"Message=Running");
 }
 
