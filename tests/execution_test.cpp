@@ -2,6 +2,7 @@
 // asynchronous frameworks, driven through IStep with test step classes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -158,6 +159,20 @@ TEST(ExecutionTime, MillisecondsFromSecondsAndMicroseconds) {
     for (const Case& c : cases) {
         EXPECT_NEAR(CTimer::millisecondsBetween(c.start, c.end), c.milliseconds, 1e-9)
             << c.start.tv_sec << "." << c.start.tv_usec << " to " << c.end.tv_sec << "." << c.end.tv_usec;
+    }
+}
+
+// A wait's deadline lies the asked time ahead (none for a negative time), its
+// nanoseconds carried into the seconds.
+TEST(ExecutionTime, AWaitsDeadlineLiesTheAskedTimeAhead) {
+    for (const int32_t milliseconds : {999, 1999, -5}) {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const timespec deadline = Condition::deadlineAfter(milliseconds);
+        const int64_t ahead = (deadline.tv_sec - now.tv_sec) * 1000000000LL + (deadline.tv_nsec - now.tv_nsec);
+        EXPECT_GE(ahead, std::max(milliseconds, 0) * 1000000LL) << milliseconds;
+        EXPECT_LT(ahead, (std::max(milliseconds, 0) + 100) * 1000000LL) << milliseconds;
+        EXPECT_LT(deadline.tv_nsec, 1000000000L);
     }
 }
 
