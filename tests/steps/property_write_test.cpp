@@ -4,6 +4,7 @@
 // trip with the Property read step.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 #include "host/Collections.h"
@@ -107,6 +108,8 @@ TEST_F(PropertyWriteStepTest, EachKindIsWrittenItsWay) {
     EXPECT_EQ(writeInto(cam.query<IUnknown>().get()),
               (Lines{"Camera.PutPropertyObject(105, object View)", "Camera.SetProperty(102, inf)",
                      "Camera.PutPropertyObject(104, \"Back\")"}));
+    give({{L"Gain", host::makeVariant(std::nan(""))}});
+    EXPECT_EQ(writeInto(cam.query<IUnknown>().get()), Lines{"Camera.SetProperty(102, nan)"});
 
     // Values of the wrong kind: a text where a number goes, an object where a text goes.
     viewValue->put_Value(plain.query<IUnknown>().get());
