@@ -47,6 +47,17 @@ void add(CXmlCollection* collection, const wchar_t* name, IUnknown* value, IUnkn
     collection->Add(host::makeString(name).get(), value, descriptor, flags);
 }
 
+// A value object that cannot tell its class, counting what it is given to load.
+class Nameless final : public host::Object<Nameless, IObjectInfo, IDataPersist> {
+public:
+    static constexpr char kLedgerName[] = "Nameless";
+    using Answered = host::Answers<IObjectInfo, IDataPersist>;
+    HRESULT GetName(int32_t, tagREFString*) override { return E_FAIL; }
+    HRESULT Save(IDataStream*, int32_t) override { return S_OK; }
+    HRESULT Load(IDataStream*, int32_t) override { return ++loads, S_OK; }
+    int loads = 0;
+};
+
 class XmlPersistence : public HostTest {
 protected:
     static std::string saved(IUnknown* step) {
@@ -277,6 +288,11 @@ TEST_F(XmlPersistence, AnObjectValueLoadsInPlaceOnlyFromItsOwnClass) {
     EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "GCUIMess"), L"Message=Loaded");
     EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMess"), L"Message=Running");
     EXPECT_EQ(loaded(makeCollection<CXmlCollection>(), "GCUIMessages"), L"Message=Loaded");
+    SmartPtr<Nameless> nameless = host::make<Nameless>();
+    SmartPtr<CXmlCollection> set = makeCollection<CXmlCollection>();
+    set->AddNOLOCK(host::makeString(L"Target").get(), nameless.query<IUnknown>().get(), nullptr, 0);
+    set->Params_LoadXMLUnk(host::XmlStream::parse("<Step><Target><Nameless/></Target></Step>").get(), MODE_REUSE);
+    EXPECT_EQ(nameless->loads, 0) << "an object that cannot tell its class loads nothing";
     EXPECT_EQ(loaded(makeCollection<CFixedXmlCollection>(), "GCUIScroll"), L"Message=Running");
 }
 
