@@ -8,6 +8,11 @@ the suite until its first failure and writes caught or missed to
 build/faults.txt. A fault that does not compile is drawn again.
 
     cmake/faults.py --count 150 --seed 7
+    cmake/faults.py --count 150 --seed 7 --again OLD.txt --base REV
+
+With --again, after tests were added or changed at no cost to any test that
+caught a fault (the sources under test unchanged since REV, where OLD.txt was
+taken), a fault caught before keeps its verdict and every other is run again.
 
 Kinds: a constant zeroed, a returned value replaced by its type's default,
 an if forced true or false, + and - (or * and /, ++ and --) swapped, an
@@ -173,6 +178,8 @@ def main():
     parser.add_argument("--seed", type=int, default=7, help="the seed of the draw (default 7)")
     parser.add_argument("--build", default=os.path.join(ROOT, "build", "faults"))
     parser.add_argument("--out", default=os.path.join(ROOT, "build", "faults.txt"))
+    parser.add_argument("--again", help="an earlier record of the same seed and count, taken at --base")
+    parser.add_argument("--base", help="with --again: the commit the earlier record was taken at")
     parser.add_argument("--equivalent", default=os.path.join(ROOT, "cmake", "mutants-equivalent.txt"))
     args = parser.parse_args()
 
@@ -189,6 +196,17 @@ def main():
     if suite(args.build, 1800):
         sys.exit("the suite fails without a fault; fix that first")
     timeout = int((time.time() - began) * 3 + 60)
+
+    kept = {}
+    if args.again:
+        changed = subprocess.run(["git", "diff", "--name-only", args.base or "HEAD", "--", *SOURCES], cwd=ROOT,
+                                 stdout=subprocess.PIPE, text=True, check=True).stdout
+        if not args.base or changed:
+            sys.exit("--again needs --base, and the sources under test unchanged since then")
+        for line in open(args.again, encoding="utf-8"):
+            found = re.match(r"caught\s+(\S+  .*?)  by .*?  \(\d+ s\)", line)
+            if found:
+                kept[found.group(1)] = re.sub(r"  \(as at \w+\)$", "", line.rstrip("\n"))
 
     same = set()
     if os.path.exists(args.equivalent):
@@ -218,6 +236,11 @@ def main():
         if "%s  %s" % (where, change) in same:
             record.write("same     %s  %s\n" % (where, change))
             equivalent += 1
+            continue
+        if "%s  %s" % (where, change) in kept:
+            counted += 1
+            caught += 1
+            record.write("%s  (as at %s)\n" % (kept["%s  %s" % (where, change)], args.base[:12]))
             continue
         lines[index] = new
         started = time.time()
