@@ -136,13 +136,17 @@ TEST_F(FolderPersistence, ObjectValuesUnnamedParametersAndTheStepItself) {
     write->Add(host::makeString(L"Self").get(), self.get(), nullptr, 0);
     write->Add(host::makeString(L"").get(), host::makeVariant(6).get(), nullptr, 0);
     write->Add(host::makeString(L"Result").get(), host::makeVariant(7).get(), nullptr, 0x40003);
+    SmartPtr<host::InputParameter> binding = host::make<host::InputParameter>(L"bound", IID_NULL, 0);
+    write->Add(host::makeString(L"Bound").get(), target.get(), static_cast<IInputParameter*>(binding.get()), 0);
     SmartPtr<host::FolderStream> stream = host::make<host::FolderStream>();
     queryInterface<IDataPersist>(write.get())->Save(stream.get(), 0);
     self->put_Value(nullptr);  // the step holds itself no longer
 
     SmartPtr<host::FolderStream> parameters = stream->folder(L"Parameters");
     ASSERT_TRUE(parameters);
-    EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Target", L"Self", L"Item3", L"Result"}));
+    EXPECT_EQ(parameters->names(), (std::vector<std::wstring>{L"Target", L"Self", L"Item3", L"Result", L"Bound"}));
+    EXPECT_EQ(parameters->folder(L"Bound")->names(), std::vector<std::wstring>{L"Descriptor"})
+        << "a bound parameter's object is its binding's to keep";
     EXPECT_EQ(parameters->folder(L"Target")->names(), std::vector<std::wstring>{L"Unknown"});
     EXPECT_EQ(parameters->folder(L"Target")->classOf(L"Unknown"), L"CollectionMoniker");
     EXPECT_TRUE(parameters->folder(L"Self")->names().empty()) << "the step is not stored inside itself";
@@ -152,7 +156,8 @@ TEST_F(FolderPersistence, ObjectValuesUnnamedParametersAndTheStepItself) {
 
     SmartPtr<IUnknown> copy = reloaded(L"GCUIPropWrite", stream->save());
     EXPECT_EQ(descriptorTexts(copy.get()),
-              (std::vector<std::wstring>{L"Target #0 none", L"Self #0 none", L"Item3 #0 none", L"Result #40003 none"}));
+              (std::vector<std::wstring>{L"Target #0 none", L"Self #0 none", L"Item3 #0 none", L"Result #40003 none",
+                                         L"Bound #0 unbound index -1 iid 00000000"}));
     SmartPtr<IParameters> loaded = queryInterface<IParameters>(copy.get());
     SmartPtr<IUnknown> object;
     loaded->get_Item(0, object.put());
