@@ -265,6 +265,7 @@ TEST_F(Strings, ContainsCompareIAndContainsCharFindTexts) {
         {L"Value", L"VAL", kFail, S_FALSE, S_FALSE},
         {L"Value", L"Values", kFail, kFail, S_FALSE},
         {L"Value", L"vbl", kFail, kFail, kFail},
+        {L"a", L"a", 0, S_OK, S_OK},
         {L"abc", L"", kFail, kFail, kFail},
         {L"", L"a", kFail, kFail, kFail},
     };
