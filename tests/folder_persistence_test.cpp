@@ -107,6 +107,14 @@ TEST_F(FolderPersistence, CompactFormLeavesOutWhatTheDeclarationRestores) {
     EXPECT_TRUE(stream->has(L"Style"));
     EXPECT_FALSE(stream->folder(L"Style")) << "no folder: the choice list and flags are the declaration's";
     EXPECT_TRUE(stream->has(L"Response") && !stream->folder(L"Response")) << "a result of kind 3: a plain value";
+    // Loaded back, an entry without a choice list leaves the declared one.
+    stream = host::make<host::FolderStream>();
+    SmartPtr<IFolderStream> style;
+    stream->CreateFolder(host::makeString(L"Style").get(), 0, style.put());
+    style->WriteValue(host::makeString(L"Value").get(), host::makeVariant(2).get());
+    SmartPtr<IUnknown> loaded = createStep(L"GCUIConfirm");
+    queryInterface<IDataPersist>(loaded.get())->Load(stream.get(), 0);
+    EXPECT_EQ(descriptorTexts(loaded.get()), descriptorTexts(confirm.get()));
     SmartPtr<IUnknown> selected = createStep(L"GCTabGetSelected");
     stream = host::make<host::FolderStream>();
     queryInterface<IDataPersist>(selected.get())->Save(stream.get(), 0);
