@@ -195,7 +195,10 @@ void driveTheRest(IUnknown* step) {
     }
     if (SmartPtr<IUIVerbCollectionSpecify> verbs = queryInterface<IUIVerbCollectionSpecify>(step)) {
         SmartPtr<IUIVerbCollection> offered;
-        EXPECT_DOCUMENTED(verbs->GetVerbs(0, nullptr, offered.put()));
+        IUIVerbCollection** out = offered.put();
+        *out = reinterpret_cast<IUIVerbCollection*>(&offered);  // a stale value the call must not leave
+        EXPECT_DOCUMENTED(verbs->GetVerbs(0, nullptr, out));
+        if (*out == reinterpret_cast<IUIVerbCollection*>(&offered)) ADD_FAILURE() << "stale out", offered.detach();
         verbs->DoAction(5, nullptr);
     }
     if (SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(step)) {
