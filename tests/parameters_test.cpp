@@ -192,6 +192,8 @@ TEST_F(Collection, ABoundInputSuppliesTheValueUntilItCannot) {
     binding->put_Object(object.get());
     EXPECT_EQ(step->get_ItemVariant(0, value.put()), S_FALSE);
     EXPECT_EQ(value->IsObject(), 1);
+    EXPECT_EQ(step->get_Item(0, item.put()), S_FALSE);
+    EXPECT_EQ(item.get(), object.get()) << "the item is the bound object itself";
     EXPECT_EQ(step->PARAMInteger(5, -7), -7) << "an unreadable parameter gives the default";
 }
 
