@@ -194,11 +194,16 @@ void driveTheRest(IUnknown* step) {
         EXPECT_DOCUMENTED(pages->GetPages(0, listed.put(), unused.put()));
     }
     if (SmartPtr<IUIVerbCollectionSpecify> verbs = queryInterface<IUIVerbCollectionSpecify>(step)) {
+        // A stale value in the out-pointer is replaced or cleared, never left.
         SmartPtr<IUIVerbCollection> offered;
+        IUIVerbCollection* const stale = reinterpret_cast<IUIVerbCollection*>(&offered);
         IUIVerbCollection** out = offered.put();
-        *out = reinterpret_cast<IUIVerbCollection*>(&offered);  // a stale value the call must not leave
+        *out = stale;
         EXPECT_DOCUMENTED(verbs->GetVerbs(0, nullptr, out));
-        if (*out == reinterpret_cast<IUIVerbCollection*>(&offered)) ADD_FAILURE() << "stale out", offered.detach();
+        if (offered.get() == stale) {
+            ADD_FAILURE() << "GetVerbs left a stale out-pointer";
+            offered.detach();  // nothing to release
+        }
         verbs->DoAction(5, nullptr);
     }
     if (SmartPtr<IParametricObject> parametric = queryInterface<IParametricObject>(step)) {
