@@ -203,6 +203,9 @@ def main():
                                  stdout=subprocess.PIPE, text=True, check=True).stdout
         if not args.base or changed:
             sys.exit("--again needs --base, and the sources under test unchanged since then")
+        # Kept verdicts are marked with the commit itself, not a name like HEAD that moves.
+        args.base = subprocess.run(["git", "rev-parse", "--short=7", args.base], cwd=ROOT, stdout=subprocess.PIPE,
+                                   text=True, check=True).stdout.strip()
         for line in open(args.again, encoding="utf-8"):
             found = re.match(r"caught\s+(\S+  .*?)  by .*?  \(\d+ s\)", line)
             if found:
@@ -240,7 +243,7 @@ def main():
         if "%s  %s" % (where, change) in kept:
             counted += 1
             caught += 1
-            record.write("%s  (as at %s)\n" % (kept["%s  %s" % (where, change)], args.base[:12]))
+            record.write("%s  (as at %s)\n" % (kept["%s  %s" % (where, change)], args.base))
             continue
         lines[index] = new
         started = time.time()

@@ -275,6 +275,9 @@ def main():
         if not args.base:
             sys.exit("--again needs --base, the commit the earlier sample was taken at")
         kept = earlier_verdicts(args.again, test_files_changed(args.base))
+        # Kept verdicts are marked with the commit itself, not a name like HEAD that moves.
+        args.base = subprocess.run(["git", "rev-parse", "--short=7", args.base], cwd=ROOT, stdout=subprocess.PIPE,
+                                   text=True, check=True).stdout.strip()
 
     equivalent = set()
     if os.path.exists(args.equivalent):
@@ -317,9 +320,9 @@ def main():
         if before:
             counted += 1
             killed_count += 1
-            record.write(before + "  (as at %s)\n" % args.base[:12])
+            record.write(before + "  (as at %s)\n" % args.base)
             record.flush()
-            print("[%d/%d] %s  (as at %s)" % (counted, args.count, before, args.base[:12]), flush=True)
+            print("[%d/%d] %s  (as at %s)" % (counted, args.count, before, args.base), flush=True)
             continue
         try:
             with open(full, "w", encoding="utf-8") as f:
